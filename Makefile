@@ -1,0 +1,34 @@
+# The two everyday commands: `make demo` and `make test`.
+JOBS ?= $(shell nproc 2>/dev/null || echo 2)
+
+.PHONY: demo test bench format deps clean
+
+deps:
+	@./scripts/ensure-deps.sh
+
+# Builds the release library and the example host, and lays out the sample network.
+demo: deps
+	cmake -S . -B build/release -DCMAKE_BUILD_TYPE=Release -DNETLOOM_BUILD_TESTS=OFF
+	cmake --build build/release --target netloom_demo -j $(JOBS)
+	./build/release/examples/netloom_demo
+
+# Configures with AddressSanitizer and UndefinedBehaviorSanitizer, builds the
+# library, tests and benchmarks, and runs every test.
+test: deps
+	cmake -S . -B build/test -DCMAKE_BUILD_TYPE=Debug -DNETLOOM_SANITIZE=ON \
+	      -DNETLOOM_BUILD_TESTS=ON -DNETLOOM_BUILD_BENCH=ON
+	cmake --build build/test -j $(JOBS)
+	cd build/test && ctest --output-on-failure -j $(JOBS)
+
+# Optimised benchmarks (not part of the tests).
+bench: deps
+	cmake -S . -B build/bench -DCMAKE_BUILD_TYPE=Release -DNETLOOM_BUILD_TESTS=OFF \
+	      -DNETLOOM_BUILD_BENCH=ON
+	cmake --build build/bench -j $(JOBS)
+	@echo "benchmarks are in build/bench/bench/"
+
+format:
+	clang-format -i $$(git ls-files '*.cpp' '*.h')
+
+clean:
+	rm -rf build

@@ -1,0 +1,43 @@
+#pragma once
+
+#include <netloom/export.h>
+#include <netloom/network_graph.h>
+#include <netloom/node.h>
+#include <netloom/quad_tree.h>
+
+#include <cstdint>
+#include <map>
+#include <vector>
+
+// One connected component of a host graph. It shares the host's node and edge
+// objects and never deletes them.
+class NETLOOM_API CConnectedGraph : public CNetworkGraph, public netloom::CreationOrdered {
+public:
+    CConnectedGraph(CNetworkGraph* parent, int param, int nLayoutType);
+    CConnectedGraph(const CConnectedGraph&) = delete;
+    CConnectedGraph& operator=(const CConnectedGraph&) = delete;
+    virtual ~CConnectedGraph();
+
+    void SetIndex(int index) { m_iIndex = index; }
+    int GetIndex() const { return m_iIndex; }
+    double FindEdgeSqrLenInParent(int idA, int idB) const;
+    const std::map<int, std::vector<_tagNode>>& GetGridRows() const { return m_mapGridRows; }
+
+    // Sets the type, prepares the parameters and runs the layout method.
+    bool LayoutComponent(int nLayoutType);
+
+    // The layout methods, one per layout type.
+    bool RadiantLayout();
+    bool ForceDirectedLayout();
+    bool LayeredLayout();
+
+protected:
+    std::map<int, std::vector<_tagNode>> m_mapGridRows;
+    CQuadTree m_quadTree;
+    CNetworkGraph* m_pParentGraph;
+    std::int32_t m_iParam;
+    std::map<int, std::vector<_tagNode>> m_mapPlacedRows;
+    std::int32_t m_iIndex = 0;
+
+    friend class CNetworkGraph;
+};

@@ -1,0 +1,112 @@
+#pragma once
+
+#include <netloom/creation_order.h>
+#include <netloom/edge.h>
+#include <netloom/export.h>
+#include <netloom/node.h>
+#include <netloom/rect.h>
+
+#include <cstdint>
+#include <map>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+class CConnectedGraph;
+class CLayoutStrategy;
+
+// The host's graph: nodes and edges keyed by id, layout settings, and the
+// components and edge order produced by Layout. It owns its nodes and edges.
+class NETLOOM_API CNetworkGraph {
+public:
+    static const int m_iForceDirectedLayout = 1;
+    static const int m_iTreeLayout = 2;
+    static const int m_iRadiantLayout = 4;
+    static const int m_iHierarchyLayout = 8;
+
+    explicit CNetworkGraph(int nParam = 6, int nLayoutType = 1);
+    // Copies are deep: new nodes and edges with the same content, no components.
+    CNetworkGraph(const CNetworkGraph& other);
+    CNetworkGraph& operator=(const CNetworkGraph& other);
+    CNetworkGraph(CNetworkGraph&& other) noexcept;
+    CNetworkGraph& operator=(CNetworkGraph&& other) noexcept;
+    virtual ~CNetworkGraph();
+
+    // Graph building and queries.
+    bool AddNode(CNode* node);
+    bool AddNode(int id, double x, double y, bool fixed);
+    bool AddEdge(int id, int sourceID, int destID, int length, int sourceSubNodeID,
+                 int destSubNodeID, bool rejectDuplicate);
+    bool DeleteEdge(int id);
+    bool DeleteNode(int id);
+    CEdge* FindEdge(CNode* a, CNode* b) const;
+    double FindEdgeSqrLen(int idA, int idB) const;
+    bool GetNodePosition(int id, double& x, double& y) const;
+    bool GetNodePhyPosition(int id, int& row, int& col) const;
+    void SetNodePosition(int id, double x, double y, _tagNode& pos);
+    CRect GetBoundRect() const;
+    void OffsetGraph(double dx, double dy);
+    bool ContainFixedNode() const;
+    int GetLayoutType() const { return m_iLayoutType; }
+    void SetFixedLayoutFlag(bool fixed) { m_bFixedLayout = fixed; }
+    void SetLayoutStrategy(CLayoutStrategy* strategy) { m_pLayoutStrategy = strategy; }
+    void SetMaxColCount(int count) { m_iMaxColCount = count; }
+
+    // Runs the whole layout pipeline; always returns true.
+    bool Layout(int nDistance, int nLayoutType, int nLayerSpacing);
+
+    // Edge order of the hierarchy layout.
+    std::vector<int>& GetSortedEdges() { return m_vecSortedEdges; }
+    std::vector<int>& GetSortedEdgesInGraph() { return m_vecSortedEdgesInGraph; }
+
+    // Read access for hosts and the layout steps.
+    CNode* GetNode(int id) const;
+    CEdge* GetEdge(int id) const;
+    const std::map<int, CNode*>& GetNodeMap() const { return m_mapNodes; }
+    const std::map<int, CEdge*>& GetEdgeMap() const { return m_mapEdges; }
+    const std::map<int, int>& GetNodeDegreeMap() const { return m_mapNodeDegree; }
+    const netloom::CreationOrderSet<CConnectedGraph>& GetConnectedGraphs() const {
+        return m_setConnectedGraphs;
+    }
+    CLayoutStrategy* GetLayoutStrategy() const { return m_pLayoutStrategy; }
+    int GetMaxColCount() const { return m_iMaxColCount; }
+    bool GetFixedLayoutFlag() const { return m_bFixedLayout; }
+
+protected:
+    bool IsEdgeExist(CEdge* e) const;
+    void BuildEdgeUniqueFlag();
+    bool PreprocessLayout();
+    bool PostprocessLayout();
+    void DecomposeGraph();
+    CConnectedGraph* ConstructConnectedGraph(CNode* seed);
+    void AddNodeandNeighbor(CNode* node);
+
+    // Files an edge under its id and in the node-pair index (no checks).
+    void InsertEdgeRecord(CEdge* e);
+    void EraseEdgeRecord(CEdge* e);
+    // Deletes the components of the previous Layout call.
+    void DeleteConnectedGraphs();
+
+    std::map<int, CNode*> m_mapNodes;
+    std::map<int, CEdge*> m_mapEdges;
+    std::map<int, int> m_mapNodeDegree;
+    std::map<std::pair<int, int>, double> m_mapEdgeSqrLen;
+    double m_dEnergy = 0.0;
+    std::int32_t m_iLayoutType;
+    bool m_bFixedLayout = false;
+    netloom::CreationOrderSet<CConnectedGraph> m_setConnectedGraphs;
+    std::vector<int> m_vecSortedEdges;
+    std::vector<int> m_vecSortedEdgesInGraph;
+    CLayoutStrategy* m_pLayoutStrategy = nullptr;
+    std::int32_t m_iMaxColCount = -1;
+    std::int32_t m_nParam; // first constructor argument, handed to components
+
+private:
+    void CopyFrom(const CNetworkGraph& other);
+    void Swap(CNetworkGraph& other) noexcept;
+    void DeleteOwnedObjects();
+
+    // Edges by unordered pair of end-node ids, so that the duplicate test and
+    // FindEdge do not scan the whole edge table.
+    std::unordered_map<std::uint64_t, std::vector<CEdge*>> m_mapEdgesByPair;
+};

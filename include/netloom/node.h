@@ -1,0 +1,84 @@
+#pragma once
+
+#include <netloom/creation_order.h>
+#include <netloom/export.h>
+#include <netloom/rect.h>
+
+#include <cstdint>
+#include <vector>
+
+class CEdge;
+
+// Grid record of a node, written by the layered layouts.
+struct NETLOOM_API _tagNode {
+    std::int32_t nID = 0;
+    std::int32_t nBaseRow = 0; // row before the orientation is applied
+    std::int32_t nRow = 0;     // row after orientation
+    std::int32_t nCol = 0;     // column after orientation
+};
+
+using EdgeSet = netloom::CreationOrderSet<CEdge>;
+
+// One vertex of a network graph.
+class NETLOOM_API CNode : public netloom::CreationOrdered {
+public:
+    static const int m_iWidth = 8;
+    static const int m_iHeight = 8;
+
+    CNode(int id, double x, double y, bool fixed);
+    CNode(const CNode&) = default;
+    CNode& operator=(const CNode&) = default;
+    virtual ~CNode();
+
+    double X() const { return m_dX; }
+    double Y() const { return m_dY; }
+    void SetPosition(double x, double y);
+    void Move(double dx, double dy);
+    void UpdateRect();
+
+    int GetID() const { return m_iID; }
+    bool IsFixed() const { return m_bFixed; }
+    bool IsVisited() const { return m_bVisited; }
+    void SetVisited(bool visited) { m_bVisited = visited; }
+
+    EdgeSet& GetEdges() { return m_setEdges; }
+    const EdgeSet& GetEdges() const { return m_setEdges; }
+    void AddEdge(CEdge* e);
+    void DeleteEdge(CEdge* e);
+
+    _tagNode GetNodePos() const { return m_tagNode; }
+    void SetNodePos(const _tagNode& pos);
+
+    // Velocity of the force-directed layout.
+    double GetVx() const { return m_dVx; }
+    double GetVy() const { return m_dVy; }
+    void SetVelocity(double vx, double vy) {
+        m_dVx = vx;
+        m_dVy = vy;
+    }
+
+    // Port ids on the four sides of the node (hierarchy layout).
+    const std::vector<int>& GetUpsideSubs() const { return m_vecUpside; }
+    const std::vector<int>& GetDownsideSubs() const { return m_vecDownside; }
+    const std::vector<int>& GetRightsideSubs() const { return m_vecRightside; }
+    const std::vector<int>& GetLeftsideSubs() const { return m_vecLeftside; }
+
+    CRect m_rect; // integer bounds, 4.0 on each side of the position
+
+protected:
+    double m_dX;
+    double m_dY;
+    double m_dVx = 0.0;
+    double m_dVy = 0.0;
+    EdgeSet m_setEdges;
+    std::int32_t m_iID;
+    bool m_bVisited = false;
+    bool m_bFixed;
+    std::vector<int> m_vecUpside;
+    std::vector<int> m_vecDownside;
+    std::vector<int> m_vecRightside;
+    std::vector<int> m_vecLeftside;
+    _tagNode m_tagNode;
+
+    friend class CNetworkGraph;
+};

@@ -1,0 +1,9 @@
+#include <netloom/quad_tree.h>
+
+CQuadTree::~CQuadTree() {
+    Clear();
+}
+
+void CQuadTree::Clear() {
+    m_pRoot = nullptr;
+}

@@ -1,0 +1,352 @@
+#include <netloom/connected_graph.h>
+#include <netloom/network_graph.h>
+#include <netloom/params.h>
+
+#include "graph/truncate.h"
+
+#include <algorithm>
+#include <unordered_map>
+
+using netloom::TruncToInt;
+
+namespace {
+
+std::uint64_t PairKey(int a, int b) {
+    const auto lo = static_cast<std::uint32_t>(std::min(a, b));
+    const auto hi = static_cast<std::uint32_t>(std::max(a, b));
+    return (static_cast<std::uint64_t>(lo) << 32) | hi;
+}
+
+template <class T> std::vector<T*> InCreationOrder(const std::map<int, T*>& table) {
+    std::vector<T*> objects;
+    objects.reserve(table.size());
+    for (const auto& entry : table) {
+        objects.push_back(entry.second);
+    }
+    std::sort(objects.begin(), objects.end(), netloom::CreationOrderLess());
+    return objects;
+}
+
+// The square of the host's integer length as a 32-bit product: wraps like the
+// 32-bit multiplication it stands for instead of overflowing.
+double SquareOfLength(int length) {
+    const std::int64_t wide = static_cast<std::int64_t>(length) * length;
+    return static_cast<double>(static_cast<std::int32_t>(static_cast<std::uint32_t>(wide)));
+}
+
+} // namespace
+
+CNetworkGraph::CNetworkGraph(int nParam, int nLayoutType)
+    : m_iLayoutType(nLayoutType), m_nParam(nParam) {}
+
+CNetworkGraph::CNetworkGraph(const CNetworkGraph& other)
+    : m_iLayoutType(other.m_iLayoutType), m_nParam(other.m_nParam) {
+    CopyFrom(other);
+}
+
+CNetworkGraph& CNetworkGraph::operator=(const CNetworkGraph& other) {
+    if (this != &other) {
+        CNetworkGraph copy(other);
+        Swap(copy);
+    }
+    return *this;
+}
+
+CNetworkGraph::CNetworkGraph(CNetworkGraph&& other) noexcept
+    : m_iLayoutType(other.m_iLayoutType), m_nParam(other.m_nParam) {
+    Swap(other);
+}
+
+CNetworkGraph& CNetworkGraph::operator=(CNetworkGraph&& other) noexcept {
+    if (this != &other) {
+        CNetworkGraph moved(std::move(other));
+        Swap(moved);
+    }
+    return *this;
+}
+
+CNetworkGraph::~CNetworkGraph() {
+    DeleteOwnedObjects();
+}
+
+void CNetworkGraph::DeleteOwnedObjects() {
+    for (auto& entry : m_mapNodes) {
+        delete entry.second;
+    }
+    for (auto& entry : m_mapEdges) {
+        delete entry.second;
+    }
+    DeleteConnectedGraphs();
+    m_mapNodes.clear();
+    m_mapEdges.clear();
+    m_mapEdgesByPair.clear();
+}
+
+void CNetworkGraph::DeleteConnectedGraphs() {
+    for (CConnectedGraph* comp : m_setConnectedGraphs) {
+        delete comp;
+    }
+    m_setConnectedGraphs.clear();
+}
+
+void CNetworkGraph::Swap(CNetworkGraph& other) noexcept {
+    std::swap(m_mapNodes, other.m_mapNodes);
+    std::swap(m_mapEdges, other.m_mapEdges);
+    std::swap(m_mapNodeDegree, other.m_mapNodeDegree);
+    std::swap(m_mapEdgeSqrLen, other.m_mapEdgeSqrLen);
+    std::swap(m_dEnergy, other.m_dEnergy);
+    std::swap(m_iLayoutType, other.m_iLayoutType);
+    std::swap(m_bFixedLayout, other.m_bFixedLayout);
+    std::swap(m_setConnectedGraphs, other.m_setConnectedGraphs);
+    std::swap(m_vecSortedEdges, other.m_vecSortedEdges);
+    std::swap(m_vecSortedEdgesInGraph, other.m_vecSortedEdgesInGraph);
+    std::swap(m_pLayoutStrategy, other.m_pLayoutStrategy);
+    std::swap(m_iMaxColCount, other.m_iMaxColCount);
+    std::swap(m_nParam, other.m_nParam);
+    std::swap(m_mapEdgesByPair, other.m_mapEdgesByPair);
+}
+
+// Objects are copied in creation order, so the copies' sets iterate in the same
+// order as the originals'.
+void CNetworkGraph::CopyFrom(const CNetworkGraph& other) {
+    std::unordered_map<const CNode*, CNode*> nodeCopies;
+    for (CNode* node : InCreationOrder(other.m_mapNodes)) {
+        auto* copy = new CNode(*node);
+        copy->m_setEdges.clear();
+        nodeCopies.emplace(node, copy);
+        m_mapNodes.emplace(node->GetID(), copy);
+    }
+    std::unordered_map<const CEdge*, CEdge*> edgeCopies;
+    for (CEdge* edge : InCreationOrder(other.m_mapEdges)) {
+        auto* copy = new CEdge(*edge);
+        copy->m_pSource = nodeCopies.at(edge->m_pSource);
+        copy->m_pDest = nodeCopies.at(edge->m_pDest);
+        edgeCopies.emplace(edge, copy);
+        InsertEdgeRecord(copy);
+    }
+    for (const auto& entry : nodeCopies) {
+        for (CEdge* edge : entry.first->m_setEdges) {
+            auto found = edgeCopies.find(edge);
+            if (found != edgeCopies.end()) {
+                entry.second->m_setEdges.insert(found->second);
+            }
+        }
+    }
+    m_mapNodeDegree = other.m_mapNodeDegree;
+    m_mapEdgeSqrLen = other.m_mapEdgeSqrLen;
+    m_dEnergy = other.m_dEnergy;
+    m_bFixedLayout = other.m_bFixedLayout;
+    m_vecSortedEdges = other.m_vecSortedEdges;
+    m_vecSortedEdgesInGraph = other.m_vecSortedEdgesInGraph;
+    m_pLayoutStrategy = other.m_pLayoutStrategy;
+    m_iMaxColCount = other.m_iMaxColCount;
+}
+
+bool CNetworkGraph::AddNode(CNode* node) {
+    if (node == nullptr || m_mapNodes.count(node->GetID()) != 0) {
+        return false;
+    }
+    m_mapNodes.emplace(node->GetID(), node);
+    return true;
+}
+
+bool CNetworkGraph::AddNode(int id, double x, double y, bool fixed) {
+    if (m_mapNodes.count(id) != 0) {
+        return false;
+    }
+    m_mapNodes.emplace(id, new CNode(id, x, y, fixed));
+    return true;
+}
+
+void CNetworkGraph::InsertEdgeRecord(CEdge* e) {
+    if (m_mapEdges.emplace(e->GetID(), e).second) {
+        m_mapEdgesByPair[PairKey(e->m_pSource->GetID(), e->m_pDest->GetID())].push_back(e);
+    }
+}
+
+void CNetworkGraph::EraseEdgeRecord(CEdge* e) {
+    m_mapEdges.erase(e->GetID());
+    auto bucket = m_mapEdgesByPair.find(PairKey(e->m_pSource->GetID(), e->m_pDest->GetID()));
+    if (bucket == m_mapEdgesByPair.end()) {
+        return;
+    }
+    auto& edges = bucket->second;
+    edges.erase(std::remove(edges.begin(), edges.end(), e), edges.end());
+    if (edges.empty()) {
+        m_mapEdgesByPair.erase(bucket);
+    }
+}
+
+bool CNetworkGraph::AddEdge(int id, int sourceID, int destID, int length, int sourceSubNodeID,
+                            int destSubNodeID, bool rejectDuplicate) {
+    CNode* source = GetNode(sourceID);
+    CNode* dest = GetNode(destID);
+    if (source == nullptr || dest == nullptr || m_mapEdges.count(id) != 0) {
+        return false;
+    }
+    auto* edge = new CEdge(id, source, dest, sourceSubNodeID, destSubNodeID);
+    if (rejectDuplicate && IsEdgeExist(edge)) {
+        delete edge;
+        return false;
+    }
+    // The graph changes, so the components of the last layout no longer describe it.
+    DeleteConnectedGraphs();
+    source->AddEdge(edge);
+    dest->AddEdge(edge);
+    edge->SetNormalLength(static_cast<double>(length));
+    InsertEdgeRecord(edge);
+    const auto key = sourceID < destID ? std::make_pair(sourceID, destID)
+                                       : std::make_pair(destID, sourceID);
+    m_mapEdgeSqrLen[key] = SquareOfLength(length);
+    return true;
+}
+
+// Any equal edge joins the same two nodes, so only their bucket is searched.
+bool CNetworkGraph::IsEdgeExist(CEdge* e) const {
+    auto bucket = m_mapEdgesByPair.find(PairKey(e->m_pSource->GetID(), e->m_pDest->GetID()));
+    if (bucket == m_mapEdgesByPair.end()) {
+        return false;
+    }
+    for (const CEdge* other : bucket->second) {
+        if (*other == *e) {
+            return true;
+        }
+    }
+    return false;
+}
+
+bool CNetworkGraph::DeleteEdge(int id) {
+    CEdge* edge = GetEdge(id);
+    if (edge == nullptr) {
+        return false;
+    }
+    DeleteConnectedGraphs();
+    edge->BreakEdge();
+    EraseEdgeRecord(edge);
+    delete edge;
+    return true;
+}
+
+bool CNetworkGraph::DeleteNode(int id) {
+    CNode* node = GetNode(id);
+    if (node == nullptr) {
+        return false;
+    }
+    DeleteConnectedGraphs();
+    // Copy first: deleting an edge removes it from the node's own set.
+    const std::vector<CEdge*> incident(node->m_setEdges.begin(), node->m_setEdges.end());
+    for (CEdge* edge : incident) {
+        if (GetEdge(edge->GetID()) == edge) {
+            DeleteEdge(edge->GetID());
+        }
+    }
+    m_mapNodes.erase(id);
+    delete node;
+    return true;
+}
+
+// The edge with the lowest id whose ends are a and b in either direction.
+CEdge* CNetworkGraph::FindEdge(CNode* a, CNode* b) const {
+    if (a == nullptr || b == nullptr) {
+        return nullptr;
+    }
+    auto bucket = m_mapEdgesByPair.find(PairKey(a->GetID(), b->GetID()));
+    if (bucket == m_mapEdgesByPair.end()) {
+        return nullptr;
+    }
+    CEdge* best = nullptr;
+    for (CEdge* e : bucket->second) {
+        const bool joins = (e->m_pSource == a && e->m_pDest == b) ||
+                           (e->m_pSource == b && e->m_pDest == a);
+        if (joins && (best == nullptr || e->GetID() < best->GetID())) {
+            best = e;
+        }
+    }
+    return best;
+}
+
+double CNetworkGraph::FindEdgeSqrLen(int idA, int idB) const {
+    auto found = m_mapEdgeSqrLen.find(std::make_pair(std::min(idA, idB), std::max(idA, idB)));
+    return found == m_mapEdgeSqrLen.end() ? g_dLayoutDistanceSqr : found->second;
+}
+
+CNode* CNetworkGraph::GetNode(int id) const {
+    auto found = m_mapNodes.find(id);
+    return found == m_mapNodes.end() ? nullptr : found->second;
+}
+
+CEdge* CNetworkGraph::GetEdge(int id) const {
+    auto found = m_mapEdges.find(id);
+    return found == m_mapEdges.end() ? nullptr : found->second;
+}
+
+bool CNetworkGraph::GetNodePosition(int id, double& x, double& y) const {
+    const CNode* node = GetNode(id);
+    if (node == nullptr) {
+        return false;
+    }
+    x = node->X();
+    y = node->Y();
+    return true;
+}
+
+bool CNetworkGraph::GetNodePhyPosition(int id, int& row, int& col) const {
+    const CNode* node = GetNode(id);
+    if (node == nullptr) {
+        return false;
+    }
+    row = node->m_tagNode.nRow;
+    col = node->m_tagNode.nCol;
+    return true;
+}
+
+void CNetworkGraph::SetNodePosition(int id, double x, double y, _tagNode& pos) {
+    CNode* node = GetNode(id);
+    if (node != nullptr) {
+        node->SetPosition(x, y);
+        node->SetNodePos(pos);
+    }
+}
+
+CRect CNetworkGraph::GetBoundRect() const {
+    if (m_mapNodes.empty()) {
+        return CRect(0, 0, 0, 0);
+    }
+    double minX = 9999999999.0;
+    double minY = 9999999999.0;
+    double maxX = -9999999999.0;
+    double maxY = -9999999999.0;
+    for (const auto& entry : m_mapNodes) {
+        const double x = entry.second->X();
+        const double y = entry.second->Y();
+        if (x < minX) {
+            minX = x;
+        }
+        if (y < minY) {
+            minY = y;
+        }
+        if (x > maxX) {
+            maxX = x;
+        }
+        if (y > maxY) {
+            maxY = y;
+        }
+    }
+    return CRect(TruncToInt(minX - 10.0), TruncToInt(minY - 10.0), TruncToInt(maxX + 10.0),
+                 TruncToInt(maxY + 10.0));
+}
+
+void CNetworkGraph::OffsetGraph(double dx, double dy) {
+    for (auto& entry : m_mapNodes) {
+        entry.second->Move(dx, dy);
+    }
+}
+
+bool CNetworkGraph::ContainFixedNode() const {
+    for (const auto& entry : m_mapNodes) {
+        if (entry.second->IsFixed()) {
+            return true;
+        }
+    }
+    return false;
+}

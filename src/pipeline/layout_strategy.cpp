@@ -1,0 +1,3 @@
+#include <netloom/layout_strategy.h>
+
+CLayoutStrategy::~CLayoutStrategy() = default;

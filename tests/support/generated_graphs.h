@@ -1,0 +1,68 @@
+#pragma once
+
+// Graph generators shared by the tests and the benchmarks. Deterministic for a
+// given seed value, so failures reproduce.
+
+#include <netloom/netloom.h>
+
+#include <cstdint>
+#include <random>
+#include <utility>
+#include <vector>
+
+namespace netloom_test {
+
+struct EdgeList {
+    int nodeCount = 0;
+    std::vector<std::pair<int, int>> edges; // node ids 1..nodeCount
+};
+
+// A random spanning tree over n nodes plus `extra` random edges (self-loops and
+// parallel edges possible).
+inline EdgeList RandomSparse(int n, int extra, std::uint32_t seedValue) {
+    std::mt19937 rng(seedValue);
+    EdgeList g;
+    g.nodeCount = n;
+    for (int v = 2; v <= n; ++v) {
+        std::uniform_int_distribution<int> pick(1, v - 1);
+        g.edges.emplace_back(pick(rng), v);
+    }
+    std::uniform_int_distribution<int> any(1, n);
+    for (int i = 0; i < extra; ++i) {
+        g.edges.emplace_back(any(rng), any(rng));
+    }
+    return g;
+}
+
+// A rows x cols grid, nodes numbered row by row from 1.
+inline EdgeList Grid(int rows, int cols) {
+    EdgeList g;
+    g.nodeCount = rows * cols;
+    for (int r = 0; r < rows; ++r) {
+        for (int c = 0; c < cols; ++c) {
+            const int id = r * cols + c + 1;
+            if (c + 1 < cols) {
+                g.edges.emplace_back(id, id + 1);
+            }
+            if (r + 1 < rows) {
+                g.edges.emplace_back(id, id + cols);
+            }
+        }
+    }
+    return g;
+}
+
+// Fills a graph: nodes at a deterministic spread of positions, edges with ids
+// 1.. in list order, length 40, ports 0.
+inline void Fill(CNetworkGraph& graph, const EdgeList& list, bool rejectDuplicate = false) {
+    for (int id = 1; id <= list.nodeCount; ++id) {
+        graph.AddNode(id, static_cast<double>((id * 37) % 1000), static_cast<double>((id * 91) % 1000),
+                      false);
+    }
+    int edgeId = 1;
+    for (const auto& e : list.edges) {
+        graph.AddEdge(edgeId++, e.first, e.second, 40, 0, 0, rejectDuplicate);
+    }
+}
+
+} // namespace netloom_test
