@@ -1,6 +1,7 @@
 #pragma once
 
 #include <netloom/creation_order.h>
+#include <netloom/detail/flat_hash_map.h>
 #include <netloom/edge.h>
 #include <netloom/export.h>
 #include <netloom/node.h>
@@ -8,12 +9,24 @@
 
 #include <cstdint>
 #include <map>
-#include <unordered_map>
 #include <utility>
 #include <vector>
 
 class CConnectedGraph;
 class CLayoutStrategy;
+
+namespace netloom {
+// Key of a node id in the lookup indexes.
+inline std::uint64_t IdKey(int id) {
+    return static_cast<std::uint32_t>(id);
+}
+// Key of an unordered pair of node ids: smaller id in the high half.
+inline std::uint64_t PairKey(int a, int b) {
+    const auto lo = static_cast<std::uint32_t>(a < b ? a : b);
+    const auto hi = static_cast<std::uint32_t>(a < b ? b : a);
+    return (static_cast<std::uint64_t>(lo) << 32) | hi;
+}
+} // namespace netloom
 
 // The host's graph: nodes and edges keyed by id, layout settings, and the
 // components and edge order produced by Layout. It owns its nodes and edges.
@@ -81,16 +94,20 @@ protected:
     CConnectedGraph* ConstructConnectedGraph(CNode* seed);
     void AddNodeandNeighbor(CNode* node);
 
-    // Files an edge under its id and in the node-pair index (no checks).
+    // Files an edge under its id and, once built, in the node-pair index (no checks).
     void InsertEdgeRecord(CEdge* e);
     void EraseEdgeRecord(CEdge* e);
+    // Files a node under its id (false when the id is taken).
+    bool InsertNodeRecord(CNode* node);
     // Deletes the components of the previous Layout call.
     void DeleteConnectedGraphs();
 
     std::map<int, CNode*> m_mapNodes;
     std::map<int, CEdge*> m_mapEdges;
     std::map<int, int> m_mapNodeDegree;
-    std::map<std::pair<int, int>, double> m_mapEdgeSqrLen;
+    // Squared natural length per node pair, keyed by PairKey(smaller id, larger id).
+    // Only ever looked up, so a hash map.
+    netloom::detail::FlatHashMap<double> m_mapEdgeSqrLen;
     double m_dEnergy = 0.0;
     std::int32_t m_iLayoutType;
     bool m_bFixedLayout = false;
@@ -106,7 +123,13 @@ private:
     void Swap(CNetworkGraph& other) noexcept;
     void DeleteOwnedObjects();
 
+    void EnsurePairIndex() const;
+
     // Edges by unordered pair of end-node ids, so that the duplicate test and
-    // FindEdge do not scan the whole edge table.
-    std::unordered_map<std::uint64_t, std::vector<CEdge*>> m_mapEdgesByPair;
+    // FindEdge do not scan the whole edge table. Built on first use, then kept
+    // up to date; components that never ask pay nothing for it.
+    mutable netloom::detail::FlatHashMap<CEdge*> m_mapEdgesByPair;
+    mutable bool m_bPairIndexBuilt = false;
+    // Node lookup by id without walking the ordered table.
+    netloom::detail::FlatHashMap<CNode*> m_mapNodeIndex;
 };

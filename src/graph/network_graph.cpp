@@ -7,15 +7,11 @@
 #include <algorithm>
 #include <unordered_map>
 
+using netloom::IdKey;
+using netloom::PairKey;
 using netloom::TruncToInt;
 
 namespace {
-
-std::uint64_t PairKey(int a, int b) {
-    const auto lo = static_cast<std::uint32_t>(std::min(a, b));
-    const auto hi = static_cast<std::uint32_t>(std::max(a, b));
-    return (static_cast<std::uint64_t>(lo) << 32) | hi;
-}
 
 template <class T> std::vector<T*> InCreationOrder(const std::map<int, T*>& table) {
     std::vector<T*> objects;
@@ -79,7 +75,9 @@ void CNetworkGraph::DeleteOwnedObjects() {
     DeleteConnectedGraphs();
     m_mapNodes.clear();
     m_mapEdges.clear();
-    m_mapEdgesByPair.clear();
+    m_mapEdgesByPair.Clear();
+    m_bPairIndexBuilt = false;
+    m_mapNodeIndex.Clear();
 }
 
 void CNetworkGraph::DeleteConnectedGraphs() {
@@ -104,6 +102,8 @@ void CNetworkGraph::Swap(CNetworkGraph& other) noexcept {
     std::swap(m_iMaxColCount, other.m_iMaxColCount);
     std::swap(m_nParam, other.m_nParam);
     std::swap(m_mapEdgesByPair, other.m_mapEdgesByPair);
+    std::swap(m_bPairIndexBuilt, other.m_bPairIndexBuilt);
+    std::swap(m_mapNodeIndex, other.m_mapNodeIndex);
 }
 
 // Objects are copied in creation order, so the copies' sets iterate in the same
@@ -114,7 +114,7 @@ void CNetworkGraph::CopyFrom(const CNetworkGraph& other) {
         auto* copy = new CNode(*node);
         copy->m_setEdges.clear();
         nodeCopies.emplace(node, copy);
-        m_mapNodes.emplace(node->GetID(), copy);
+        InsertNodeRecord(copy);
     }
     std::unordered_map<const CEdge*, CEdge*> edgeCopies;
     for (CEdge* edge : InCreationOrder(other.m_mapEdges)) {
@@ -143,45 +143,70 @@ void CNetworkGraph::CopyFrom(const CNetworkGraph& other) {
 }
 
 bool CNetworkGraph::AddNode(CNode* node) {
-    if (node == nullptr || m_mapNodes.count(node->GetID()) != 0) {
-        return false;
-    }
-    m_mapNodes.emplace(node->GetID(), node);
-    return true;
+    return node != nullptr && InsertNodeRecord(node);
 }
 
 bool CNetworkGraph::AddNode(int id, double x, double y, bool fixed) {
-    if (m_mapNodes.count(id) != 0) {
+    if (GetNode(id) != nullptr) {
         return false;
     }
-    m_mapNodes.emplace(id, new CNode(id, x, y, fixed));
+    InsertNodeRecord(new CNode(id, x, y, fixed));
+    return true;
+}
+
+bool CNetworkGraph::InsertNodeRecord(CNode* node) {
+    const int id = node->GetID();
+    if (m_mapNodeIndex.Find(IdKey(id)) != nullptr) {
+        return false;
+    }
+    m_mapNodeIndex.InsertMulti(IdKey(id), node);
+    // Ascending ids, the usual case, append at the end without a search.
+    if (m_mapNodes.empty() || m_mapNodes.rbegin()->first < id) {
+        m_mapNodes.emplace_hint(m_mapNodes.end(), id, node);
+    } else {
+        m_mapNodes.emplace(id, node);
+    }
     return true;
 }
 
 void CNetworkGraph::InsertEdgeRecord(CEdge* e) {
-    if (m_mapEdges.emplace(e->GetID(), e).second) {
-        m_mapEdgesByPair[PairKey(e->m_pSource->GetID(), e->m_pDest->GetID())].push_back(e);
+    // Ascending ids, the usual case, append at the end without a search.
+    const int id = e->GetID();
+    if (m_mapEdges.empty() || m_mapEdges.rbegin()->first < id) {
+        m_mapEdges.emplace_hint(m_mapEdges.end(), id, e);
+    } else if (!m_mapEdges.emplace(id, e).second) {
+        return;
+    }
+    if (m_bPairIndexBuilt) {
+        m_mapEdgesByPair.InsertMulti(PairKey(e->m_pSource->GetID(), e->m_pDest->GetID()), e);
     }
 }
 
 void CNetworkGraph::EraseEdgeRecord(CEdge* e) {
     m_mapEdges.erase(e->GetID());
-    auto bucket = m_mapEdgesByPair.find(PairKey(e->m_pSource->GetID(), e->m_pDest->GetID()));
-    if (bucket == m_mapEdgesByPair.end()) {
+    if (!m_bPairIndexBuilt) {
         return;
     }
-    auto& edges = bucket->second;
-    edges.erase(std::remove(edges.begin(), edges.end(), e), edges.end());
-    if (edges.empty()) {
-        m_mapEdgesByPair.erase(bucket);
+    m_mapEdgesByPair.Erase(PairKey(e->m_pSource->GetID(), e->m_pDest->GetID()), e);
+}
+
+void CNetworkGraph::EnsurePairIndex() const {
+    if (m_bPairIndexBuilt) {
+        return;
     }
+    m_mapEdgesByPair.Reserve(m_mapEdges.size());
+    for (const auto& entry : m_mapEdges) {
+        CEdge* e = entry.second;
+        m_mapEdgesByPair.InsertMulti(PairKey(e->m_pSource->GetID(), e->m_pDest->GetID()), e);
+    }
+    m_bPairIndexBuilt = true;
 }
 
 bool CNetworkGraph::AddEdge(int id, int sourceID, int destID, int length, int sourceSubNodeID,
                             int destSubNodeID, bool rejectDuplicate) {
     CNode* source = GetNode(sourceID);
     CNode* dest = GetNode(destID);
-    if (source == nullptr || dest == nullptr || m_mapEdges.count(id) != 0) {
+    if (source == nullptr || dest == nullptr || GetEdge(id) != nullptr) {
         return false;
     }
     auto* edge = new CEdge(id, source, dest, sourceSubNodeID, destSubNodeID);
@@ -195,24 +220,20 @@ bool CNetworkGraph::AddEdge(int id, int sourceID, int destID, int length, int so
     dest->AddEdge(edge);
     edge->SetNormalLength(static_cast<double>(length));
     InsertEdgeRecord(edge);
-    const auto key = sourceID < destID ? std::make_pair(sourceID, destID)
-                                       : std::make_pair(destID, sourceID);
-    m_mapEdgeSqrLen[key] = SquareOfLength(length);
+    m_mapEdgeSqrLen.FindOrInsert(PairKey(sourceID, destID), 0.0) = SquareOfLength(length);
     return true;
 }
 
 // Any equal edge joins the same two nodes, so only their bucket is searched.
 bool CNetworkGraph::IsEdgeExist(CEdge* e) const {
-    auto bucket = m_mapEdgesByPair.find(PairKey(e->m_pSource->GetID(), e->m_pDest->GetID()));
-    if (bucket == m_mapEdgesByPair.end()) {
-        return false;
-    }
-    for (const CEdge* other : bucket->second) {
-        if (*other == *e) {
-            return true;
-        }
-    }
-    return false;
+    EnsurePairIndex();
+    bool found = false;
+    m_mapEdgesByPair.ForEach(PairKey(e->m_pSource->GetID(), e->m_pDest->GetID()),
+                             [&](CEdge* other) {
+                                 found = *other == *e;
+                                 return !found;
+                             });
+    return found;
 }
 
 bool CNetworkGraph::DeleteEdge(int id) {
@@ -241,6 +262,7 @@ bool CNetworkGraph::DeleteNode(int id) {
         }
     }
     m_mapNodes.erase(id);
+    m_mapNodeIndex.Erase(IdKey(id), node);
     delete node;
     return true;
 }
@@ -250,29 +272,27 @@ CEdge* CNetworkGraph::FindEdge(CNode* a, CNode* b) const {
     if (a == nullptr || b == nullptr) {
         return nullptr;
     }
-    auto bucket = m_mapEdgesByPair.find(PairKey(a->GetID(), b->GetID()));
-    if (bucket == m_mapEdgesByPair.end()) {
-        return nullptr;
-    }
+    EnsurePairIndex();
     CEdge* best = nullptr;
-    for (CEdge* e : bucket->second) {
-        const bool joins = (e->m_pSource == a && e->m_pDest == b) ||
-                           (e->m_pSource == b && e->m_pDest == a);
+    m_mapEdgesByPair.ForEach(PairKey(a->GetID(), b->GetID()), [&](CEdge* e) {
+        const bool joins =
+            (e->m_pSource == a && e->m_pDest == b) || (e->m_pSource == b && e->m_pDest == a);
         if (joins && (best == nullptr || e->GetID() < best->GetID())) {
             best = e;
         }
-    }
+        return true;
+    });
     return best;
 }
 
 double CNetworkGraph::FindEdgeSqrLen(int idA, int idB) const {
-    auto found = m_mapEdgeSqrLen.find(std::make_pair(std::min(idA, idB), std::max(idA, idB)));
-    return found == m_mapEdgeSqrLen.end() ? g_dLayoutDistanceSqr : found->second;
+    const double* found = m_mapEdgeSqrLen.Find(PairKey(idA, idB));
+    return found == nullptr ? g_dLayoutDistanceSqr : *found;
 }
 
 CNode* CNetworkGraph::GetNode(int id) const {
-    auto found = m_mapNodes.find(id);
-    return found == m_mapNodes.end() ? nullptr : found->second;
+    CNode* const* found = m_mapNodeIndex.Find(IdKey(id));
+    return found == nullptr ? nullptr : *found;
 }
 
 CEdge* CNetworkGraph::GetEdge(int id) const {

@@ -2,7 +2,8 @@
 #include <netloom/network_graph.h>
 #include <netloom/params.h>
 
-#include <queue>
+#include <algorithm>
+#include <vector>
 
 void CNetworkGraph::DecomposeGraph() {
     int index = 0;
@@ -29,26 +30,35 @@ CConnectedGraph* CNetworkGraph::ConstructConnectedGraph(CNode* seed) {
 
 // Collects the seed's whole connected component: every reachable node, every
 // edge incident to one of them, and each node's edge count. Iterative, so long
-// chains do not exhaust the stack; the result does not depend on visiting order.
+// chains do not exhaust the stack; the result does not depend on visiting order,
+// so the tables are filled afterwards in ascending id, which is cheapest.
 void CNetworkGraph::AddNodeandNeighbor(CNode* node) {
-    std::queue<CNode*> pending;
-    AddNode(node);
+    std::vector<CNode*> nodes{node};
+    std::vector<CEdge*> edges;
     node->SetVisited(true);
-    pending.push(node);
-    while (!pending.empty()) {
-        CNode* current = pending.front();
-        pending.pop();
-        const EdgeSet& edges = current->GetEdges();
-        m_mapNodeDegree[current->GetID()] = static_cast<int>(edges.size());
-        for (CEdge* e : edges) {
+    for (std::size_t next = 0; next < nodes.size(); ++next) {
+        CNode* current = nodes[next];
+        for (CEdge* e : current->GetEdges()) {
             CNode* other = e->GetSourceNode() == current ? e->GetDestNode() : e->GetSourceNode();
             if (!other->IsVisited()) {
-                AddNode(other);
                 other->SetVisited(true);
-                pending.push(other);
+                nodes.push_back(other);
             }
-            InsertEdgeRecord(e);
+            edges.push_back(e);
         }
+    }
+    auto byId = [](const auto* a, const auto* b) { return a->GetID() < b->GetID(); };
+    std::sort(nodes.begin(), nodes.end(), byId);
+    std::sort(edges.begin(), edges.end(), byId);
+    // Each edge is met from both of its ends.
+    edges.erase(std::unique(edges.begin(), edges.end()), edges.end());
+    for (CNode* n : nodes) {
+        InsertNodeRecord(n);
+        m_mapNodeDegree.emplace_hint(m_mapNodeDegree.end(), n->GetID(),
+                                     static_cast<int>(n->GetEdges().size()));
+    }
+    for (CEdge* e : edges) {
+        InsertEdgeRecord(e);
     }
 }
 

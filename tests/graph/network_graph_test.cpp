@@ -164,7 +164,8 @@ TEST(NetworkGraphTest, IndexedLookupsMatchFullScans) {
             } else if (action < 8) {
                 g.AddEdge(step, a, b, 1, 0, 0, false);
             } else if (action == 8 && !g.GetEdgeMap().empty()) {
-                g.DeleteEdge(std::next(g.GetEdgeMap().begin(), rng() % g.GetEdgeMap().size())->first);
+                g.DeleteEdge(
+                    std::next(g.GetEdgeMap().begin(), rng() % g.GetEdgeMap().size())->first);
             } else if (action == 9) {
                 const int victim = node(rng);
                 if (g.DeleteNode(victim)) {

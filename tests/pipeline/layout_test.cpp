@@ -154,8 +154,7 @@ TEST(LayoutTest, ComponentsFollowTheSmallestNodeIdAndCarryTheSettings) {
     g.SetMaxColCount(6);
     g.Layout(40, kNoMethod, 200);
 
-    EXPECT_EQ(ComponentNodeIds(g),
-              (std::vector<std::vector<int>>{{1, 2, 3}, {4}, {5, 6, 7}, {9}}));
+    EXPECT_EQ(ComponentNodeIds(g), (std::vector<std::vector<int>>{{1, 2, 3}, {4}, {5, 6, 7}, {9}}));
     std::vector<const CConnectedGraph*> comps(g.GetConnectedGraphs().begin(),
                                               g.GetConnectedGraphs().end());
     EXPECT_EQ(comps[0]->GetEdgeMap().size(), 4u);
