@@ -18,9 +18,9 @@ struct Link {
 // Core router 1, two distribution switches, access switches and hosts, and a
 // separate lab segment that forms a second component.
 const int kNodes[] = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 20, 21, 22};
-const Link kLinks[] = {{1, 1, 2},   {2, 1, 3},   {3, 2, 4},   {4, 2, 5},   {5, 3, 6},
-                       {6, 3, 7},   {7, 4, 8},   {8, 4, 9},   {9, 5, 10},  {10, 6, 11},
-                       {11, 7, 12}, {12, 2, 3},  {13, 20, 21}, {14, 20, 22}};
+const Link kLinks[] = {{1, 1, 2},   {2, 1, 3},  {3, 2, 4},    {4, 2, 5},   {5, 3, 6},
+                       {6, 3, 7},   {7, 4, 8},  {8, 4, 9},    {9, 5, 10},  {10, 6, 11},
+                       {11, 7, 12}, {12, 2, 3}, {13, 20, 21}, {14, 20, 22}};
 
 } // namespace
 

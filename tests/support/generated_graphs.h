@@ -56,8 +56,8 @@ inline EdgeList Grid(int rows, int cols) {
 // 1.. in list order, length 40, ports 0.
 inline void Fill(CNetworkGraph& graph, const EdgeList& list, bool rejectDuplicate = false) {
     for (int id = 1; id <= list.nodeCount; ++id) {
-        graph.AddNode(id, static_cast<double>((id * 37) % 1000), static_cast<double>((id * 91) % 1000),
-                      false);
+        graph.AddNode(id, static_cast<double>((id * 37) % 1000),
+                      static_cast<double>((id * 91) % 1000), false);
     }
     int edgeId = 1;
     for (const auto& e : list.edges) {
