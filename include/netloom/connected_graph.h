@@ -31,6 +31,11 @@ public:
     bool ForceDirectedLayout();
     bool LayeredLayout();
 
+    // Edge ports of the hierarchy layout (src/ports/).
+    void AssignEdgePorts();
+    void SortNodeEdges(CNode* node, EdgeSet& edges, std::vector<CEdge*>& sorted);
+    void BuildSortedEdges();
+
 protected:
     std::map<int, std::vector<_tagNode>> m_mapGridRows;
     CQuadTree m_quadTree;

@@ -16,10 +16,6 @@ class CConnectedGraph;
 class CLayoutStrategy;
 
 namespace netloom {
-// Key of a node id in the lookup indexes.
-inline std::uint64_t IdKey(int id) {
-    return static_cast<std::uint32_t>(id);
-}
 // Key of an unordered pair of node ids: smaller id in the high half.
 inline std::uint64_t PairKey(int a, int b) {
     const auto lo = static_cast<std::uint32_t>(a < b ? a : b);
@@ -68,9 +64,13 @@ public:
     // Runs the whole layout pipeline; always returns true.
     bool Layout(int nDistance, int nLayoutType, int nLayerSpacing);
 
-    // Edge order of the hierarchy layout.
+    // Edge order of the hierarchy layout and the component index of each entry.
     std::vector<int>& GetSortedEdges() { return m_vecSortedEdges; }
     std::vector<int>& GetSortedEdgesInGraph() { return m_vecSortedEdgesInGraph; }
+    // Appends the ids not listed yet, each with graphIndex.
+    void AddSortedEdge(std::vector<int>& ids, int graphIndex);
+    // Side and slot of a port on a node; writes nothing for an unknown node or port.
+    void GetSubNodePosition(int nodeId, int sub, int& side, int& index) const;
 
     // Read access for hosts and the layout steps.
     CNode* GetNode(int id) const;
@@ -130,6 +130,10 @@ private:
     // up to date; components that never ask pay nothing for it.
     mutable netloom::detail::FlatHashMap<CEdge*> m_mapEdgesByPair;
     mutable bool m_bPairIndexBuilt = false;
+    // Membership of m_vecSortedEdges, rebuilt whenever the list's length is not
+    // the one indexed (the host holds a reference to the list).
+    netloom::detail::FlatHashMap<bool> m_setSortedEdgeIds;
+    std::size_t m_nSortedEdgesIndexed = 0;
     // Node lookup by id without walking the ordered table.
     netloom::detail::FlatHashMap<CNode*> m_mapNodeIndex;
 };

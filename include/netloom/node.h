@@ -57,7 +57,25 @@ public:
         m_dVy = vy;
     }
 
-    // Port ids on the four sides of the node (hierarchy layout).
+    // Port ids on the four sides of the node (hierarchy layout); a front flag
+    // other than 0 inserts at the front, 0 appends.
+    void AddUpsideSub(int sub, int front);
+    void AddDownsideSub(int sub, int front);
+    void AddRightsideSub(int sub, int front);
+    void AddLeftsideSub(int sub, int front);
+    int GetRightsideEdgeSize() const;
+    int GetLeftsideEdgeSize() const;
+    // Exchanges the up and down lists.
+    void ReverteSide();
+    // Moves one port between the up and down lists.
+    void ReverteSide(int sub);
+    // The first edge (creation order) with sub as either port id, or null.
+    CEdge* GetEdge(int sub) const;
+    // Appends the edge ids of the ports, sides up, down, right, left, in slot order.
+    void GetSortedEdges(std::vector<int>& ids) const;
+    // Side code (0 up, 1 down, 2 right, 3 left) and slot of the port; writes
+    // nothing when no side holds it.
+    void GetSubNodePosition(int sub, int& side, int& index) const;
     const std::vector<int>& GetUpsideSubs() const { return m_vecUpside; }
     const std::vector<int>& GetDownsideSubs() const { return m_vecDownside; }
     const std::vector<int>& GetRightsideSubs() const { return m_vecRightside; }

@@ -7,7 +7,7 @@
 #include <algorithm>
 #include <unordered_map>
 
-using netloom::IdKey;
+using netloom::detail::IdKey;
 using netloom::PairKey;
 using netloom::TruncToInt;
 
@@ -104,6 +104,8 @@ void CNetworkGraph::Swap(CNetworkGraph& other) noexcept {
     std::swap(m_mapEdgesByPair, other.m_mapEdgesByPair);
     std::swap(m_bPairIndexBuilt, other.m_bPairIndexBuilt);
     std::swap(m_mapNodeIndex, other.m_mapNodeIndex);
+    std::swap(m_setSortedEdgeIds, other.m_setSortedEdgeIds);
+    std::swap(m_nSortedEdgesIndexed, other.m_nSortedEdgesIndexed);
 }
 
 // Objects are copied in creation order, so the copies' sets iterate in the same

@@ -7,6 +7,11 @@
 
 namespace netloom::detail {
 
+// Key of a 32-bit id (node, edge or port id).
+inline std::uint64_t IdKey(int id) {
+    return static_cast<std::uint32_t>(id);
+}
+
 // Open-addressing hash map from 64-bit keys to small values, used for the
 // graph's lookup indexes: one flat array instead of one heap node per entry,
 // which matters for graphs with millions of edges. A key may be stored several

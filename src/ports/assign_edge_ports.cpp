@@ -1,0 +1,97 @@
+#include <netloom/connected_graph.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <unordered_set>
+
+namespace {
+
+CNode* OtherEnd(const CEdge* e, const CNode* node) {
+    return e->GetSourceNode() == node ? e->GetDestNode() : e->GetSourceNode();
+}
+
+} // namespace
+
+// Orders the node's edges by the other end's row, top to bottom; within a row
+// left to right, except in the node's own row, which runs right to left. Ties
+// keep the edge-set order. Appending to `sorted` one by one with an insertion
+// walk gives exactly this stable order, which a stable sort reaches in
+// O(n log n) for nodes with many edges.
+void CConnectedGraph::SortNodeEdges(CNode* node, EdgeSet& edges, std::vector<CEdge*>& sorted) {
+    const int ownRow = node->GetNodePos().nRow;
+    const std::size_t start = sorted.size();
+    sorted.insert(sorted.end(), edges.begin(), edges.end());
+    std::stable_sort(sorted.begin() + static_cast<std::ptrdiff_t>(start), sorted.end(),
+                     [node, ownRow](const CEdge* a, const CEdge* b) {
+                         const _tagNode p = OtherEnd(a, node)->GetNodePos();
+                         const _tagNode q = OtherEnd(b, node)->GetNodePos();
+                         if (p.nRow != q.nRow) {
+                             return p.nRow < q.nRow;
+                         }
+                         return p.nRow == ownRow ? p.nCol > q.nCol : p.nCol < q.nCol;
+                     });
+}
+
+// Puts both ends of every edge on a side of their node: edges to later rows leave
+// downward, close same-row neighbours use the left and right sides while those
+// hold fewer than 4 ports and the edge is unique, and the rest go to the up side.
+void CConnectedGraph::AssignEdgePorts() {
+    std::unordered_set<const CEdge*> processed;
+    processed.reserve(m_mapEdges.size());
+    std::vector<CEdge*> list;
+    for (const auto& row : m_mapGridRows) {
+        for (const _tagNode& record : row.second) {
+            CNode* x = GetNode(record.nID);
+            if (x == nullptr) {
+                continue; // a level id that is not a node of this component
+            }
+            list.clear();
+            SortNodeEdges(x, x->GetEdges(), list);
+            for (CEdge* e : list) {
+                if (!processed.insert(e).second) {
+                    continue;
+                }
+                const bool xIsSource = e->GetSourceNode() == x;
+                CNode* y = xIsSource ? e->GetDestNode() : e->GetSourceNode();
+                const int xPort = xIsSource ? e->GetSourceSubNodeID() : e->GetDestSubNodeID();
+                const int yPort = xIsSource ? e->GetDestSubNodeID() : e->GetSourceSubNodeID();
+                if (GetNode(y->GetID()) == nullptr) {
+                    continue;
+                }
+                const _tagNode p = x->GetNodePos();
+                const _tagNode q = y->GetNodePos();
+                if (p.nRow < q.nRow) {
+                    x->AddDownsideSub(xPort, 0);
+                    y->AddUpsideSub(yPort, 0);
+                } else if (p.nRow > q.nRow) {
+                    x->AddUpsideSub(xPort, 0);
+                    const bool diagonalStep =
+                        std::abs(p.nCol - q.nCol) == 1 && p.nRow - q.nRow >= 2;
+                    y->AddDownsideSub(yPort, diagonalStep ? 0 : 1);
+                } else if (p.nCol < q.nCol) {
+                    const bool rightSide = (q.nCol - p.nCol == 1 || p.nBaseRow == 0) &&
+                                           x->GetRightsideEdgeSize() < 4 &&
+                                           y->GetLeftsideEdgeSize() < 4 && e->IsUnique();
+                    if (rightSide) {
+                        x->AddRightsideSub(xPort, 0);
+                        y->AddLeftsideSub(yPort, 0);
+                    } else {
+                        x->AddUpsideSub(xPort, 0);
+                        y->AddUpsideSub(yPort, 1);
+                    }
+                } else {
+                    const bool leftSide = (p.nCol - q.nCol == 1 || p.nBaseRow == 0) &&
+                                          x->GetLeftsideEdgeSize() < 4 &&
+                                          y->GetRightsideEdgeSize() < 4 && e->IsUnique();
+                    if (leftSide) {
+                        x->AddLeftsideSub(xPort, 0);
+                        y->AddRightsideSub(yPort, 0);
+                    } else {
+                        x->AddUpsideSub(xPort, 1);
+                        y->AddUpsideSub(yPort, 0);
+                    }
+                }
+            }
+        }
+    }
+}
