@@ -8,6 +8,7 @@
 #include <netloom/rect.h>
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <utility>
 #include <vector>
@@ -64,6 +65,12 @@ public:
     // Runs the whole layout pipeline; always returns true.
     bool Layout(int nDistance, int nLayoutType, int nLayerSpacing);
 
+    // Optional progress report: Layout calls it after each component with the
+    // number of components done and their total. It changes no result; an empty
+    // function removes it.
+    using ProgressCallback = std::function<void(int done, int total)>;
+    void SetProgressCallback(ProgressCallback callback) { m_fnProgress = std::move(callback); }
+
     // Edge order of the hierarchy layout and the component index of each entry.
     std::vector<int>& GetSortedEdges() { return m_vecSortedEdges; }
     std::vector<int>& GetSortedEdgesInGraph() { return m_vecSortedEdgesInGraph; }
@@ -117,6 +124,7 @@ protected:
     CLayoutStrategy* m_pLayoutStrategy = nullptr;
     std::int32_t m_iMaxColCount = -1;
     std::int32_t m_nParam; // first constructor argument, handed to components
+    ProgressCallback m_fnProgress;
 
 private:
     void CopyFrom(const CNetworkGraph& other);

@@ -101,6 +101,7 @@ void CNetworkGraph::Swap(CNetworkGraph& other) noexcept {
     std::swap(m_pLayoutStrategy, other.m_pLayoutStrategy);
     std::swap(m_iMaxColCount, other.m_iMaxColCount);
     std::swap(m_nParam, other.m_nParam);
+    std::swap(m_fnProgress, other.m_fnProgress);
     std::swap(m_mapEdgesByPair, other.m_mapEdgesByPair);
     std::swap(m_bPairIndexBuilt, other.m_bPairIndexBuilt);
     std::swap(m_mapNodeIndex, other.m_mapNodeIndex);
@@ -142,6 +143,7 @@ void CNetworkGraph::CopyFrom(const CNetworkGraph& other) {
     m_vecSortedEdgesInGraph = other.m_vecSortedEdgesInGraph;
     m_pLayoutStrategy = other.m_pLayoutStrategy;
     m_iMaxColCount = other.m_iMaxColCount;
+    m_fnProgress = other.m_fnProgress;
 }
 
 bool CNetworkGraph::AddNode(CNode* node) {

@@ -16,8 +16,13 @@ bool CNetworkGraph::Layout(int nDistance, int nLayoutType, int nLayerSpacing) {
     }
     DecomposeGraph();
 
+    const int total = static_cast<int>(m_setConnectedGraphs.size());
+    int done = 0;
     for (CConnectedGraph* comp : m_setConnectedGraphs) {
         comp->LayoutComponent(nLayoutType);
+        if (m_fnProgress) {
+            m_fnProgress(++done, total);
+        }
     }
     PostprocessLayout();
     return true;

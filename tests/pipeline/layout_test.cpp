@@ -206,3 +206,24 @@ TEST(LayoutTest, LongChainsDecomposeWithoutDeepRecursion) {
 }
 
 } // namespace
+
+namespace {
+
+TEST(LayoutTest, ProgressIsReportedPerComponentWithoutChangingResults) {
+    CNetworkGraph plain;
+    for (int id = 1; id <= 3; ++id) {
+        plain.AddNode(id, id * 10.0, 0, false);
+    }
+    CNetworkGraph watched(plain);
+    std::vector<std::pair<int, int>> calls;
+    watched.SetProgressCallback([&](int done, int total) { calls.emplace_back(done, total); });
+    plain.Layout(40, 4, 200);
+    watched.Layout(40, 4, 200);
+    EXPECT_EQ(calls, (std::vector<std::pair<int, int>>{{1, 3}, {2, 3}, {3, 3}}));
+    for (int id = 1; id <= 3; ++id) {
+        EXPECT_EQ(PositionOf(plain, id).x, PositionOf(watched, id).x);
+        EXPECT_EQ(PositionOf(plain, id).y, PositionOf(watched, id).y);
+    }
+}
+
+} // namespace
