@@ -1,7 +1,43 @@
 #include <netloom/connected_graph.h>
+#include <netloom/params.h>
 
-// Tree and hierarchy layouts (types 2 and 8). Not implemented yet: the component
-// keeps its positions.
+#include "graph/truncate.h"
+#include "layered/layered_workspace.h"
+
+// Tree and hierarchy layouts (types 2 and 8): levels, child order and grid cells
+// from the workspace, then grid cells to coordinates. The hierarchy layout
+// places one grid column per column spacing; the tree layout counts columns in
+// layout units, so its unit is the column spacing itself (at least 1).
 bool CConnectedGraph::LayeredLayout() {
+    if (m_mapNodes.size() < 2) {
+        return true;
+    }
+    int unit = 1;
+    if (m_iLayoutType != m_iHierarchyLayout) {
+        unit = netloom::TruncToInt(g_dColumnSpacing);
+        if (unit < 1) {
+            unit = 1;
+        }
+    }
+    {
+        CLayeredLayout layout(this, unit);
+        layout.ArrangeLayers();
+        layout.CollectGridRecords(m_mapGridRows);
+    }
+
+    m_mapPlacedRows = m_mapGridRows;
+    const double columnWidth = g_dColumnSpacing / static_cast<double>(unit);
+    for (auto& row : m_mapPlacedRows) {
+        for (_tagNode& record : row.second) {
+            const double x = columnWidth * static_cast<double>(record.nCol);
+            const double y = static_cast<double>(record.nRow) * g_dLayerSpacing;
+            SetNodePosition(record.nID, x, y, record);
+        }
+    }
+
+    if (m_iLayoutType == m_iHierarchyLayout) {
+        AssignEdgePorts();
+        BuildSortedEdges();
+    }
     return true;
 }

@@ -1,0 +1,94 @@
+#include "layered/layered_workspace.h"
+
+#include <netloom/network_graph.h>
+
+#include <algorithm>
+
+CLayeredLayout::CLayeredLayout(CNetworkGraph* graph, int colUnit)
+    : m_pGraph(graph), m_iMaxColCount(0xfffffff), m_iColUnit(colUnit) {
+    if (m_pGraph != nullptr && m_pGraph->GetMaxColCount() > 0) {
+        m_iMaxColCount = m_pGraph->GetMaxColCount();
+    }
+    BuildIDMap(std::set<int>());
+    m_pRoot = GetOrCreateLayerNode(0, -1);
+}
+
+CLayeredLayout::~CLayeredLayout() {
+    for (CLayerNode* node : m_mapLayerNodes) {
+        delete node;
+    }
+    m_mapLayerNodes.clear();
+}
+
+CLayerNode* CLayeredLayout::GetOrCreateLayerNode(int id, int level) {
+    CLayerNode* node = FindLayerNode(id);
+    if (node == nullptr) {
+        node = new CLayerNode(id, level);
+        m_mapLayerNodes.push_back(node);
+        m_mapLayerNodeIndex.InsertMulti(netloom::detail::IdKey(id), node);
+    }
+    if (node->m_iLevel > m_iMaxLevel) {
+        m_iMaxLevel = node->m_iLevel;
+    }
+    return node;
+}
+
+CLayerNode* CLayeredLayout::FindLayerNode(int id) const {
+    CLayerNode* const* found = m_mapLayerNodeIndex.Find(netloom::detail::IdKey(id));
+    return found == nullptr ? nullptr : *found;
+}
+
+std::vector<CLayerNode*> CLayeredLayout::GetLayerNodesById() const {
+    std::vector<CLayerNode*> nodes = m_mapLayerNodes;
+    std::sort(nodes.begin(), nodes.end(),
+              [](const CLayerNode* a, const CLayerNode* b) { return a->m_iID < b->m_iID; });
+    return nodes;
+}
+
+bool CLayeredLayout::IsLayoutEdge(int edgeID) const {
+    return std::binary_search(m_setLayoutEdges.begin(), m_setLayoutEdges.end(), edgeID);
+}
+
+void CLayeredLayout::BuildIDMap(const std::set<int>& extraIDs) {
+    m_vecHostIDs.clear();
+    bool positive = extraIDs.empty() || *extraIDs.begin() > 0;
+    if (m_pGraph != nullptr) {
+        const auto& nodes = m_pGraph->GetNodeMap();
+        if (!nodes.empty() && nodes.begin()->first <= 0) {
+            positive = false;
+        }
+    }
+    if (positive) {
+        return; // identity
+    }
+    if (m_pGraph != nullptr) {
+        for (const auto& entry : m_pGraph->GetNodeMap()) {
+            m_vecHostIDs.push_back(entry.first);
+        }
+    }
+    m_vecHostIDs.insert(m_vecHostIDs.end(), extraIDs.begin(), extraIDs.end());
+    std::sort(m_vecHostIDs.begin(), m_vecHostIDs.end());
+    m_vecHostIDs.erase(std::unique(m_vecHostIDs.begin(), m_vecHostIDs.end()), m_vecHostIDs.end());
+}
+
+int CLayeredLayout::ToLayoutID(int hostID) const {
+    if (m_vecHostIDs.empty()) {
+        return hostID;
+    }
+    auto found = std::lower_bound(m_vecHostIDs.begin(), m_vecHostIDs.end(), hostID);
+    return static_cast<int>(found - m_vecHostIDs.begin()) + 1;
+}
+
+int CLayeredLayout::ToHostID(int layoutID) const {
+    if (m_vecHostIDs.empty() || layoutID < 1 || layoutID > static_cast<int>(m_vecHostIDs.size())) {
+        return layoutID;
+    }
+    return m_vecHostIDs[static_cast<std::size_t>(layoutID) - 1];
+}
+
+CNode* CLayeredLayout::FindGraphNode(int layoutID) const {
+    if (m_pGraph == nullptr || layoutID <= 0) {
+        return nullptr; // the virtual root and the dummies
+    }
+    return m_pGraph->GetNode(ToHostID(layoutID));
+}

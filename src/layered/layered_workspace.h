@@ -1,0 +1,184 @@
+#pragma once
+
+// Workspace of one tree or hierarchy layout: one layer node per node of the
+// component, the virtual root (id 0, level -1) and the dummy nodes (negative
+// ids) that the steps insert. Every step of the layering pipeline is a member of
+// CLayeredLayout; ArrangeLayers runs them in order.
+
+#include <netloom/creation_order.h>
+#include <netloom/detail/flat_hash_map.h>
+#include <netloom/node.h>
+
+#include <cstdint>
+#include <map>
+#include <queue>
+#include <set>
+#include <vector>
+
+class CNetworkGraph;
+class CNode;
+
+class CLayerNode;
+using LayerNodeSet = netloom::CreationOrderSet<CLayerNode>;
+
+// One node of the layered structure. Deleted by the workspace only.
+class CLayerNode : public netloom::CreationOrdered {
+public:
+    CLayerNode(int id, int level) : m_iID(id), m_iLevel(level) {}
+    CLayerNode(const CLayerNode&) = delete;
+    CLayerNode& operator=(const CLayerNode&) = delete;
+
+    void AddParent(CLayerNode* node) { m_vecParents.push_back(node); }
+    void AddChild(CLayerNode* node) { m_vecChildren.push_back(node); }
+    void AddSibling(CLayerNode* node) { m_setSiblings.insert(node); }
+
+    std::int32_t m_iID;
+    std::int32_t m_iLevel;
+    std::int32_t m_iRow = -1;
+    std::int32_t m_iCol = -1;
+    std::int32_t m_iVisitStamp = 0;
+    std::vector<CLayerNode*> m_vecParents;
+    std::vector<CLayerNode*> m_vecChildren; // left-to-right order
+    LayerNodeSet m_setSiblings;             // same-level neighbours
+    std::int32_t m_iRowCapacity = 0x7fffffff;
+    std::int32_t m_iPinMark = 0;
+
+    // Scratch of single passes, apart from the visit marks: the pass that last
+    // touched the node and a position it noted.
+    std::int32_t m_iScratchPass = 0;
+    std::int32_t m_iScratchPos = 0;
+};
+
+// Rows of the grid step: nodes per row and the fraction carried along the row.
+struct RowTally {
+    std::int32_t count = 0;
+    double carry = 0.0;
+};
+using RowTable = std::map<int, RowTally>;
+
+class CLayeredLayout {
+public:
+    CLayeredLayout(CNetworkGraph* graph, int colUnit);
+    CLayeredLayout(const CLayeredLayout&) = delete;
+    CLayeredLayout& operator=(const CLayeredLayout&) = delete;
+    ~CLayeredLayout();
+
+    // Shared operations.
+    CLayerNode* GetOrCreateLayerNode(int id, int level);
+    int NewDummyID() { return --m_iLastDummyID; }
+    int GetColUnit() const { return m_iColUnit; }
+    bool IsLayoutEdge(int edgeID) const;
+
+    // The layering pipeline.
+    bool ArrangeLayers();
+
+    // Layout edges and default levels.
+    bool CollectLayoutEdges();
+    bool AssignLevels();
+    bool ChooseTreeRoot(std::queue<CLayerNode*>& roots);
+    bool ChooseHierarchyRoots(std::queue<CLayerNode*>& roots);
+    bool AssignLevelsBreadthFirst(std::queue<CLayerNode*>& queue);
+
+    // Levels supplied by a layout strategy.
+    bool ApplyStrategyLevels(std::map<int, std::vector<int>>& levels);
+    bool LinkStrategyLevels();
+
+    // Ordering steps.
+    bool OrderChildrenCenterOut();
+    static bool FewerChildrenFirst(const CLayerNode* a, const CLayerNode* b);
+    bool AttachDetachedParts();
+    bool GroupSiblingNeighbours();
+    bool BalanceIsolatedLeaves();
+    bool GatherSharedChildParents();
+    bool GatherNeighbourGroups();
+    bool SplitIntoTwoGroups();
+
+    // Grid rows and columns.
+    bool AssignGridPositions();
+    void AssignRowsAndCount(CLayerNode* node, int dir, RowTable& table);
+    void ComputeRowCapacity(CLayerNode* node, RowTable& table);
+    int AssignColumns(CLayerNode* node, int dir, int next);
+    int WrapLeafRows(CLayerNode* node, int dir, int start, int end);
+    int MidColumnOfChildren(const CLayerNode* node) const;
+    static bool MoreParentsFirst(const CLayerNode* a, const CLayerNode* b);
+    bool IsCellOccupied(int row, int col) const;
+    void MarkCellOccupied(int row, int col);
+
+    // Grid records, filed by their vertical grid coordinate.
+    bool CollectGridRecords(std::map<int, std::vector<_tagNode>>& rows);
+
+    // Host ids and workspace ids. The workspace keeps 0 for the virtual root
+    // and negative ids for dummies, so host ids of 0 or below are mapped onto
+    // positive ids in the same order; with positive ids the map is the identity.
+    int ToLayoutID(int hostID) const;
+    int ToHostID(int layoutID) const;
+    // The component node of a layer node id, or null.
+    CNode* FindGraphNode(int layoutID) const;
+
+    // Read access for tests.
+    CLayerNode* GetRoot() const { return m_pRoot; }
+    CLayerNode* FindLayerNode(int id) const;
+    // Every layer node in ascending id (dummies, the virtual root, then the
+    // component's nodes).
+    std::vector<CLayerNode*> GetLayerNodesById() const;
+    int GetMaxLevel() const { return m_iMaxLevel; }
+    int GetMaxRow() const { return m_iMaxRow; }
+    int GetMaxCol() const { return m_iMaxCol; }
+    int GetMaxColCount() const { return m_iMaxColCount; }
+    void SetMaxColCount(int count) { m_iMaxColCount = count; }
+
+private:
+    // Builds the id map from the component's ids and the extra ids.
+    void BuildIDMap(const std::set<int>& extraIDs);
+    // Links parent over child (both directions).
+    static void LinkParentChild(CLayerNode* parent, CLayerNode* child) {
+        parent->AddChild(child);
+        child->AddParent(parent);
+    }
+    int NextStamp() { return ++m_iVisitStamp; }
+    int NextScratchPass() { return ++m_iScratchPass; }
+
+    std::int32_t m_iMaxLevel = 0;
+    std::int32_t m_iMaxRow = 0;
+    std::int32_t m_iMaxCol = 0;
+    std::int32_t m_iVisitStamp = 0;
+    std::int32_t m_iLastDummyID = 0;
+    CLayerNode* m_pRoot = nullptr;
+    CNetworkGraph* m_pGraph;
+    // Every layer node, in creation order; owns them. Steps that depend on the
+    // ascending id order take GetLayerNodesById(), the others walk this array,
+    // which is cheaper than an ordered map for millions of nodes.
+    std::vector<CLayerNode*> m_mapLayerNodes;
+    // Ascending edge ids: an ordered set kept as a sorted array, filled in
+    // ascending order and then only searched.
+    std::vector<int> m_setLayoutEdges;
+    std::set<std::int64_t> m_setOccupiedCells;
+    std::int32_t m_iMaxColCount;
+    std::int32_t m_iColUnit;
+
+    std::int32_t m_iScratchPass = 0;
+    // Layer nodes by id without walking the ordered map.
+    netloom::detail::FlatHashMap<CLayerNode*> m_mapLayerNodeIndex;
+    // Sorted host ids when they are remapped; empty for the identity.
+    std::vector<int> m_vecHostIDs;
+};
+
+namespace netloom {
+namespace layered {
+
+// Undirected graph on nodes 0..n-1 in compressed form: the neighbours of v are
+// to[start[v]] .. to[start[v + 1] - 1].
+struct Adjacency {
+    std::vector<int> start{0};
+    std::vector<int> to;
+    int Size() const { return static_cast<int>(start.size()) - 1; }
+};
+
+// Index of the node with the smallest eccentricity (the lowest index among
+// equals) and that eccentricity; -1 when the graph has no node. The graph must
+// be connected. Exact, but prunes most breadth-first searches with eccentricity
+// bounds (three searches on a tree).
+int MinEccentricityNode(const Adjacency& graph, int& eccentricity);
+
+} // namespace layered
+} // namespace netloom
