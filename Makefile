@@ -13,12 +13,18 @@ demo: deps
 	./build/release/examples/netloom_demo
 
 # Configures with AddressSanitizer and UndefinedBehaviorSanitizer, builds the
-# library, tests and benchmarks, and runs every test.
+# library, tests and benchmarks, and runs every test; then the Python bindings'
+# tests.
 test: deps
 	cmake -S . -B build/test -DCMAKE_BUILD_TYPE=Debug -DNETLOOM_SANITIZE=ON \
 	      -DNETLOOM_BUILD_TESTS=ON -DNETLOOM_BUILD_BENCH=ON
 	cmake --build build/test -j $(JOBS)
 	cd build/test && ctest --output-on-failure -j $(JOBS)
+	@# The Python bindings load into an uninstrumented interpreter: built apart, without sanitizers.
+	cmake -S . -B build/python -DCMAKE_BUILD_TYPE=Release -DNETLOOM_BUILD_PYTHON=ON \
+	      -DNETLOOM_BUILD_TESTS=OFF -DNETLOOM_BUILD_EXAMPLES=OFF -DPython_EXECUTABLE=/usr/bin/python3
+	cmake --build build/python -j $(JOBS)
+	cd build/python && ctest --output-on-failure
 
 # Optimised benchmarks (not part of the tests).
 bench: deps

@@ -3,7 +3,8 @@
 # installs what is missing; otherwise it prints the exact command and fails.
 set -euo pipefail
 
-packages=(cmake make g++ pkg-config libgtest-dev libgmock-dev libbenchmark-dev)
+packages=(cmake make g++ pkg-config libgtest-dev libgmock-dev libbenchmark-dev
+          python3 python3-dev pybind11-dev python3-numpy python3-networkx python3-pytest)
 missing=()
 for p in "${packages[@]}"; do
     if ! dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed"; then

@@ -1,0 +1,436 @@
+// Python bindings of netloom: a faithful low-level Graph and a LayoutStrategy
+// base class that Python code subclasses. Failures become Python exceptions.
+
+#include <netloom/netloom.h>
+
+#include <pybind11/functional.h>
+#include <pybind11/numpy.h>
+#include <pybind11/pybind11.h>
+#include <pybind11/stl.h>
+
+#include <exception>
+#include <map>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace py = pybind11;
+
+namespace {
+
+// Calls back into Python for the layered layouts. The layout runs without the
+// GIL; each callback takes it. An exception raised by Python code is kept and
+// raised again when Layout returns; the library meanwhile sees a neutral answer.
+class PyLayoutStrategy : public CLayoutStrategy {
+public:
+    int GetArrangeMode() override { return CallInt("get_arrange_mode", 0); }
+    int GetDirection() override { return CallInt("get_direction", 1); }
+
+    bool GetLevels(std::set<int>& nodeIds, std::map<int, std::vector<int>>& levels) override {
+        py::gil_scoped_acquire gil;
+        try {
+            py::function override = Override("get_levels");
+            py::object result = override(std::vector<int>(nodeIds.begin(), nodeIds.end()));
+            if (result.is_none() || (py::isinstance<py::bool_>(result) && !result.cast<bool>())) {
+                return false;
+            }
+            levels = result.cast<std::map<int, std::vector<int>>>();
+            return true;
+        } catch (py::error_already_set& e) {
+            Keep(std::make_exception_ptr(e));
+        } catch (py::cast_error&) {
+            Keep(std::make_exception_ptr(py::type_error(
+                "LayoutStrategy.get_levels must return a dict of int to list of int, or None")));
+        }
+        return false;
+    }
+
+    // Raises the first exception a callback kept during the last layout.
+    void RaisePending() {
+        if (m_pending) {
+            std::exception_ptr pending = m_pending;
+            m_pending = nullptr;
+            std::rethrow_exception(pending);
+        }
+    }
+
+private:
+    py::function Override(const char* name) {
+        py::function override = py::get_override(static_cast<const CLayoutStrategy*>(this), name);
+        if (!override) {
+            throw py::type_error(std::string("LayoutStrategy subclass does not define ") + name);
+        }
+        return override;
+    }
+
+    int CallInt(const char* name, int fallback) {
+        py::gil_scoped_acquire gil;
+        try {
+            return Override(name)().cast<int>();
+        } catch (py::error_already_set& e) {
+            Keep(std::make_exception_ptr(e));
+        } catch (py::type_error&) {
+            Keep(std::current_exception());
+        } catch (py::cast_error&) {
+            Keep(std::make_exception_ptr(
+                py::type_error(std::string("LayoutStrategy.") + name + " must return an int")));
+        }
+        return fallback;
+    }
+
+    void Keep(std::exception_ptr e) {
+        if (!m_pending) {
+            m_pending = e;
+        }
+    }
+
+    std::exception_ptr m_pending;
+};
+
+// The Python Graph: a host graph plus the strategy object it keeps alive.
+struct PyGraph {
+    CNetworkGraph graph;
+    py::object strategy = py::none();
+};
+
+CNode* RequireNode(const PyGraph& g, int id) {
+    CNode* node = g.graph.GetNode(id);
+    if (node == nullptr) {
+        throw py::key_error("unknown node " + std::to_string(id));
+    }
+    return node;
+}
+
+void AddNode(PyGraph& g, int id, double x, double y, bool fixed) {
+    if (!g.graph.AddNode(id, x, y, fixed)) {
+        throw py::value_error("duplicate node id " + std::to_string(id));
+    }
+}
+
+void AddEdge(PyGraph& g, int id, int source, int target, int length, int sourcePort, int targetPort,
+             bool rejectDuplicate) {
+    if (g.graph.AddEdge(id, source, target, length, sourcePort, targetPort, rejectDuplicate)) {
+        return;
+    }
+    if (g.graph.GetNode(source) == nullptr) {
+        throw py::key_error("edge " + std::to_string(id) + ": unknown source node " +
+                            std::to_string(source));
+    }
+    if (g.graph.GetNode(target) == nullptr) {
+        throw py::key_error("edge " + std::to_string(id) + ": unknown target node " +
+                            std::to_string(target));
+    }
+    if (g.graph.GetEdge(id) != nullptr) {
+        throw py::value_error("duplicate edge id " + std::to_string(id));
+    }
+    throw py::value_error("edge " + std::to_string(id) + " duplicates an edge between nodes " +
+                          std::to_string(source) + " and " + std::to_string(target) +
+                          " through the same ports");
+}
+
+using IntArray = py::array_t<long long, py::array::c_style | py::array::forcecast>;
+using FloatArray = py::array_t<double, py::array::c_style | py::array::forcecast>;
+using BoolArray = py::array_t<bool, py::array::c_style | py::array::forcecast>;
+
+int ToInt(long long v, const char* what, py::ssize_t i) {
+    if (v < INT32_MIN || v > INT32_MAX) {
+        throw py::value_error(std::string(what) + "[" + std::to_string(i) +
+                              "] does not fit a 32-bit integer");
+    }
+    return static_cast<int>(v);
+}
+
+template <class A> void CheckLength(const A& a, py::ssize_t n, const char* what) {
+    if (a.ndim() != 1 || a.shape(0) != n) {
+        throw py::value_error(std::string(what) + " must be a 1-d array of length " +
+                              std::to_string(n));
+    }
+}
+
+// Adds all nodes or none: a failure removes the nodes this call added.
+void AddNodes(PyGraph& g, const IntArray& ids, const std::optional<FloatArray>& xs,
+              const std::optional<FloatArray>& ys, const std::optional<BoolArray>& fixed) {
+    if (ids.ndim() != 1) {
+        throw py::value_error("ids must be a 1-d array");
+    }
+    const py::ssize_t n = ids.shape(0);
+    if (xs)
+        CheckLength(*xs, n, "x");
+    if (ys)
+        CheckLength(*ys, n, "y");
+    if (fixed)
+        CheckLength(*fixed, n, "fixed");
+    const long long* id = ids.data();
+    std::vector<int> added;
+    added.reserve(static_cast<std::size_t>(n));
+    try {
+        py::gil_scoped_release release;
+        for (py::ssize_t i = 0; i < n; ++i) {
+            const int nodeId = ToInt(id[i], "ids", i);
+            if (!g.graph.AddNode(nodeId, xs ? xs->data()[i] : 0.0, ys ? ys->data()[i] : 0.0,
+                                 fixed ? fixed->data()[i] : false)) {
+                throw py::value_error("duplicate node id " + std::to_string(nodeId) + " at index " +
+                                      std::to_string(i));
+            }
+            added.push_back(nodeId);
+        }
+    } catch (...) {
+        for (int nodeId : added) {
+            g.graph.DeleteNode(nodeId);
+        }
+        throw;
+    }
+}
+
+// Adds all edges or none: a failure removes the edges this call added.
+void AddEdges(PyGraph& g, const IntArray& ids, const IntArray& sources, const IntArray& targets,
+              const std::optional<IntArray>& lengths, const std::optional<IntArray>& sourcePorts,
+              const std::optional<IntArray>& targetPorts, bool rejectDuplicate) {
+    if (ids.ndim() != 1) {
+        throw py::value_error("ids must be a 1-d array");
+    }
+    const py::ssize_t n = ids.shape(0);
+    CheckLength(sources, n, "sources");
+    CheckLength(targets, n, "targets");
+    if (lengths)
+        CheckLength(*lengths, n, "lengths");
+    if (sourcePorts)
+        CheckLength(*sourcePorts, n, "source_ports");
+    if (targetPorts)
+        CheckLength(*targetPorts, n, "target_ports");
+    std::vector<int> added;
+    added.reserve(static_cast<std::size_t>(n));
+    try {
+        py::gil_scoped_release release;
+        for (py::ssize_t i = 0; i < n; ++i) {
+            const int edgeId = ToInt(ids.data()[i], "ids", i);
+            const int length = lengths ? ToInt(lengths->data()[i], "lengths", i) : 40;
+            const int sp = sourcePorts ? ToInt(sourcePorts->data()[i], "source_ports", i) : 0;
+            const int tp = targetPorts ? ToInt(targetPorts->data()[i], "target_ports", i) : 0;
+            AddEdge(g, edgeId, ToInt(sources.data()[i], "sources", i),
+                    ToInt(targets.data()[i], "targets", i), length, sp, tp, rejectDuplicate);
+            added.push_back(edgeId);
+        }
+    } catch (...) {
+        for (int edgeId : added) {
+            g.graph.DeleteEdge(edgeId);
+        }
+        throw;
+    }
+}
+
+py::dict Sides(const CNode* node) {
+    py::dict sides;
+    sides["up"] = node->GetUpsideSubs();
+    sides["down"] = node->GetDownsideSubs();
+    sides["right"] = node->GetRightsideSubs();
+    sides["left"] = node->GetLeftsideSubs();
+    return sides;
+}
+
+} // namespace
+
+PYBIND11_MODULE(_netloom, m) {
+    m.doc() = "netloom: layout of network diagrams (low-level interface)";
+    m.attr("FORCE_DIRECTED") = CNetworkGraph::m_iForceDirectedLayout;
+    m.attr("TREE") = CNetworkGraph::m_iTreeLayout;
+    m.attr("RADIANT") = CNetworkGraph::m_iRadiantLayout;
+    m.attr("HIERARCHY") = CNetworkGraph::m_iHierarchyLayout;
+    m.attr("SIDES") = py::make_tuple("up", "down", "right", "left");
+
+    m.def(
+        "layout_parameters",
+        [] {
+            py::dict d;
+            d["layout_distance"] = g_dLayoutDistance;
+            d["layout_distance_sqr"] = g_dLayoutDistanceSqr;
+            d["column_spacing"] = g_dColumnSpacing;
+            d["layer_spacing"] = g_dLayerSpacing;
+            return d;
+        },
+        "The process-wide layout parameters set by the last layout.");
+
+    py::class_<CLayoutStrategy, PyLayoutStrategy>(
+        m, "LayoutStrategy",
+        "Base class of a layout strategy: subclass it and define get_arrange_mode(), "
+        "get_direction() and get_levels(node_ids) -> {level: [node ids]} or None to decline.")
+        .def(py::init<>());
+
+    py::class_<PyGraph>(m, "Graph", "A network graph: nodes and edges with integer ids.")
+        .def(py::init<>())
+        .def("add_node", &AddNode, py::arg("id"), py::arg("x") = 0.0, py::arg("y") = 0.0,
+             py::arg("fixed") = false, "Adds a node; ValueError if the id is taken.")
+        .def("add_edge", &AddEdge, py::arg("id"), py::arg("source"), py::arg("target"),
+             py::arg("length") = 40, py::arg("source_port") = 0, py::arg("target_port") = 0,
+             py::arg("reject_duplicate") = true,
+             "Adds an edge; KeyError for an unknown node, ValueError for a taken id or, with "
+             "reject_duplicate, an edge between the same nodes through the same ports.")
+        .def("add_nodes", &AddNodes, py::arg("ids"), py::arg("x") = py::none(),
+             py::arg("y") = py::none(), py::arg("fixed") = py::none(),
+             "Adds nodes from arrays, all or none.")
+        .def("add_edges", &AddEdges, py::arg("ids"), py::arg("sources"), py::arg("targets"),
+             py::arg("lengths") = py::none(), py::arg("source_ports") = py::none(),
+             py::arg("target_ports") = py::none(), py::arg("reject_duplicate") = true,
+             "Adds edges from arrays, all or none.")
+        .def(
+            "delete_node",
+            [](PyGraph& g, int id) {
+                if (!g.graph.DeleteNode(id))
+                    throw py::key_error("unknown node " + std::to_string(id));
+            },
+            py::arg("id"), "Deletes a node and its edges.")
+        .def(
+            "delete_edge",
+            [](PyGraph& g, int id) {
+                if (!g.graph.DeleteEdge(id))
+                    throw py::key_error("unknown edge " + std::to_string(id));
+            },
+            py::arg("id"))
+        .def(
+            "set_fixed_layout", [](PyGraph& g, bool on) { g.graph.SetFixedLayoutFlag(on); },
+            py::arg("on"))
+        .def(
+            "set_max_col_count", [](PyGraph& g, int n) { g.graph.SetMaxColCount(n); },
+            py::arg("count"))
+        .def(
+            "set_strategy",
+            [](PyGraph& g, py::object strategy) {
+                if (strategy.is_none()) {
+                    g.graph.SetLayoutStrategy(nullptr);
+                } else {
+                    g.graph.SetLayoutStrategy(strategy.cast<CLayoutStrategy*>());
+                }
+                g.strategy = strategy;
+            },
+            py::arg("strategy"), "Attaches a LayoutStrategy (None removes it).")
+        .def(
+            "layout",
+            [](PyGraph& g, int distance, int type, int layerSpacing) {
+                {
+                    py::gil_scoped_release release;
+                    g.graph.Layout(distance, type, layerSpacing);
+                }
+                if (!g.strategy.is_none()) {
+                    static_cast<PyLayoutStrategy*>(g.strategy.cast<CLayoutStrategy*>())
+                        ->RaisePending();
+                }
+            },
+            py::arg("distance") = 40, py::arg("type") = CNetworkGraph::m_iHierarchyLayout,
+            py::arg("layer_spacing") = 200,
+            "Lays the graph out (1 force-directed, 2 tree, 4 radiant, 8 hierarchy). "
+            "The GIL is released meanwhile.")
+        .def("number_of_nodes", [](const PyGraph& g) { return g.graph.GetNodeMap().size(); })
+        .def("number_of_edges", [](const PyGraph& g) { return g.graph.GetEdgeMap().size(); })
+        .def("node_ids",
+             [](const PyGraph& g) {
+                 std::vector<int> ids;
+                 for (const auto& e : g.graph.GetNodeMap())
+                     ids.push_back(e.first);
+                 return ids;
+             })
+        .def("edge_ids",
+             [](const PyGraph& g) {
+                 std::vector<int> ids;
+                 for (const auto& e : g.graph.GetEdgeMap())
+                     ids.push_back(e.first);
+                 return ids;
+             })
+        .def(
+            "edge",
+            [](const PyGraph& g, int id) {
+                const CEdge* e = g.graph.GetEdge(id);
+                if (e == nullptr)
+                    throw py::key_error("unknown edge " + std::to_string(id));
+                py::dict d;
+                d["source"] = e->GetSourceNode()->GetID();
+                d["target"] = e->GetDestNode()->GetID();
+                d["length"] = e->GetNormalLength();
+                d["source_port"] = e->GetSourceSubNodeID();
+                d["target_port"] = e->GetDestSubNodeID();
+                d["unique"] = e->IsUnique();
+                return d;
+            },
+            py::arg("id"))
+        .def(
+            "position",
+            [](const PyGraph& g, int id) {
+                const CNode* n = RequireNode(g, id);
+                return py::make_tuple(n->X(), n->Y());
+            },
+            py::arg("id"))
+        .def(
+            "positions",
+            [](const PyGraph& g) {
+                py::dict d;
+                for (const auto& e : g.graph.GetNodeMap())
+                    d[py::int_(e.first)] = py::make_tuple(e.second->X(), e.second->Y());
+                return d;
+            },
+            "All positions as {id: (x, y)}.")
+        .def(
+            "positions_array",
+            [](const PyGraph& g) {
+                const auto& nodes = g.graph.GetNodeMap();
+                py::array_t<int> ids(static_cast<py::ssize_t>(nodes.size()));
+                py::array_t<double> xy({static_cast<py::ssize_t>(nodes.size()), py::ssize_t{2}});
+                auto i = ids.mutable_unchecked<1>();
+                auto p = xy.mutable_unchecked<2>();
+                py::ssize_t k = 0;
+                for (const auto& e : nodes) {
+                    i(k) = e.first;
+                    p(k, 0) = e.second->X();
+                    p(k, 1) = e.second->Y();
+                    ++k;
+                }
+                return py::make_tuple(ids, xy);
+            },
+            "Node ids (ascending) and an (n, 2) array of positions.")
+        .def(
+            "set_position",
+            [](PyGraph& g, int id, double x, double y) { RequireNode(g, id)->SetPosition(x, y); },
+            py::arg("id"), py::arg("x"), py::arg("y"))
+        .def(
+            "grid",
+            [](const PyGraph& g, int id) {
+                const _tagNode r = RequireNode(g, id)->GetNodePos();
+                return py::make_tuple(r.nBaseRow, r.nRow, r.nCol);
+            },
+            py::arg("id"), "Grid record (base_row, row, col) of the layered layouts.")
+        .def(
+            "ports", [](const PyGraph& g, int id) { return Sides(RequireNode(g, id)); },
+            py::arg("id"), "Port ids on each side: {'up': [...], 'down': ..., ...}.")
+        .def(
+            "port_position",
+            [](const PyGraph& g, int id, int port) -> py::object {
+                RequireNode(g, id);
+                int side = -1;
+                int index = -1;
+                g.graph.GetSubNodePosition(id, port, side, index);
+                if (side < 0)
+                    return py::none();
+                return py::make_tuple(side, index);
+            },
+            py::arg("node"), py::arg("port"),
+            "(side, slot) of a port (side 0 up, 1 down, 2 right, 3 left), or None.")
+        .def(
+            "sorted_edges", [](PyGraph& g) { return g.graph.GetSortedEdges(); },
+            "Edge ids in port order, as the hierarchy layout lists them.")
+        .def(
+            "sorted_edges_in_graph", [](PyGraph& g) { return g.graph.GetSortedEdgesInGraph(); },
+            "Component index of each entry of sorted_edges().")
+        .def("bound_rect",
+             [](const PyGraph& g) {
+                 const CRect r = g.graph.GetBoundRect();
+                 return py::make_tuple(r.left, r.top, r.right, r.bottom);
+             })
+        .def(
+            "copy",
+            [](const PyGraph& g) {
+                auto* copy = new PyGraph();
+                copy->graph = g.graph;
+                copy->strategy = g.strategy;
+                return copy;
+            },
+            "A deep copy.");
+}
