@@ -9,6 +9,8 @@
 #include <netloom/detail/flat_hash_map.h>
 #include <netloom/node.h>
 
+#include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <map>
 #include <queue>
@@ -47,7 +49,46 @@ public:
     // touched the node and a position it noted.
     std::int32_t m_iScratchPass = 0;
     std::int32_t m_iScratchPos = 0;
+    // Gathering passes: how many times the node may still be queued, and how
+    // many times it was.
+    std::int32_t m_iPassCap = 0;
+    std::int32_t m_iPassQueued = 0;
+    // Walk mark of SplitByFirstReached.
+    std::int32_t m_iWalkMark = 0;
 };
+
+// Ordered by creation, as a node set of the common-ancestor search.
+using LayerNodeList = std::vector<CLayerNode*>;
+
+namespace netloom::layered {
+
+// The node sets of one search generation, stored end to end: set i is
+// items[starts[i]] .. items[starts[i + 1] - 1]. One allocation for millions of sets.
+struct NodeSetList {
+    std::vector<CLayerNode*> items;
+    std::vector<std::size_t> starts{0};
+
+    std::size_t Size() const { return starts.size() - 1; }
+    CLayerNode* const* Begin(std::size_t i) const { return items.data() + starts[i]; }
+    CLayerNode* const* End(std::size_t i) const { return items.data() + starts[i + 1]; }
+    std::uint64_t Hash(std::size_t i) const;
+    bool Equal(std::size_t a, std::size_t b) const;
+    // Moves set `from` to slot `to` (to < from, every set before `to` kept).
+    void MoveSet(std::size_t from, std::size_t to) {
+        const std::size_t length = starts[from + 1] - starts[from];
+        std::copy(items.begin() + static_cast<std::ptrdiff_t>(starts[from]),
+                  items.begin() + static_cast<std::ptrdiff_t>(starts[from + 1]),
+                  items.begin() + static_cast<std::ptrdiff_t>(starts[to]));
+        starts[to + 1] = starts[to] + length;
+    }
+    // Keeps the first `count` sets.
+    void Truncate(std::size_t count) {
+        starts.resize(count + 1);
+        items.resize(starts[count]);
+    }
+};
+
+} // namespace netloom::layered
 
 // Rows of the grid step: nodes per row and the fraction carried along the row.
 struct RowTally {
@@ -91,6 +132,16 @@ public:
     bool BalanceIsolatedLeaves();
     bool GatherSharedChildParents();
     bool GatherNeighbourGroups();
+    CLayerNode* FindCommonAncestor(LayerNodeList group, int searchStamp);
+    // Appends the parent choice sets of a node set (one parent per member, each
+    // set in creation order), the first member's choice varying slowest.
+    void EnumerateParentChoices(CLayerNode* const* members, std::size_t count,
+                                netloom::layered::NodeSetList& out);
+    CLayerNode* PinPathChildren(CLayerNode* ancestor, int searchStamp, int mark);
+    bool SplitByFirstReached(CLayerNode* start, LayerNodeList group, LayerNodeList& rest,
+                             LayerNodeList& first);
+    bool PushTowardSide(CLayerNode* stop, CLayerNode* parent, CLayerNode* node, bool towardEnd,
+                        int mark);
     bool SplitIntoTwoGroups();
 
     // Grid rows and columns.
@@ -125,6 +176,8 @@ public:
     int GetMaxRow() const { return m_iMaxRow; }
     int GetMaxCol() const { return m_iMaxCol; }
     int GetMaxColCount() const { return m_iMaxColCount; }
+    int GetVisitStamp() const { return m_iVisitStamp; }
+    void SetVisitStamp(int stamp) { m_iVisitStamp = stamp; }
     void SetMaxColCount(int count) { m_iMaxColCount = count; }
 
 private:
@@ -136,6 +189,12 @@ private:
         child->AddParent(parent);
     }
     int NextStamp() { return ++m_iVisitStamp; }
+    // The frame of both gathering passes; work(N, S, extra) returns whether N's
+    // children are queued from this visit.
+    template <class Work> void RunGatheringPass(Work work);
+    // Moves one node in one parent's list; true when the push goes on upward.
+    bool PushInParent(CLayerNode* stop, CLayerNode* parent, CLayerNode* node, bool towardEnd,
+                      int mark);
     int NextScratchPass() { return ++m_iScratchPass; }
 
     std::int32_t m_iMaxLevel = 0;
@@ -179,6 +238,19 @@ struct Adjacency {
 // be connected. Exact, but prunes most breadth-first searches with eccentricity
 // bounds (three searches on a tree).
 int MinEccentricityNode(const Adjacency& graph, int& eccentricity);
+
+// The common-ancestor search gives up when one generation enumerates more than
+// this many parent choice sets.
+constexpr long kCommonAncestorSearchLimit = 1000000;
+
+// Process-wide counts of common-ancestor searches and of those that gave up at
+// the limit, for benchmarks and diagnostics.
+struct SearchStats {
+    long searches = 0;
+    long giveUps = 0;
+};
+SearchStats GetSearchStats();
+void ResetSearchStats();
 
 } // namespace layered
 } // namespace netloom

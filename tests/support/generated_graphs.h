@@ -52,6 +52,28 @@ inline EdgeList Grid(int rows, int cols) {
     return g;
 }
 
+// A DAG-like layered network: `layers` layers of `width` nodes, each node below
+// the first joined to a random node of the layer above, plus `extra` random
+// edges between consecutive layers.
+inline EdgeList LayeredDag(int layers, int width, int extra, std::uint32_t seedValue) {
+    std::mt19937 rng(seedValue);
+    EdgeList g;
+    g.nodeCount = layers * width;
+    std::uniform_int_distribution<int> column(0, width - 1);
+    auto id = [width](int layer, int col) { return layer * width + col + 1; };
+    for (int layer = 1; layer < layers; ++layer) {
+        for (int col = 0; col < width; ++col) {
+            g.edges.emplace_back(id(layer - 1, column(rng)), id(layer, col));
+        }
+    }
+    std::uniform_int_distribution<int> upper(0, layers - 2);
+    for (int i = 0; i < extra; ++i) {
+        const int layer = upper(rng);
+        g.edges.emplace_back(id(layer, column(rng)), id(layer + 1, column(rng)));
+    }
+    return g;
+}
+
 // Fills a graph: nodes at a deterministic spread of positions, edges with ids
 // 1.. in list order, length 40, ports 0.
 inline void Fill(CNetworkGraph& graph, const EdgeList& list, bool rejectDuplicate = false) {

@@ -1,0 +1,438 @@
+// Gathering of shared parents and neighbour groups: the worked examples, and the
+// fast passes against the literal reading (queue every path, enumerate every
+// parent choice, recurse) on many generated structures.
+
+#include "layered/layered_workspace.h"
+
+#include "support/generated_graphs.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <deque>
+#include <list>
+#include <map>
+#include <random>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace {
+
+using NodeSet = std::set<CLayerNode*, netloom::CreationOrderLess>;
+
+// The two passes exactly as first written: no bound on copies, sets or depth.
+class LiteralGathering {
+public:
+    explicit LiteralGathering(CLayeredLayout& ws) : m_ws(ws) {}
+
+    void SharedChildParents() {
+        Pass([this](CLayerNode* n, int s, int& extra) {
+            if (n->m_iVisitStamp >= s)
+                return true;
+            n->m_iVisitStamp = s;
+            if (n->m_vecParents.size() <= 1)
+                return true;
+            ++extra;
+            const int ss = s + extra;
+            CLayerNode* a = FindCommonAncestor(n->m_vecParents, ss);
+            if (a == nullptr)
+                return false;
+            CLayerNode* b = PinPathChildren(a, ss, 1000);
+            std::vector<CLayerNode*> rest, first;
+            SplitByFirstReached(b, n->m_vecParents, rest, first);
+            const int saved = n->m_iPinMark;
+            int best = saved;
+            for (CLayerNode* p : first) {
+                PushTowardSide(a, p, n, true, 1000);
+                best = std::max(best, n->m_iPinMark);
+                n->m_iPinMark = saved;
+            }
+            for (CLayerNode* p : rest) {
+                PushTowardSide(a, p, n, false, 1000);
+                best = std::max(best, n->m_iPinMark);
+                n->m_iPinMark = saved;
+            }
+            n->m_iPinMark = best;
+            return true;
+        });
+    }
+
+    void NeighbourGroups() {
+        Pass([this](CLayerNode* n, int s, int& extra) {
+            if (n->m_iVisitStamp >= s || n->m_setSiblings.empty())
+                return true;
+            n->m_iVisitStamp = s;
+            ++extra;
+            std::vector<CLayerNode*> group{n};
+            for (CLayerNode* p : n->m_setSiblings) {
+                bool shares = false;
+                for (CLayerNode* q : p->m_vecParents) {
+                    for (CLayerNode* r : n->m_vecParents)
+                        shares = shares || q == r;
+                }
+                if (!shares)
+                    group.push_back(p);
+            }
+            if (group.size() < 2)
+                return false;
+            const int ss = s + extra;
+            CLayerNode* a = FindCommonAncestor(group, ss);
+            if (a == nullptr)
+                return false;
+            CLayerNode* b = PinPathChildren(a, ss, 1100);
+            std::vector<CLayerNode*> rest, first;
+            SplitByFirstReached(b, group, rest, first);
+            for (bool end : {true, false}) {
+                for (CLayerNode* x : end ? first : rest) {
+                    const int saved = x->m_iPinMark;
+                    int best = saved;
+                    for (CLayerNode* y : x->m_vecParents) {
+                        PushTowardSide(a, y, x, end, 1100);
+                        best = std::max(best, x->m_iPinMark);
+                        x->m_iPinMark = saved;
+                    }
+                    x->m_iPinMark = best;
+                }
+            }
+            return true;
+        });
+    }
+
+private:
+    template <class Work> void Pass(Work work) {
+        const int s = m_ws.GetVisitStamp() + 1;
+        m_ws.SetVisitStamp(s);
+        int extra = 0;
+        std::deque<CLayerNode*> queue{m_ws.GetRoot()};
+        while (!queue.empty()) {
+            CLayerNode* n = queue.front();
+            queue.pop_front();
+            if (work(n, s, extra)) {
+                queue.insert(queue.end(), n->m_vecChildren.begin(), n->m_vecChildren.end());
+            }
+        }
+        m_ws.SetVisitStamp(m_ws.GetVisitStamp() + extra);
+    }
+
+    CLayerNode* FindCommonAncestor(std::vector<CLayerNode*> group, int ss) {
+        std::list<NodeSet> queue{NodeSet(group.begin(), group.end())};
+        while (!queue.empty()) {
+            NodeSet f = queue.front();
+            if (f.size() == 1)
+                return *f.begin();
+            std::map<CLayerNode*, int, netloom::CreationOrderLess> chosen;
+            Enumerate(queue, f, chosen, f.begin());
+            for (CLayerNode* m : f)
+                m->m_iVisitStamp = ss;
+            queue.pop_front();
+        }
+        return nullptr;
+    }
+
+    void Enumerate(std::list<NodeSet>& queue, const NodeSet& current,
+                   std::map<CLayerNode*, int, netloom::CreationOrderLess>& chosen,
+                   NodeSet::const_iterator position) {
+        if (position == current.end()) {
+            NodeSet set;
+            for (const auto& c : chosen)
+                set.insert(c.first);
+            queue.push_back(set);
+            return;
+        }
+        CLayerNode* m = *position;
+        ++position;
+        for (CLayerNode* q : m->m_vecParents) {
+            ++chosen[q];
+            Enumerate(queue, current, chosen, position);
+            if (--chosen[q] == 0)
+                chosen.erase(q);
+        }
+    }
+
+    static bool In(CLayerNode* w, CLayerNode* x) { return w->m_setSiblings.count(x) != 0; }
+
+    CLayerNode* PinPathChildren(CLayerNode* a, int ss, int mark) {
+        auto& l = a->m_vecChildren;
+        CLayerNode* first = nullptr;
+        long next = -1;
+        for (long i = 0; i < static_cast<long>(l.size()); ++i) {
+            CLayerNode* w = l[i];
+            if (w->m_iVisitStamp != ss)
+                continue;
+            if (first == nullptr)
+                first = w;
+            if (next < 0) {
+                next = i + 1;
+                for (long j = i + 1; j < static_cast<long>(l.size()); ++j)
+                    next += In(w, l[j]);
+                continue;
+            }
+            if (next >= static_cast<long>(l.size()))
+                continue;
+            long lo = i, hi = i;
+            for (long j = next; j < i; ++j)
+                lo -= In(w, l[j]);
+            for (long j = i + 1; j < static_cast<long>(l.size()); ++j)
+                hi += In(w, l[j]);
+            for (long m = 0; m <= hi - lo; ++m) {
+                long pos = lo + m;
+                CLayerNode* d = l[pos];
+                if (d->m_iPinMark < mark) {
+                    d->m_iPinMark = mark;
+                    while (pos > next && l[pos - 1]->m_iPinMark < mark) {
+                        l[pos] = l[pos - 1];
+                        --pos;
+                    }
+                    l[pos >= next ? std::max(pos, next) : pos] = d;
+                }
+                ++next;
+            }
+        }
+        return first;
+    }
+
+    // Queues a node once per path, as written.
+    void SplitByFirstReached(CLayerNode* start, std::vector<CLayerNode*> group,
+                             std::vector<CLayerNode*>& rest, std::vector<CLayerNode*>& first) {
+        if (start == nullptr)
+            return;
+        std::deque<CLayerNode*> queue{start};
+        while (!queue.empty()) {
+            CLayerNode* x = queue.front();
+            queue.pop_front();
+            auto it = std::find(group.begin(), group.end(), x);
+            if (it != group.end()) {
+                first.push_back(x);
+                group.erase(it);
+                rest.insert(rest.end(), group.begin(), group.end());
+                return;
+            }
+            queue.insert(queue.end(), x->m_vecChildren.begin(), x->m_vecChildren.end());
+        }
+    }
+
+    bool PushTowardSide(CLayerNode* stop, CLayerNode* p, CLayerNode* x, bool toEnd, int mark) {
+        if (p == nullptr || x == nullptr)
+            return false;
+        if (p == stop)
+            return true;
+        auto& l = p->m_vecChildren;
+        long i = 0;
+        const long size = static_cast<long>(l.size());
+        while (i < size && !(l[i] == x && x->m_iPinMark < mark))
+            ++i;
+        if (i == size)
+            return true;
+        x->m_iPinMark = mark;
+        if (toEnd) {
+            while (i < size - 1 && l[i + 1]->m_iPinMark < mark) {
+                l[i] = l[i + 1];
+                ++i;
+            }
+            l[i] = x;
+            long k = 0;
+            for (long j = i - 1; j >= 0; --j) {
+                if (In(x, l[j])) {
+                    CLayerNode* y = l[j];
+                    for (long m = j; m <= i - 2 - k; ++m)
+                        l[m] = l[m + 1];
+                    l[i - 1 - k] = y;
+                    ++k;
+                }
+            }
+        } else {
+            while (i > 0 && l[i - 1]->m_iPinMark < mark) {
+                l[i] = l[i - 1];
+                --i;
+            }
+            l[i] = x;
+            long k = 0;
+            for (long j = i + 1; j < size; ++j) {
+                if (In(x, l[j])) {
+                    CLayerNode* y = l[j];
+                    for (long m = j; m >= i + k + 2; --m)
+                        l[m] = l[m - 1];
+                    l[i + k + 1] = y;
+                    ++k;
+                }
+            }
+        }
+        for (CLayerNode* q : p->m_vecParents)
+            PushTowardSide(stop, q, p, toEnd, mark);
+        return true;
+    }
+
+    CLayeredLayout& m_ws;
+};
+
+// Child lists, pins and stamps of every layer node, by id, and the pass stamp.
+std::string Snapshot(const CLayeredLayout& ws) {
+    std::string out = "stamp " + std::to_string(ws.GetVisitStamp()) + "\n";
+    for (const CLayerNode* n : ws.GetLayerNodesById()) {
+        out += std::to_string(n->m_iID) + " pin " + std::to_string(n->m_iPinMark) + " stamp " +
+               std::to_string(n->m_iVisitStamp) + " [";
+        for (const CLayerNode* c : n->m_vecChildren)
+            out += " " + std::to_string(c->m_iID);
+        out += " ]\n";
+    }
+    return out;
+}
+
+// A random layered structure: levels of a few nodes, each with parents on the
+// level above (some with none), and same-level neighbour links.
+void BuildRandomLayers(CLayeredLayout& ws, std::uint32_t seedValue, int maxLevels = 5) {
+    std::mt19937 rng(seedValue);
+    const int levels = 2 + static_cast<int>(rng() % static_cast<std::uint32_t>(maxLevels - 1));
+    std::vector<std::vector<CLayerNode*>> byLevel{{ws.GetRoot()}};
+    int id = 1;
+    for (int level = 0; level < levels; ++level) {
+        const int width = 1 + static_cast<int>(rng() % 4);
+        std::vector<CLayerNode*> row;
+        for (int k = 0; k < width; ++k) {
+            CLayerNode* node = ws.GetOrCreateLayerNode(id++, level);
+            const auto& above = byLevel.back();
+            const int parents = (rng() % 8 == 0 && level > 0) ? 0 : 1 + static_cast<int>(rng() % 3);
+            for (int p = 0; p < parents; ++p) {
+                CLayerNode* parent = above[rng() % above.size()];
+                if (std::find(node->m_vecParents.begin(), node->m_vecParents.end(), parent) ==
+                    node->m_vecParents.end()) {
+                    parent->AddChild(node);
+                    node->AddParent(parent);
+                }
+            }
+            row.push_back(node);
+        }
+        for (int k = 0; k < width; ++k) {
+            if (rng() % 3 == 0) {
+                CLayerNode* a = row[rng() % row.size()];
+                CLayerNode* b = row[rng() % row.size()];
+                if (a != b) {
+                    a->AddSibling(b);
+                    b->AddSibling(a);
+                }
+            }
+        }
+        // Shuffle child lists so the pushes have something to do.
+        for (CLayerNode* p : byLevel.back()) {
+            std::shuffle(p->m_vecChildren.begin(), p->m_vecChildren.end(), rng);
+        }
+        byLevel.push_back(row);
+    }
+}
+
+TEST(GatheringTest, SharedChildExample) {
+    CLayeredLayout ws(nullptr, 1);
+    auto link = [&](CLayerNode* p, int id) {
+        CLayerNode* c = ws.GetOrCreateLayerNode(id, p->m_iLevel + 1);
+        p->AddChild(c);
+        c->AddParent(p);
+        return c;
+    };
+    CLayerNode* a = link(ws.GetRoot(), 1);
+    CLayerNode* x = link(a, 2);
+    CLayerNode* p2 = link(a, 3);
+    CLayerNode* y = link(a, 4);
+    CLayerNode* p1 = link(a, 5);
+    CLayerNode* other = link(p2, 6);
+    CLayerNode* n = link(p1, 7);
+    p2->AddChild(n);
+    n->AddParent(p2);
+    CLayerNode* last = link(p1, 8);
+    const int before = ws.GetVisitStamp();
+    ws.GatherSharedChildParents();
+    EXPECT_EQ(a->m_vecChildren, (std::vector<CLayerNode*>{x, p2, p1, y}));
+    EXPECT_EQ(p1->m_iPinMark, 1000);
+    EXPECT_EQ(p2->m_iPinMark, 0) << "the first marked child is not pinned";
+    EXPECT_EQ(p2->m_vecChildren, (std::vector<CLayerNode*>{other, n}));
+    EXPECT_EQ(p1->m_vecChildren, (std::vector<CLayerNode*>{n, last}));
+    EXPECT_EQ(ws.GetVisitStamp(), before + 2) << "one pass plus one node with two parents";
+}
+
+TEST(GatheringTest, NeighbourGroupExample) {
+    CLayeredLayout ws(nullptr, 1);
+    auto link = [&](CLayerNode* p, int id) {
+        CLayerNode* c = ws.GetOrCreateLayerNode(id, p->m_iLevel + 1);
+        p->AddChild(c);
+        c->AddParent(p);
+        return c;
+    };
+    CLayerNode* r = link(ws.GetRoot(), 1);
+    CLayerNode* p = link(r, 2);
+    CLayerNode* q = link(r, 3);
+    CLayerNode* x = link(p, 4);
+    CLayerNode* a = link(p, 5);
+    CLayerNode* b = link(q, 6);
+    CLayerNode* y = link(q, 7);
+    x->AddSibling(y);
+    y->AddSibling(x);
+    ws.GatherNeighbourGroups();
+    EXPECT_EQ(r->m_vecChildren, (std::vector<CLayerNode*>{p, q}));
+    EXPECT_EQ(q->m_iPinMark, 1100);
+    EXPECT_EQ(p->m_vecChildren, (std::vector<CLayerNode*>{a, x}));
+    EXPECT_EQ(q->m_vecChildren, (std::vector<CLayerNode*>{y, b}));
+
+    // In a pure tree nothing moves; the stamp still advances by one per step.
+    CLayeredLayout tree(nullptr, 1);
+    CLayerNode* t = tree.GetOrCreateLayerNode(1, 0);
+    tree.GetRoot()->AddChild(t);
+    t->AddParent(tree.GetRoot());
+    const int before = tree.GetVisitStamp();
+    tree.GatherSharedChildParents();
+    tree.GatherNeighbourGroups();
+    EXPECT_EQ(tree.GetVisitStamp(), before + 2);
+}
+
+TEST(GatheringTest, FastPassesMatchTheLiteralOnesOnRandomLayers) {
+    int changed = 0;
+    for (std::uint32_t round = 0; round < 500; ++round) {
+        CLayeredLayout fast(nullptr, 1);
+        CLayeredLayout literal(nullptr, 1);
+        // Some deep structures, where the number of paths from the root explodes.
+        const int maxLevels = round % 5 == 0 ? 10 : 5;
+        BuildRandomLayers(fast, round, maxLevels);
+        BuildRandomLayers(literal, round, maxLevels);
+        const std::string before = Snapshot(fast);
+        ASSERT_EQ(before, Snapshot(literal));
+        fast.GatherSharedChildParents();
+        LiteralGathering(literal).SharedChildParents();
+        ASSERT_EQ(Snapshot(fast), Snapshot(literal)) << "shared children, round " << round;
+        fast.GatherNeighbourGroups();
+        LiteralGathering(literal).NeighbourGroups();
+        ASSERT_EQ(Snapshot(fast), Snapshot(literal)) << "neighbour groups, round " << round;
+        changed += Snapshot(fast) != before ? 1 : 0;
+    }
+    EXPECT_GT(changed, 250) << "the generated structures must exercise the passes";
+}
+
+// The same on structures built by the real level assignment of generated graphs.
+TEST(GatheringTest, FastPassesMatchTheLiteralOnesOnGeneratedGraphs) {
+    for (std::uint32_t round = 0; round < 120; ++round) {
+        const auto list = round % 3 == 0
+                              ? netloom_test::Grid(2 + static_cast<int>(round % 4), 3)
+                              : netloom_test::RandomSparse(4 + static_cast<int>(round % 11),
+                                                           2 + static_cast<int>(round % 7), round);
+        for (int type : {2, 8}) {
+            CNetworkGraph host;
+            netloom_test::Fill(host, list);
+            host.Layout(40, type, 200); // builds the component
+            CConnectedGraph* comp = *host.GetConnectedGraphs().begin();
+            CLayeredLayout fast(comp, 1);
+            CLayeredLayout literal(comp, 1);
+            for (CLayeredLayout* ws : {&fast, &literal}) {
+                ws->CollectLayoutEdges();
+                ws->AssignLevels();
+                ws->OrderChildrenCenterOut();
+                ws->GroupSiblingNeighbours();
+                ws->BalanceIsolatedLeaves();
+            }
+            fast.GatherSharedChildParents();
+            LiteralGathering(literal).SharedChildParents();
+            fast.GatherNeighbourGroups();
+            LiteralGathering(literal).NeighbourGroups();
+            ASSERT_EQ(Snapshot(fast), Snapshot(literal)) << "round " << round;
+        }
+    }
+}
+
+} // namespace
