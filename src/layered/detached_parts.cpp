@@ -2,11 +2,168 @@
 
 #include <netloom/network_graph.h>
 
+#include <deque>
+#include <map>
+
+namespace {
+
+using LevelSets = std::map<int, LayerNodeSet>;
+
+} // namespace
+
 // Joins the parts that a strategy's levels leave unreached from the virtual
-// root to the reached structure. Without a strategy every node is reached.
+// root to the reached structure by same-level links, so that the later steps
+// and the grid see them. Without a strategy every node is reached.
 bool CLayeredLayout::AttachDetachedParts() {
     if (m_pGraph == nullptr || m_pGraph->GetLayoutStrategy() == nullptr) {
         return true;
     }
-    return true; // not built yet: detached parts stay detached
+
+    // Reach pass: child links, and same-level links to parentless nodes.
+    const int reached = NextStamp();
+    std::deque<CLayerNode*> queue{m_pRoot};
+    while (!queue.empty()) {
+        CLayerNode* node = queue.front();
+        queue.pop_front();
+        if (node->m_iVisitStamp == reached) {
+            continue;
+        }
+        node->m_iVisitStamp = reached;
+        for (CLayerNode* neighbour : node->m_setSiblings) {
+            if (neighbour->m_vecParents.empty()) {
+                queue.push_back(neighbour);
+            }
+        }
+        queue.insert(queue.end(), node->m_vecChildren.begin(), node->m_vecChildren.end());
+    }
+
+    for (CLayerNode* start : GetLayerNodesById()) {
+        if (!start->m_vecParents.empty() || start->m_iVisitStamp >= reached) {
+            continue;
+        }
+        // Collect the part: its members by level, with and without parents, and
+        // the reached nodes it touches.
+        const int part = NextStamp();
+        LevelSets parentless;
+        LevelSets parented;
+        LevelSets boundary;
+        queue.assign(1, start);
+        while (!queue.empty()) {
+            CLayerNode* node = queue.front();
+            queue.pop_front();
+            if (node->m_iVisitStamp == part) {
+                continue;
+            }
+            if (node->m_iVisitStamp >= reached) {
+                boundary[node->m_iLevel].insert(node);
+                continue;
+            }
+            (node->m_vecParents.empty() ? parentless : parented)[node->m_iLevel].insert(node);
+            node->m_iVisitStamp = part;
+            queue.insert(queue.end(), node->m_vecParents.begin(), node->m_vecParents.end());
+            queue.insert(queue.end(), node->m_vecChildren.begin(), node->m_vecChildren.end());
+            queue.insert(queue.end(), node->m_setSiblings.begin(), node->m_setSiblings.end());
+        }
+
+        // Thin the parentless members: of each group joined by same-level links
+        // only the first stays, and a group touching a member with parents goes.
+        const int thinned = NextStamp();
+        for (auto level = parentless.begin(); level != parentless.end();) {
+            LayerNodeSet& members = level->second;
+            LayerNodeSet removed;
+            for (CLayerNode* first : members) {
+                queue.assign(1, first);
+                while (!queue.empty()) {
+                    CLayerNode* node = queue.front();
+                    queue.pop_front();
+                    if (node->m_iVisitStamp != part) {
+                        continue;
+                    }
+                    node->m_iVisitStamp = thinned;
+                    if (node != first && members.count(node) != 0) {
+                        removed.insert(node);
+                    }
+                    if (!node->m_vecParents.empty()) {
+                        removed.insert(first);
+                    }
+                    queue.insert(queue.end(), node->m_setSiblings.begin(),
+                                 node->m_setSiblings.end());
+                }
+            }
+            for (CLayerNode* node : removed) {
+                members.erase(node);
+            }
+            level = members.empty() ? parentless.erase(level) : std::next(level);
+        }
+
+        // Join the parentless members to a parented member of their level, or
+        // chain them so that the first stands for the rest.
+        for (auto level = parentless.begin(); level != parentless.end();) {
+            LayerNodeSet& members = level->second;
+            auto sameLevel = parented.find(level->first);
+            if (sameLevel != parented.end() && !sameLevel->second.empty()) {
+                CLayerNode* host = *sameLevel->second.begin();
+                for (CLayerNode* member : members) {
+                    host->AddSibling(member);
+                }
+                level = parentless.erase(level);
+                continue;
+            }
+            for (auto it = members.begin(); std::next(it) != members.end(); ++it) {
+                (*it)->AddSibling(*std::next(it));
+            }
+            members.erase(std::next(members.begin()), members.end());
+            ++level;
+        }
+        if (parentless.empty()) {
+            continue;
+        }
+
+        // Attach the first remaining member to an anchor of the reached structure.
+        CLayerNode* member = *parentless.begin()->second.begin();
+        CLayerNode* anchor = nullptr;
+        auto sameLevel = boundary.find(member->m_iLevel);
+        if (sameLevel != boundary.end()) {
+            anchor = *sameLevel->second.begin();
+        } else if (!boundary.empty()) {
+            // Climb from the lowest boundary node to a node on the member's
+            // level, or to the node just below it. Each node is expanded once.
+            const int climb = NextScratchPass();
+            queue.assign(1, *boundary.begin()->second.begin());
+            while (!queue.empty() && anchor == nullptr) {
+                CLayerNode* node = queue.front();
+                queue.pop_front();
+                if (node->m_iScratchPass == climb) {
+                    continue;
+                }
+                node->m_iScratchPass = climb;
+                for (CLayerNode* parent : node->m_vecParents) {
+                    if (parent->m_iVisitStamp < reached || parent->m_iVisitStamp >= part ||
+                        parent == member) {
+                        continue;
+                    }
+                    if (parent->m_iLevel == member->m_iLevel) {
+                        anchor = parent;
+                    } else if (parent->m_iLevel < member->m_iLevel) {
+                        anchor = node;
+                    } else {
+                        queue.push_back(parent);
+                        continue;
+                    }
+                    break;
+                }
+                if (anchor == nullptr && node->m_vecParents.empty()) {
+                    for (CLayerNode* neighbour : node->m_setSiblings) {
+                        if (neighbour->m_iVisitStamp < part) {
+                            queue.push_back(neighbour);
+                        }
+                    }
+                }
+            }
+        }
+        if (anchor != nullptr) {
+            anchor->AddSibling(member);
+        }
+    }
+    return true;
 }

@@ -176,6 +176,10 @@ public:
     int GetMaxRow() const { return m_iMaxRow; }
     int GetMaxCol() const { return m_iMaxCol; }
     int GetMaxColCount() const { return m_iMaxColCount; }
+    void SetExtents(int maxRow, int maxCol) {
+        m_iMaxRow = maxRow;
+        m_iMaxCol = maxCol;
+    }
     int GetVisitStamp() const { return m_iVisitStamp; }
     void SetVisitStamp(int stamp) { m_iVisitStamp = stamp; }
     void SetMaxColCount(int count) { m_iMaxColCount = count; }
