@@ -18,6 +18,15 @@ bool CConnectedGraph::LayeredLayout() {
         if (unit < 1) {
             unit = 1;
         }
+        // Columns advance by the unit per node: a huge spacing on a large
+        // component would run them past the 32-bit range. The positions are
+        // the spacing divided by the unit per column, so a smaller unit only
+        // changes how midpoints round, where the exact unit could not work.
+        const long long nodes = static_cast<long long>(m_mapNodes.size() + m_mapEdges.size()) + 2;
+        const long long largest = 2147483647LL / (8 * nodes);
+        if (unit > largest) {
+            unit = static_cast<int>(largest < 1 ? 1 : largest);
+        }
     }
     {
         CLayeredLayout layout(this, unit);
