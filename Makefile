@@ -6,11 +6,12 @@ JOBS ?= $(shell nproc 2>/dev/null || echo 2)
 deps:
 	@./scripts/ensure-deps.sh
 
-# Builds the release library and the example host, and lays out the sample network.
+# Builds the release library, the command-line tool and the example host, and
+# lays out every sample network under examples/ into out/ (SVG and JSON).
 demo: deps
 	cmake -S . -B build/release -DCMAKE_BUILD_TYPE=Release -DNETLOOM_BUILD_TESTS=OFF
-	cmake --build build/release --target netloom_demo -j $(JOBS)
-	./build/release/examples/netloom_demo
+	cmake --build build/release --target netloom-cli netloom_demo -j $(JOBS)
+	./scripts/run-demo.sh build/release/tools/netloom out
 
 # Configures with AddressSanitizer and UndefinedBehaviorSanitizer, builds the
 # library, tests and benchmarks, and runs every test; then the Python bindings'
@@ -22,7 +23,8 @@ test: deps
 	cd build/test && ctest --output-on-failure -j $(JOBS)
 	@# The Python bindings load into an uninstrumented interpreter: built apart, without sanitizers.
 	cmake -S . -B build/python -DCMAKE_BUILD_TYPE=Release -DNETLOOM_BUILD_PYTHON=ON \
-	      -DNETLOOM_BUILD_TESTS=OFF -DNETLOOM_BUILD_EXAMPLES=OFF -DPython_EXECUTABLE=/usr/bin/python3
+	      -DNETLOOM_BUILD_TESTS=OFF -DNETLOOM_BUILD_EXAMPLES=OFF -DNETLOOM_BUILD_TOOLS=OFF \
+	      -DPython_EXECUTABLE=/usr/bin/python3
 	cmake --build build/python -j $(JOBS)
 	cd build/python && ctest --output-on-failure
 

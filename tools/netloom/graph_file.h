@@ -1,0 +1,108 @@
+#pragma once
+
+// The tool's in-memory picture of a graph file: nodes and edges with the ids,
+// ports, positions and labels the file gave, plus what is needed to write the
+// same format back.
+
+#include <nlohmann/json.hpp>
+#include <pugixml.hpp>
+
+#include <cstddef>
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+namespace netloom_cli {
+
+// Key order of objects is kept, so a file written back reads like the original.
+using Json = nlohmann::ordered_json;
+
+enum class Format { Json, GraphMl, EdgeList, Svg };
+
+// A problem with an input file: the file, the line and column where known (0
+// when not) and what is wrong. main prints it as one line and exits with 1.
+class InputError : public std::runtime_error {
+public:
+    InputError(std::string file, int line, int column, const std::string& what)
+        : std::runtime_error(what), m_file(std::move(file)), m_line(line), m_column(column) {}
+    // "FILE:LINE:COLUMN: what", leaving out the parts that are not known.
+    std::string Describe() const;
+
+private:
+    std::string m_file;
+    int m_line;
+    int m_column;
+};
+
+// Line and column (both from 1) of a byte offset into a text.
+struct TextPosition {
+    int line = 1;
+    int column = 1;
+};
+TextPosition PositionAt(const std::string& text, std::size_t offset);
+
+// Reads a whole file; throws InputError when it cannot be read.
+std::string ReadWholeFile(const std::string& path);
+
+// An id as the file wrote it: a JSON string or number. key is the text used to
+// match ids (the string itself, or the number written as JSON).
+struct FileId {
+    Json value;
+    std::string key;
+};
+FileId MakeId(const Json& value);
+FileId MakeTextId(const std::string& text); // stays a string
+
+struct FileNode {
+    FileId id;
+    std::string label; // empty: draw the id
+    double x = 0.0;
+    double y = 0.0;
+    bool hasPosition = false;
+    bool fixed = false;
+    int line = 0;
+    // Where the node sits in the source document, for writing the format back.
+    std::size_t sourceIndex = 0;
+};
+
+struct FileEdge {
+    std::optional<FileId> id;
+    std::size_t source = 0; // index into FileGraph::nodes
+    std::size_t target = 0;
+    std::optional<int> length;
+    std::optional<FileId> sourcePort;
+    std::optional<FileId> targetPort;
+    int line = 0;
+    std::size_t sourceIndex = 0;
+};
+
+struct FileGraph {
+    std::string path;
+    Format format = Format::Json;
+    std::vector<FileNode> nodes;
+    std::vector<FileEdge> edges;
+    std::unordered_map<std::string, std::size_t> nodeIndex; // id key -> node index
+
+    // JSON input: the whole document and the key of its edge array.
+    Json json;
+    std::string jsonLinksKey = "links";
+    // GraphML input: the document and its node and edge elements, in the order
+    // of nodes and edges above.
+    std::shared_ptr<pugi::xml_document> xml;
+    std::vector<pugi::xml_node> xmlNodes;
+    std::vector<pugi::xml_node> xmlEdges;
+
+    // Looks a node up by id key; null when absent.
+    const std::size_t* FindNode(const std::string& key) const;
+};
+
+// Natural lengths must keep their square inside 32 bits.
+constexpr int kMaxLength = 46340;
+
+// Checks a length read from a file and rounds it to the library's integer.
+int CheckedLength(double value, const std::string& file, int line, int column);
+
+} // namespace netloom_cli

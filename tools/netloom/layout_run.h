@@ -1,0 +1,72 @@
+#pragma once
+
+// Builds a library graph from a file graph, lays it out with the options of the
+// command line and collects everything the writers report.
+
+#include "graph_file.h"
+
+#include <array>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace netloom_cli {
+
+enum class ProgressMode { Auto, Always, Never };
+
+struct LayoutOptions {
+    int type = 8;
+    int distance = 40;
+    int layerSpacing = 200;
+    int maxCols = 0; // 0: no limit
+    bool fixedLayout = false;
+    std::string levelsFile;
+    int direction = 0;    // 0: not given
+    int arrangeMode = -1; // -1: not given
+    ProgressMode progress = ProgressMode::Auto;
+
+    bool UsesStrategy() const { return !levelsFile.empty() || direction != 0 || arrangeMode != -1; }
+};
+
+// Side codes as the library reports them.
+constexpr int kSideUp = 0;
+constexpr int kSideDown = 1;
+constexpr int kSideRight = 2;
+constexpr int kSideLeft = 3;
+const char* SideName(int side);
+// Layout type code to its name on the command line ("force", ...).
+const char* TypeName(int type);
+
+struct PortPlace {
+    int side = -1; // -1: the port is on no side
+    int slot = -1;
+};
+
+// One port of a node as the layout placed it.
+struct NodePort {
+    int side = 0;
+    int slot = 0;
+    std::optional<FileId> name; // the file's port id; none for an unnamed edge end
+    std::vector<std::size_t> edges;
+};
+
+struct LayoutResult {
+    LayoutOptions options;
+    bool layered = false; // grid rows and columns are meaningful
+    std::vector<double> x, y;
+    std::vector<int> row, col, baseRow, component;
+    std::vector<std::array<int, 4>> sideCounts;         // ports per side, by side code
+    std::vector<std::vector<NodePort>> ports;           // per node, sides up, down, right, left
+    std::vector<PortPlace> sourcePlace, targetPlace;    // per edge
+    std::vector<std::pair<std::size_t, int>> edgeOrder; // edge index, component index
+    int componentCount = 0;
+};
+
+// Levels read from a --levels file: level key to node indices.
+using LevelMap = std::map<int, std::vector<std::size_t>>;
+LevelMap ReadLevelsFile(const std::string& path, const FileGraph& graph);
+
+LayoutResult RunLayout(const FileGraph& graph, const LayoutOptions& options);
+
+} // namespace netloom_cli

@@ -1,0 +1,102 @@
+// netloom: lays out graph files with the netloom library.
+//
+// Exit status: 0 done, 1 bad input or an output that cannot be written,
+// 2 usage errors.
+
+#include "options.h"
+#include "output_file.h"
+#include "readers.h"
+#include "writers.h"
+
+#include <cstdio>
+#include <iostream>
+#include <iterator>
+
+using namespace netloom_cli;
+
+namespace {
+
+int Fail(const std::string& message, int status) {
+    std::fprintf(stderr, "netloom: error: %s\n", message.c_str());
+    return status;
+}
+
+FileGraph ReadInput(const std::string& path, Format format) {
+    if (path != "-") {
+        return ReadGraph(path, format);
+    }
+    const std::string text((std::istreambuf_iterator<char>(std::cin)),
+                           std::istreambuf_iterator<char>());
+    const std::string name = "<stdin>";
+    switch (format) {
+    case Format::GraphMl:
+        return ReadGraphMl(name, text);
+    case Format::EdgeList:
+        return ReadEdgeList(name, text);
+    default:
+        return ReadJsonGraph(name, text);
+    }
+}
+
+std::string Render(FileGraph& graph, const LayoutResult& result, Format format) {
+    switch (format) {
+    case Format::Svg:
+        return WriteSvg(graph, result);
+    case Format::GraphMl:
+        return WriteGraphMl(graph, result);
+    case Format::EdgeList:
+        return WriteEdgeList(graph, result);
+    case Format::Json:
+        break;
+    }
+    return WriteJson(graph, result);
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    CLI::App app("netloom", "netloom");
+    CommandLine line;
+    DefineCommandLine(app, line);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::CallForHelp& e) {
+        return app.exit(e);
+    } catch (const CLI::CallForVersion& e) {
+        return app.exit(e);
+    } catch (const CLI::ParseError& e) {
+        return Fail(std::string(e.what()) + " (see netloom layout --help)", 2);
+    }
+
+    Format inputFormat;
+    Format outputFormat;
+    try {
+        ResolveChoices(line);
+        inputFormat = InputFormat(line);
+        outputFormat = OutputFormat(line);
+    } catch (const UsageError& e) {
+        return Fail(std::string(e.what()) + " (see netloom layout --help)", 2);
+    }
+
+    try {
+        FileGraph graph = ReadInput(line.input, inputFormat);
+        const LayoutResult result = RunLayout(graph, line.layout);
+        const std::string text = Render(graph, result, outputFormat);
+        if (line.output.empty()) {
+            std::cout << text;
+            std::cout.flush();
+            if (!std::cout) {
+                return Fail("cannot write to standard output", 1);
+            }
+        } else {
+            WriteFileAtomically(line.output, text);
+        }
+    } catch (const InputError& e) {
+        return Fail(e.Describe(), 1);
+    } catch (const OutputError& e) {
+        return Fail(e.what(), 1);
+    } catch (const std::bad_alloc&) {
+        return Fail("out of memory", 1);
+    }
+    return 0;
+}

@@ -1,0 +1,168 @@
+#include "options.h"
+
+#include <algorithm>
+#include <map>
+
+namespace netloom_cli {
+namespace {
+
+std::string Lower(std::string s) {
+    std::transform(s.begin(), s.end(), s.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    return s;
+}
+
+std::optional<Format> FormatByName(const std::string& name) {
+    static const std::map<std::string, Format> names = {
+        {"json", Format::Json},         {"graphml", Format::GraphMl}, {"xml", Format::GraphMl},
+        {"edgelist", Format::EdgeList}, {"edges", Format::EdgeList},  {"el", Format::EdgeList},
+        {"txt", Format::EdgeList},      {"svg", Format::Svg}};
+    const auto it = names.find(Lower(name));
+    return it == names.end() ? std::nullopt : std::optional<Format>(it->second);
+}
+
+std::optional<Format> FormatOfPath(const std::string& path) {
+    const std::size_t dot = path.find_last_of('.');
+    const std::size_t slash = path.find_last_of('/');
+    if (dot == std::string::npos || (slash != std::string::npos && dot < slash)) {
+        return std::nullopt;
+    }
+    return FormatByName(path.substr(dot + 1));
+}
+
+const char* const kFormatHelp = "json, graphml or edgelist";
+
+} // namespace
+
+CLI::App* DefineCommandLine(CLI::App& app, CommandLine& line) {
+    app.description("netloom lays out network graphs: it reads a graph file, runs one of the "
+                    "netloom layouts and writes positions, ports and an edge order (JSON), a "
+                    "drawing (SVG) or the graph back with positions (JSON, GraphML, edge list).");
+    app.set_version_flag("--version", "netloom 0.1.0");
+    app.require_subcommand(1);
+
+    CLI::App* layout = app.add_subcommand("layout", "Lay out a graph file");
+    layout
+        ->add_option("INPUT", line.input,
+                     "Graph file: node-link JSON (.json), GraphML (.graphml, .xml) or an edge "
+                     "list (.edgelist, .edges, .txt); - reads standard input")
+        ->required();
+    layout->add_option("-o,--output", line.output,
+                       "Output file; its extension picks the format (.json, .svg, .graphml, "
+                       ".edgelist). Default: JSON on standard output");
+    layout->add_option("--from", line.from,
+                       std::string("Input format: ") + kFormatHelp +
+                           " (default: from INPUT's "
+                           "extension)");
+    layout->add_option("--to", line.to,
+                       "Output format: json, svg, graphml or edgelist (default: from OUTPUT's "
+                       "extension, json on standard output)");
+    layout
+        ->add_option("-t,--type", line.type,
+                     "Layout: force (1), tree (2), radial (4) or hierarchy (8)")
+        ->capture_default_str();
+    layout
+        ->add_option("-d,--distance", line.layout.distance,
+                     "Node distance: spring length of the force layout, column unit of the "
+                     "layered layouts, default edge length")
+        ->check(CLI::Range(1, 100000))
+        ->capture_default_str();
+    layout
+        ->add_option("--layer-spacing", line.layout.layerSpacing,
+                     "Distance between the layers of the tree and hierarchy layouts")
+        ->check(CLI::Range(1, 100000))
+        ->capture_default_str();
+    layout
+        ->add_option("--max-cols", line.layout.maxCols,
+                     "Most columns in a grid row of the layered layouts; 0 for no limit")
+        ->check(CLI::Range(0, 1000000))
+        ->capture_default_str();
+    layout->add_flag("--fixed-layout", line.layout.fixedLayout,
+                     "Keep components that hold a fixed node where they are and stack the "
+                     "others below them (default: off)");
+    layout->add_option("--levels", line.layout.levelsFile,
+                       "Level file for the layered layouts: lines \"LEVEL: NODE NODE ...\" or a "
+                       "JSON object {\"LEVEL\": [NODE, ...]}; the lowest level holds the roots "
+                       "(default: none, the layout picks its roots)");
+    layout
+        ->add_option("--direction", line.layout.direction,
+                     "Orientation of the layered grid, 1 to 4 (default: 1)")
+        ->check(CLI::Range(1, 4));
+    layout
+        ->add_option("--arrange-mode", line.layout.arrangeMode,
+                     "Arrangement mode of the layered layouts: 2 splits the second level into "
+                     "two groups, one above and one below the roots (default: 0)")
+        ->check(CLI::Range(0, 1000));
+    layout
+        ->add_option("--progress", line.progress,
+                     "Progress line on stderr: auto (when stderr is a terminal and the layout "
+                     "takes over a second), always or never")
+        ->capture_default_str();
+
+    // netloom --help documents the layout options too.
+    app.footer([layout] { return layout->help("netloom layout", CLI::AppFormatMode::Sub); });
+    return layout;
+}
+
+void ResolveChoices(CommandLine& line) {
+    static const std::map<std::string, int> types = {{"force", 1}, {"1", 1},         {"tree", 2},
+                                                     {"2", 2},     {"radial", 4},    {"radiant", 4},
+                                                     {"4", 4},     {"hierarchy", 8}, {"8", 8}};
+    const auto type = types.find(Lower(line.type));
+    if (type == types.end()) {
+        throw UsageError("--type: unknown layout \"" + line.type +
+                         "\"; use force, tree, radial, hierarchy (or 1, 2, 4, 8)");
+    }
+    line.layout.type = type->second;
+    static const std::map<std::string, ProgressMode> modes = {{"auto", ProgressMode::Auto},
+                                                              {"always", ProgressMode::Always},
+                                                              {"never", ProgressMode::Never}};
+    const auto mode = modes.find(Lower(line.progress));
+    if (mode == modes.end()) {
+        throw UsageError("--progress: unknown value \"" + line.progress +
+                         "\"; use auto, always or never");
+    }
+    line.layout.progress = mode->second;
+}
+
+Format InputFormat(const CommandLine& line) {
+    if (!line.from.empty()) {
+        const auto format = FormatByName(line.from);
+        if (!format || *format == Format::Svg) {
+            throw UsageError("--from: unknown input format \"" + line.from + "\"; use " +
+                             kFormatHelp);
+        }
+        return *format;
+    }
+    if (line.input == "-") {
+        return Format::Json;
+    }
+    const auto format = FormatOfPath(line.input);
+    if (!format || *format == Format::Svg) {
+        throw UsageError("cannot tell the format of \"" + line.input +
+                         "\" from its extension; use --from " + kFormatHelp);
+    }
+    return *format;
+}
+
+Format OutputFormat(const CommandLine& line) {
+    if (!line.to.empty()) {
+        const auto format = FormatByName(line.to);
+        if (!format) {
+            throw UsageError("--to: unknown output format \"" + line.to +
+                             "\"; use json, svg, graphml or edgelist");
+        }
+        return *format;
+    }
+    if (line.output.empty()) {
+        return Format::Json;
+    }
+    const auto format = FormatOfPath(line.output);
+    if (!format) {
+        throw UsageError("cannot tell the format of \"" + line.output +
+                         "\" from its extension; use --to json, svg, graphml or edgelist");
+    }
+    return *format;
+}
+
+} // namespace netloom_cli

@@ -1,0 +1,43 @@
+#pragma once
+
+// The progress line on stderr: components done of all and the elapsed time,
+// shown once a layout has run for a second (at once with --progress always).
+
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <mutex>
+#include <thread>
+
+namespace netloom_cli {
+
+class ProgressLine {
+public:
+    // show: whether to draw at all; delaySeconds: how long to stay quiet first.
+    ProgressLine(bool show, double delaySeconds);
+    ~ProgressLine();
+    ProgressLine(const ProgressLine&) = delete;
+    ProgressLine& operator=(const ProgressLine&) = delete;
+
+    // Called by the layout after each component.
+    void Update(int done, int total);
+    // Draws the final state (when anything was drawn) and ends the line.
+    void Finish();
+
+private:
+    void Run();
+    void Draw();
+
+    bool m_bShow;
+    double m_dDelay;
+    std::chrono::steady_clock::time_point m_start;
+    std::atomic<int> m_iDone{0};
+    std::atomic<int> m_iTotal{0};
+    bool m_bDrawn = false;
+    bool m_bStop = false;
+    std::mutex m_mutex;
+    std::condition_variable m_wake;
+    std::thread m_thread;
+};
+
+} // namespace netloom_cli

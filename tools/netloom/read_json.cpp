@@ -1,0 +1,337 @@
+// Node-link JSON: {"nodes": [{"id": ..., "x": ..., "y": ..., "fixed": ...}],
+//                  "links" (or "edges"): [{"source": ..., "target": ..., "id": ...,
+//                  "length": ..., "sourcePort": ..., "targetPort": ...}]}
+
+#include "readers.h"
+
+#include <cmath>
+#include <iterator>
+#include <map>
+
+namespace netloom_cli {
+namespace {
+
+using json = Json;
+
+// A character iterator that publishes how far the JSON parser has read, so the
+// position pass below knows the line of every element it is told about.
+class TrackingIterator {
+public:
+    using iterator_category = std::input_iterator_tag;
+    using value_type = char;
+    using difference_type = std::ptrdiff_t;
+    using pointer = const char*;
+    using reference = const char&;
+
+    TrackingIterator(const char* p, const char** cursor) : m_p(p), m_cursor(cursor) {}
+    reference operator*() const { return *m_p; }
+    TrackingIterator& operator++() {
+        ++m_p;
+        *m_cursor = m_p;
+        return *this;
+    }
+    TrackingIterator operator++(int) {
+        TrackingIterator old = *this;
+        ++*this;
+        return old;
+    }
+    bool operator==(const TrackingIterator& o) const { return m_p == o.m_p; }
+    bool operator!=(const TrackingIterator& o) const { return m_p != o.m_p; }
+
+private:
+    const char* m_p;
+    const char** m_cursor;
+};
+
+// Lines of the elements of the top-level "nodes", "links" and "edges" arrays,
+// and of the keys inside each element.
+struct ElementLines {
+    int line = 0;
+    std::map<std::string, int> keys;
+};
+
+class PositionPass : public json::json_sax_t {
+public:
+    PositionPass(const std::string& text, const char** cursor) : m_text(text), m_cursor(cursor) {}
+
+    std::map<std::string, std::vector<ElementLines>> elements;
+
+    bool null() override { return true; }
+    bool boolean(bool) override { return true; }
+    bool number_integer(number_integer_t) override { return true; }
+    bool number_unsigned(number_unsigned_t) override { return true; }
+    bool number_float(number_float_t, const string_t&) override { return true; }
+    bool string(string_t&) override { return true; }
+    bool binary(binary_t&) override { return true; }
+    bool start_object(std::size_t) override {
+        bool tracked = false;
+        if (m_stack.size() == 2 && m_stack[0].object && !m_stack[1].object) {
+            const std::string& key = m_stack[0].key;
+            if (key == "nodes" || key == "links" || key == "edges") {
+                elements[key].push_back(ElementLines{Line(), {}});
+                tracked = true;
+            }
+        }
+        m_stack.push_back(Frame{true, tracked, {}});
+        return true;
+    }
+    bool key(string_t& k) override {
+        m_stack.back().key = k;
+        if (m_stack.size() == 3 && m_stack.back().tracked) {
+            elements[m_stack[0].key].back().keys[k] = Line();
+        }
+        return true;
+    }
+    bool end_object() override {
+        m_stack.pop_back();
+        return true;
+    }
+    bool start_array(std::size_t) override {
+        m_stack.push_back(Frame{false, false, {}});
+        return true;
+    }
+    bool end_array() override {
+        m_stack.pop_back();
+        return true;
+    }
+    bool parse_error(std::size_t, const std::string&, const nlohmann::detail::exception&) override {
+        return false;
+    }
+
+private:
+    struct Frame {
+        bool object;
+        bool tracked;
+        std::string key;
+    };
+    int Line() const {
+        return PositionAt(m_text, static_cast<std::size_t>(*m_cursor - m_text.data())).line;
+    }
+    const std::string& m_text;
+    const char** m_cursor;
+    std::vector<Frame> m_stack;
+};
+
+class JsonReader {
+public:
+    JsonReader(const std::string& path, const std::string& text) : m_path(path), m_text(text) {}
+
+    FileGraph Read() {
+        FileGraph graph;
+        graph.path = m_path;
+        graph.format = Format::Json;
+        try {
+            graph.json = json::parse(m_text);
+        } catch (const json::parse_error& e) {
+            const std::size_t offset = e.byte > 0 ? e.byte - 1 : 0;
+            const TextPosition pos = PositionAt(m_text, offset);
+            throw InputError(m_path, pos.line, pos.column, "malformed JSON: " + ParserMessage(e));
+        }
+        const char* cursor = m_text.data();
+        PositionPass pass(m_text, &cursor);
+        json::sax_parse(TrackingIterator(m_text.data(), &cursor),
+                        TrackingIterator(m_text.data() + m_text.size(), &cursor), &pass);
+        m_lines = std::move(pass.elements);
+
+        const json& doc = graph.json;
+        if (!doc.is_object()) {
+            throw InputError(m_path, 1, 0, "expected an object with \"nodes\" and \"links\"");
+        }
+        const auto nodes = doc.find("nodes");
+        if (nodes == doc.end() || !nodes->is_array()) {
+            throw InputError(m_path, 1, 0, "expected a \"nodes\" array");
+        }
+        for (std::size_t i = 0; i < nodes->size(); ++i) {
+            ReadNode(graph, (*nodes)[i], i);
+        }
+
+        const bool hasLinks = doc.contains("links");
+        const bool hasEdges = doc.contains("edges");
+        if (hasLinks && hasEdges) {
+            throw InputError(m_path, 1, 0, "both \"links\" and \"edges\" are present; keep one");
+        }
+        graph.jsonLinksKey = hasEdges ? "edges" : "links";
+        if (hasLinks || hasEdges) {
+            const json& links = doc[graph.jsonLinksKey];
+            if (!links.is_array()) {
+                throw InputError(m_path, 1, 0, "\"" + graph.jsonLinksKey + "\" is not an array");
+            }
+            std::unordered_map<std::string, std::size_t> edgeIds;
+            for (std::size_t i = 0; i < links.size(); ++i) {
+                ReadLink(graph, links[i], i, edgeIds);
+            }
+        }
+        return graph;
+    }
+
+private:
+    static std::string ParserMessage(const json::parse_error& e) {
+        // nlohmann's text is "[json.exception.parse_error.101] parse error at line 3,
+        // column 5: syntax error while parsing ..."; keep the part after the position.
+        std::string msg = e.what();
+        const auto colon = msg.find(": ", msg.find("parse error"));
+        return colon == std::string::npos ? msg : msg.substr(colon + 2);
+    }
+
+    int LineOf(const std::string& array, std::size_t index, const char* key = nullptr) const {
+        const auto it = m_lines.find(array);
+        if (it == m_lines.end() || index >= it->second.size()) {
+            return 0;
+        }
+        const ElementLines& element = it->second[index];
+        if (key != nullptr) {
+            const auto k = element.keys.find(key);
+            if (k != element.keys.end()) {
+                return k->second;
+            }
+        }
+        return element.line;
+    }
+
+    [[noreturn]] void Fail(const std::string& array, std::size_t index, const char* key,
+                           const std::string& what) const {
+        throw InputError(m_path, LineOf(array, index, key), 0, what);
+    }
+
+    FileId ReadId(const json& value, const std::string& array, std::size_t index, const char* key,
+                  const std::string& what) const {
+        if (value.is_string() || value.is_number_integer()) {
+            return MakeId(value);
+        }
+        if (value.is_number() && std::isfinite(value.get<double>())) {
+            return MakeId(value);
+        }
+        Fail(array, index, key, what + " must be a string or a number, not " + value.dump());
+    }
+
+    double ReadNumber(const json& object, const char* key, const std::string& array,
+                      std::size_t index, const std::string& what, double fallback) const {
+        const auto it = object.find(key);
+        if (it == object.end() || it->is_null()) {
+            return fallback;
+        }
+        if (!it->is_number() || !std::isfinite(it->get<double>())) {
+            Fail(array, index, key, what + " \"" + key + "\" must be a number, not " + it->dump());
+        }
+        return it->get<double>();
+    }
+
+    void ReadNode(FileGraph& graph, const json& element, std::size_t i) {
+        const std::string where = "node " + std::to_string(i + 1);
+        if (!element.is_object()) {
+            Fail("nodes", i, nullptr, where + " is not an object");
+        }
+        const auto id = element.find("id");
+        if (id == element.end()) {
+            Fail("nodes", i, nullptr, where + " has no \"id\"");
+        }
+        FileNode node;
+        node.id = ReadId(*id, "nodes", i, "id", where + " id");
+        node.line = LineOf("nodes", i);
+        node.sourceIndex = i;
+        const std::string named = "node " + node.id.key;
+        const bool hasX = element.contains("x") && !element["x"].is_null();
+        const bool hasY = element.contains("y") && !element["y"].is_null();
+        node.x = ReadNumber(element, "x", "nodes", i, named, 0.0);
+        node.y = ReadNumber(element, "y", "nodes", i, named, 0.0);
+        node.hasPosition = hasX || hasY;
+        // d3 pins a node with fx and fy.
+        const bool hasFx = element.contains("fx") && !element["fx"].is_null();
+        const bool hasFy = element.contains("fy") && !element["fy"].is_null();
+        if (hasFx || hasFy) {
+            node.x = ReadNumber(element, "fx", "nodes", i, named, node.x);
+            node.y = ReadNumber(element, "fy", "nodes", i, named, node.y);
+            node.hasPosition = true;
+            node.fixed = true;
+        }
+        const auto fixed = element.find("fixed");
+        if (fixed != element.end() && !fixed->is_null()) {
+            if (fixed->is_boolean()) {
+                node.fixed = fixed->get<bool>();
+            } else if (fixed->is_number()) {
+                node.fixed = fixed->get<double>() != 0.0;
+            } else {
+                Fail("nodes", i, "fixed",
+                     named + " \"fixed\" must be true or false, not " + fixed->dump());
+            }
+        }
+        for (const char* key : {"label", "name"}) {
+            const auto label = element.find(key);
+            if (label != element.end() && !label->is_null()) {
+                node.label = label->is_string() ? label->get<std::string>() : label->dump();
+                break;
+            }
+        }
+        try {
+            AddFileNode(graph, std::move(node));
+        } catch (const InputError&) {
+            Fail("nodes", i, "id", "duplicate node id " + id->dump());
+        }
+    }
+
+    void ReadLink(FileGraph& graph, const json& element, std::size_t i,
+                  std::unordered_map<std::string, std::size_t>& edgeIds) {
+        const std::string& array = graph.jsonLinksKey;
+        const std::string where = "link " + std::to_string(i + 1);
+        if (!element.is_object()) {
+            Fail(array, i, nullptr, where + " is not an object");
+        }
+        FileEdge edge;
+        edge.line = LineOf(array, i);
+        edge.sourceIndex = i;
+        const char* ends[2] = {"source", "target"};
+        for (int end = 0; end < 2; ++end) {
+            const auto it = element.find(ends[end]);
+            if (it == element.end()) {
+                Fail(array, i, nullptr, where + " has no \"" + ends[end] + "\"");
+            }
+            // d3 replaces the ids with the node objects once it has run.
+            const json& ref = it->is_object() && it->contains("id") ? (*it)["id"] : *it;
+            const FileId nodeId = ReadId(ref, array, i, ends[end], where + " " + ends[end]);
+            const std::size_t* index = graph.FindNode(nodeId.key);
+            if (index == nullptr) {
+                Fail(array, i, ends[end],
+                     where + " " + ends[end] + " " + ref.dump() + " is not a node");
+            }
+            (end == 0 ? edge.source : edge.target) = *index;
+        }
+        const auto id = element.find("id");
+        if (id != element.end() && !id->is_null()) {
+            edge.id = ReadId(*id, array, i, "id", where + " id");
+        }
+        const auto length = element.find("length");
+        if (length != element.end() && !length->is_null()) {
+            const double value = ReadNumber(element, "length", array, i, where, 0.0);
+            try {
+                edge.length = CheckedLength(value, m_path, 0, 0);
+            } catch (const InputError& e) {
+                Fail(array, i, "length", where + ": " + e.what());
+            }
+        }
+        const char* ports[2] = {"sourcePort", "targetPort"};
+        for (int end = 0; end < 2; ++end) {
+            const auto it = element.find(ports[end]);
+            if (it != element.end() && !it->is_null()) {
+                (end == 0 ? edge.sourcePort : edge.targetPort) =
+                    ReadId(*it, array, i, ports[end], where + " " + ports[end]);
+            }
+        }
+        try {
+            AddFileEdge(graph, std::move(edge), edgeIds);
+        } catch (const InputError&) {
+            Fail(array, i, "id", "duplicate edge id " + id->dump());
+        }
+    }
+
+    const std::string& m_path;
+    const std::string& m_text;
+    std::map<std::string, std::vector<ElementLines>> m_lines;
+};
+
+} // namespace
+
+FileGraph ReadJsonGraph(const std::string& path, const std::string& text) {
+    return JsonReader(path, text).Read();
+}
+
+} // namespace netloom_cli

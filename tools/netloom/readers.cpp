@@ -1,0 +1,37 @@
+#include "readers.h"
+
+namespace netloom_cli {
+
+std::size_t AddFileNode(FileGraph& graph, FileNode node) {
+    const std::size_t index = graph.nodes.size();
+    if (!graph.nodeIndex.emplace(node.id.key, index).second) {
+        throw InputError(graph.path, node.line, 0, "duplicate node id " + node.id.value.dump());
+    }
+    graph.nodes.push_back(std::move(node));
+    return index;
+}
+
+void AddFileEdge(FileGraph& graph, FileEdge edge,
+                 std::unordered_map<std::string, std::size_t>& edgeIds) {
+    if (edge.id && !edgeIds.emplace(edge.id->key, graph.edges.size()).second) {
+        throw InputError(graph.path, edge.line, 0, "duplicate edge id " + edge.id->value.dump());
+    }
+    graph.edges.push_back(std::move(edge));
+}
+
+FileGraph ReadGraph(const std::string& path, Format format) {
+    const std::string text = ReadWholeFile(path);
+    switch (format) {
+    case Format::Json:
+        return ReadJsonGraph(path, text);
+    case Format::GraphMl:
+        return ReadGraphMl(path, text);
+    case Format::EdgeList:
+        return ReadEdgeList(path, text);
+    case Format::Svg:
+        break;
+    }
+    throw InputError(path, 0, 0, "SVG is an output format only");
+}
+
+} // namespace netloom_cli

@@ -1,0 +1,29 @@
+#pragma once
+
+// Readers of the input formats. Each throws InputError for a file it cannot
+// take, naming the line where the problem is.
+
+#include "graph_file.h"
+
+#include <string>
+
+namespace netloom_cli {
+
+// Node-link JSON (networkx node_link_data, d3).
+FileGraph ReadJsonGraph(const std::string& path, const std::string& text);
+// GraphML (yEd, Gephi, networkx).
+FileGraph ReadGraphMl(const std::string& path, const std::string& text);
+// Plain edge lists: "SOURCE TARGET [LENGTH] [key=value ...]", one node per
+// line for nodes of their own.
+FileGraph ReadEdgeList(const std::string& path, const std::string& text);
+
+// Reads a file of the given format.
+FileGraph ReadGraph(const std::string& path, Format format);
+
+// Shared by the readers: registers a node, failing on a duplicate id.
+std::size_t AddFileNode(FileGraph& graph, FileNode node);
+// Registers an edge, failing on a duplicate edge id.
+void AddFileEdge(FileGraph& graph, FileEdge edge,
+                 std::unordered_map<std::string, std::size_t>& edgeIds);
+
+} // namespace netloom_cli

@@ -1,0 +1,29 @@
+#pragma once
+
+// Writers of the output formats. Each returns the whole file as text, so that
+// nothing touches the disk before the output is complete.
+
+#include "graph_file.h"
+#include "layout_run.h"
+
+#include <string>
+
+namespace netloom_cli {
+
+// Node-link JSON: the input (when it was JSON) or a fresh document, with every
+// node's position, grid cell, component and ports, every link's port sides,
+// the edge order and the parameters used.
+std::string WriteJson(const FileGraph& graph, const LayoutResult& result);
+// GraphML with x and y on every node: the input document when it was GraphML.
+std::string WriteGraphMl(FileGraph& graph, const LayoutResult& result);
+// The edge-list format, with a node line per node carrying its position.
+std::string WriteEdgeList(const FileGraph& graph, const LayoutResult& result);
+// A drawing: boxes with labels, edges between them.
+std::string WriteSvg(const FileGraph& graph, const LayoutResult& result);
+
+// Shortest decimal text that reads back as the same double.
+std::string FormatNumber(double value);
+// Text escaped for XML content and attribute values.
+std::string XmlEscape(const std::string& text);
+
+} // namespace netloom_cli
