@@ -7,6 +7,7 @@
 
 #include <cstdint>
 #include <map>
+#include <queue>
 #include <vector>
 
 // One connected component of a host graph. It shares the host's node and edge
@@ -21,6 +22,7 @@ public:
     void SetIndex(int index) { m_iIndex = index; }
     int GetIndex() const { return m_iIndex; }
     double FindEdgeSqrLenInParent(int idA, int idB) const;
+    CNetworkGraph* GetParentGraph() const { return m_pParentGraph; }
     const std::map<int, std::vector<_tagNode>>& GetGridRows() const { return m_mapGridRows; }
 
     // Sets the type, prepares the parameters and runs the layout method.
@@ -30,6 +32,18 @@ public:
     bool RadiantLayout();
     bool ForceDirectedLayout();
     bool LayeredLayout();
+
+    // Radiant layout (src/radial/): one breadth-first expansion step, and the
+    // clearing of every node's visited flag.
+    bool RadiantPlaceChildren(CNode* node, CNode* parent, double radius,
+                              std::queue<CNode*>& nodeQueue, std::queue<CNode*>& parentQueue);
+    void ClearVisitedFlag();
+    // Force-directed layout (src/force/): rebuilds the quadrant tree from the
+    // current node positions; the tree, and the total energy of the last
+    // iteration.
+    void BuildQuadTree();
+    const CQuadTree& GetQuadTree() const { return m_quadTree; }
+    double GetTotalEnergy() const { return m_dEnergy; }
 
     // Edge ports of the hierarchy layout (src/ports/).
     void AssignEdgePorts();

@@ -51,6 +51,8 @@ public:
     bool DeleteNode(int id);
     CEdge* FindEdge(CNode* a, CNode* b) const;
     double FindEdgeSqrLen(int idA, int idB) const;
+    // Number of node pairs with a stored squared length (pairs of deleted edges too).
+    std::size_t GetEdgeSqrLenCount() const { return m_mapEdgeSqrLen.Size(); }
     bool GetNodePosition(int id, double& x, double& y) const;
     bool GetNodePhyPosition(int id, int& row, int& col) const;
     void SetNodePosition(int id, double x, double y, _tagNode& pos);

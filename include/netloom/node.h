@@ -57,6 +57,32 @@ public:
         m_dVy = vy;
     }
 
+    // ---- Forces and motion of the force-directed layout (src/force/) ----
+    // Force on this node from a charge of strength k at (x, y): a fixed push
+    // when the charge is within about 1.41, k / d away from it up to 2.83 x D,
+    // nothing beyond.
+    void Coulumb_repulsion(double x, double y, double& fx, double& fy, double k) const;
+    // The same with the other node's position and k = D squared.
+    void Coulumb_repulsion(const CNode* other, double& fx, double& fy) const;
+    // Sum of the spring pulls (L squared / N) of all incident edges.
+    void Hook_attractions(double& fx, double& fy) const;
+    // Damped velocity update, each component limited to [-D, D].
+    void Accelerate(double step, double damping, double fx, double fy);
+    // Kinetic energy vx squared + vy squared.
+    double GetEnergy() const;
+    // Moves by t times the velocity, each axis limited to [-D, D].
+    void Move(double t);
+    // Moves the node to the mean of the points at 5 x D from its neighbours, on
+    // the lines from them through the node; free nodes with edges only.
+    void CenterlizeNodebyHook();
+
+private:
+    void Hook_attraction(const CEdge* edge, double& fx, double& fy) const;
+    static int Sign(double v);
+
+public:
+    // ---- end of forces and motion ----
+
     // Port ids on the four sides of the node (hierarchy layout); a front flag
     // other than 0 inserts at the front, 0 appends.
     void AddUpsideSub(int sub, int front);

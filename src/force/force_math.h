@@ -1,0 +1,71 @@
+#pragma once
+
+// The force and motion formulas of the force-directed layout, written once and
+// shared by the CNode operations and the layout's working arrays, so that both
+// produce the same bits.
+
+#include <netloom/params.h>
+
+#include <cmath>
+
+namespace netloom::force {
+
+// Force on a node at (px, py) from a charge of strength k at (x, y).
+inline void Repulsion(double px, double py, double x, double y, double k, double& fx, double& fy) {
+    const double dx = x - px;
+    const double dy = y - py;
+    const double d2 = dx * dx + dy * dy;
+    if (d2 <= 2.0) {
+        // On top of the charge: a fixed push toward +x and +y.
+        fx = g_dLayoutDistance / 8.0;
+        fy = g_dLayoutDistance / 4.0;
+    } else if (d2 <= 8.0 * g_dLayoutDistanceSqr) {
+        fx = -k * dx / d2;
+        fy = -k * dy / d2;
+    } else {
+        fx = 0.0;
+        fy = 0.0;
+    }
+}
+
+// A natural length of 0 or below would divide by zero: the layout distance
+// stands in for it.
+inline double SpringLength(double normalLength) {
+    return normalLength > 0.0 ? normalLength : g_dLayoutDistance;
+}
+
+// Spring pull of one edge (source (sx, sy), destination (tx, ty)) on one of its
+// ends; atDest selects the destination end.
+inline void Spring(double sx, double sy, double tx, double ty, double normalLength, bool atDest,
+                   double& fx, double& fy) {
+    const double lx = sx - tx;
+    const double ly = sy - ty;
+    const double length = std::sqrt(lx * lx + ly * ly);
+    const double n = SpringLength(normalLength);
+    const double dx = tx - sx;
+    const double dy = ty - sy;
+    if (atDest) {
+        fx = -length * dx / n;
+        fy = -length * dy / n;
+    } else {
+        fx = length * dx / n;
+        fy = length * dy / n;
+    }
+}
+
+// Limits a value to [-D, D].
+inline double LimitToDistance(double v) {
+    if (v > g_dLayoutDistance) {
+        return g_dLayoutDistance;
+    }
+    if (v < -g_dLayoutDistance) {
+        return -g_dLayoutDistance;
+    }
+    return v;
+}
+
+inline double Accelerated(double v, double step, double damping, double f) {
+    return LimitToDistance(v * damping + step * f);
+}
+
+} // namespace netloom::force

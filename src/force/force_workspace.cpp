@@ -1,0 +1,340 @@
+#include "force/force_workspace.h"
+
+#include <netloom/detail/flat_hash_map.h>
+#include <netloom/edge.h>
+#include <netloom/network_graph.h>
+#include <netloom/params.h>
+
+#include "force/force_math.h"
+#include "force/quad_geometry.h"
+#include "graph/truncate.h"
+
+#include <cmath>
+#include <cstdint>
+#include <limits>
+
+using netloom::TruncToInt;
+using netloom::detail::FlatHashMap;
+using netloom::detail::IdKey;
+
+namespace {
+
+std::int32_t Saturate(std::int64_t v) {
+    if (v > std::numeric_limits<std::int32_t>::max()) {
+        return std::numeric_limits<std::int32_t>::max();
+    }
+    if (v < std::numeric_limits<std::int32_t>::min()) {
+        return std::numeric_limits<std::int32_t>::min();
+    }
+    return static_cast<std::int32_t>(v);
+}
+
+// Positions this far from the origin keep every cell square and unsaturated,
+// so each node lies inside every cell on its path and cells beyond the cut-off
+// can be skipped.
+constexpr double kPruneLimit = 5.0e8;
+
+} // namespace
+
+CForceWorkspace::CForceWorkspace(CConnectedGraph& graph, bool springs) : m_graph(graph) {
+    const auto& nodes = graph.GetNodeMap();
+    m_vecNodes.reserve(nodes.size());
+    FlatHashMap<std::int32_t> index;
+    index.Reserve(nodes.size());
+    for (const auto& entry : nodes) {
+        index.FindOrInsert(IdKey(entry.first), static_cast<std::int32_t>(m_vecNodes.size()));
+        m_vecNodes.push_back(entry.second);
+    }
+    const std::size_t count = m_vecNodes.size();
+    if (springs) {
+        // Ends outside the component (possible only in hand-built components)
+        // are kept after the component's nodes: they pull but never move.
+        auto indexOf = [&](CNode* node) {
+            if (const std::int32_t* found = index.Find(IdKey(node->GetID()))) {
+                if (m_vecNodes[*found] == node) {
+                    return *found;
+                }
+            }
+            const auto added = static_cast<std::int32_t>(m_vecNodes.size());
+            m_vecNodes.push_back(node);
+            return added;
+        };
+        m_bLookupAllPairs = !ParentKeepsOnlyEdgePairs(graph);
+        m_vecSpringStart.reserve(count + 1);
+        m_vecPairStart.reserve(count + 1);
+        for (std::size_t i = 0; i < count; ++i) {
+            CNode* node = m_vecNodes[i];
+            m_vecSpringStart.push_back(static_cast<std::int32_t>(m_vecSprings.size()));
+            m_vecPairStart.push_back(static_cast<std::int32_t>(m_vecPairNode.size()));
+            const std::size_t pairBegin = m_vecPairNode.size();
+            for (const CEdge* edge : node->GetEdges()) {
+                const std::int32_t source = indexOf(edge->GetSourceNode());
+                const std::int32_t dest = indexOf(edge->GetDestNode());
+                m_vecSprings.push_back(
+                    {source, dest, edge->GetNormalLength(), edge->GetDestNode() == node});
+                const std::int32_t other = edge->GetSourceNode() == node ? dest : source;
+                if (static_cast<std::size_t>(other) >= count) {
+                    continue;
+                }
+                bool listed = false;
+                for (std::size_t p = pairBegin; p < m_vecPairNode.size(); ++p) {
+                    listed = listed || m_vecPairNode[p] == other;
+                }
+                if (!listed) {
+                    m_vecPairNode.push_back(other);
+                    m_vecPairStrength.push_back(
+                        graph.FindEdgeSqrLenInParent(node->GetID(), m_vecNodes[other]->GetID()));
+                }
+            }
+        }
+        m_vecSpringStart.push_back(static_cast<std::int32_t>(m_vecSprings.size()));
+        m_vecPairStart.push_back(static_cast<std::int32_t>(m_vecPairNode.size()));
+    }
+    const std::size_t all = m_vecNodes.size();
+    m_vecX.resize(all);
+    m_vecY.resize(all);
+    m_vecVx.resize(all);
+    m_vecVy.resize(all);
+    m_vecFixed.resize(all);
+    for (std::size_t i = 0; i < all; ++i) {
+        m_vecX[i] = m_vecNodes[i]->X();
+        m_vecY[i] = m_vecNodes[i]->Y();
+        m_vecVx[i] = m_vecNodes[i]->GetVx();
+        m_vecVy[i] = m_vecNodes[i]->GetVy();
+        m_vecFixed[i] = (m_vecNodes[i]->IsFixed() || i >= count) ? 1 : 0;
+    }
+    // Only the component's own nodes go into the tree and move.
+    m_nCount = count;
+}
+
+bool CForceWorkspace::ParentKeepsOnlyEdgePairs(const CConnectedGraph& graph) {
+    const CNetworkGraph* parent = graph.GetParentGraph();
+    if (parent == nullptr) {
+        return true; // every pair is D squared
+    }
+    // The parent's table is only ever added to: it holds exactly the pairs of
+    // its current edges unless edges were deleted. Counting those pairs walks
+    // all the parent's edges, so the answer is kept for the components of one
+    // Layout call (they are rebuilt on every call, so the first component's
+    // serial number identifies the call).
+    struct Cache {
+        const CNetworkGraph* parent = nullptr;
+        std::uint64_t firstComponent = 0;
+        std::size_t tableSize = 0;
+        std::size_t edgeCount = 0;
+        bool clean = false;
+    };
+    static Cache cache;
+    const auto& components = parent->GetConnectedGraphs();
+    const bool member = components.count(const_cast<CConnectedGraph*>(&graph)) != 0;
+    const std::uint64_t first = components.empty() ? 0 : (*components.begin())->GetSerial();
+    const std::size_t tableSize = parent->GetEdgeSqrLenCount();
+    const std::size_t edgeCount = parent->GetEdgeMap().size();
+    if (member && cache.parent == parent && cache.firstComponent == first &&
+        cache.tableSize == tableSize && cache.edgeCount == edgeCount) {
+        return cache.clean;
+    }
+    FlatHashMap<bool> pairs;
+    pairs.Reserve(edgeCount);
+    for (const auto& entry : parent->GetEdgeMap()) {
+        const CEdge* edge = entry.second;
+        pairs.FindOrInsert(
+            netloom::PairKey(edge->GetSourceNode()->GetID(), edge->GetDestNode()->GetID()), true);
+    }
+    const bool clean = tableSize <= pairs.Size();
+    if (member) {
+        cache = {parent, first, tableSize, edgeCount, clean};
+    }
+    return clean;
+}
+
+double CForceWorkspace::PairStrength(int i, int j) const {
+    for (std::int32_t p = m_vecPairStart[i]; p < m_vecPairStart[i + 1]; ++p) {
+        if (m_vecPairNode[p] == j) {
+            return m_vecPairStrength[p];
+        }
+    }
+    if (m_bLookupAllPairs) {
+        return m_graph.FindEdgeSqrLenInParent(m_vecNodes[i]->GetID(), m_vecNodes[j]->GetID());
+    }
+    return g_dLayoutDistanceSqr;
+}
+
+void CForceWorkspace::BuildTree(CQuadTree& tree) {
+    const std::size_t count = m_nCount;
+    if (count == 0) {
+        return;
+    }
+    tree.RecycleCells();
+    tree.m_pGraph = &m_graph;
+    double minX = 9999999999.0;
+    double minY = 9999999999.0;
+    double maxX = -9999999999.0;
+    double maxY = -9999999999.0;
+    bool bounded = true;
+    for (std::size_t i = 0; i < count; ++i) {
+        const double x = m_vecX[i];
+        const double y = m_vecY[i];
+        if (x < minX) {
+            minX = x;
+        }
+        if (y < minY) {
+            minY = y;
+        }
+        if (x > maxX) {
+            maxX = x;
+        }
+        if (y > maxY) {
+            maxY = y;
+        }
+        bounded = bounded && std::fabs(x) < kPruneLimit && std::fabs(y) < kPruneLimit;
+    }
+    m_bPrune = bounded;
+    CRect bound(TruncToInt(minX - 10.0), TruncToInt(minY - 10.0), TruncToInt(maxX + 10.0),
+                TruncToInt(maxY + 10.0));
+    tree.InsertAt(m_vecNodes[0], 0, m_vecX[0], m_vecY[0], nullptr);
+    const std::int64_t width = netloom::force::CellWidth(bound);
+    const std::int64_t height = netloom::force::CellHeight(bound);
+    if (width > height) {
+        bound.bottom = Saturate(bound.bottom + (width - height));
+    } else {
+        bound.right = Saturate(bound.right + (height - width));
+    }
+    CQuadNode* root = tree.m_pRoot;
+    root->m_rcCell = bound;
+    for (std::size_t i = 1; i < count; ++i) {
+        tree.InsertAt(m_vecNodes[i], static_cast<int>(i), m_vecX[i], m_vecY[i], root);
+    }
+    root->PruneEmptyChildren();
+    root->ComputeCenter();
+    OrderByTree(root);
+}
+
+// Lists the nodes in the order of the tree's leaves. Each node's force depends
+// only on the tree and the positions, so the force pass may visit the nodes in
+// any order; neighbouring leaves descend through the same cells, which keeps
+// those cells in the cache.
+void CForceWorkspace::OrderByTree(const CQuadNode* root) {
+    const std::size_t count = m_nCount;
+    m_vecOrder.clear();
+    m_vecListed.assign(count, 0);
+    const CQuadNode* stack[256];
+    int top = 0;
+    stack[top++] = root;
+    while (top > 0) {
+        const CQuadNode* cell = stack[--top];
+        const int index = cell->m_iNodeIndex;
+        if (index >= 0 && m_vecListed[index] == 0) {
+            m_vecListed[index] = 1;
+            m_vecOrder.push_back(index);
+        }
+        for (int i = 3; i >= 0; --i) {
+            if (cell->m_pChildren[i] != nullptr) {
+                stack[top++] = cell->m_pChildren[i];
+            }
+        }
+    }
+    // Nodes that share a cell too narrow to split with an earlier node.
+    for (std::size_t i = 0; i < count; ++i) {
+        if (m_vecListed[i] == 0) {
+            m_vecOrder.push_back(static_cast<std::int32_t>(i));
+        }
+    }
+}
+
+void CForceWorkspace::SumRepulsion(const CQuadTree& tree, int i, double& fx, double& fy) const {
+    const CConnectedGraph& graph = m_graph;
+    const CNode* node = m_vecNodes[i];
+    netloom::force::SumCells(
+        tree.GetRoot(), m_vecX[i], m_vecY[i], m_bPrune,
+        [this, i, &graph, node](const CQuadNode* leaf) {
+            if (leaf->m_iNodeIndex >= 0) {
+                return PairStrength(i, leaf->m_iNodeIndex);
+            }
+            if (leaf->m_pNode == nullptr) {
+                return g_dLayoutDistanceSqr;
+            }
+            return graph.FindEdgeSqrLenInParent(node->GetID(), leaf->m_pNode->GetID());
+        },
+        fx, fy);
+}
+
+void CForceWorkspace::SpringForce(int i, double& fx, double& fy) const {
+    fx = 0.0;
+    fy = 0.0;
+    for (std::int32_t s = m_vecSpringStart[i]; s < m_vecSpringStart[i + 1]; ++s) {
+        const Spring& spring = m_vecSprings[s];
+        double tx = 0.0;
+        double ty = 0.0;
+        netloom::force::Spring(m_vecX[spring.source], m_vecY[spring.source], m_vecX[spring.dest],
+                               m_vecY[spring.dest], spring.normalLength, spring.atDest, tx, ty);
+        fx += tx;
+        fy += ty;
+    }
+}
+
+void CForceWorkspace::IterateOnce(CQuadTree& tree, double step, double& energy) {
+    namespace force = netloom::force;
+    const std::size_t count = m_nCount;
+    energy = 0.0;
+    BuildTree(tree);
+    for (const std::int32_t i : m_vecOrder) {
+        if (m_vecFixed[i] != 0) {
+            continue;
+        }
+        double fx = 0.0;
+        double fy = 0.0;
+        double tx = 0.0;
+        double ty = 0.0;
+        SumRepulsion(tree, i, tx, ty);
+        fx += tx;
+        fy += ty;
+        SpringForce(i, tx, ty);
+        fx += tx;
+        fy += ty;
+        m_vecVx[i] = force::Accelerated(m_vecVx[i], step, 0.6, fx);
+        m_vecVy[i] = force::Accelerated(m_vecVy[i], step, 0.6, fy);
+    }
+    for (std::size_t i = 0; i < count; ++i) {
+        if (m_vecFixed[i] != 0) {
+            continue;
+        }
+        m_vecX[i] += force::LimitToDistance(step * m_vecVx[i]);
+        m_vecY[i] += force::LimitToDistance(step * m_vecVy[i]);
+        energy += m_vecVx[i] * m_vecVx[i] + m_vecVy[i] * m_vecVy[i];
+    }
+}
+
+int CForceWorkspace::Iterate(CQuadTree& tree, double& energy) {
+    namespace force = netloom::force;
+    const std::size_t count = m_nCount;
+    const double threshold = static_cast<double>(count / 2);
+    double step = 0.5;
+    double bestEnergy = 99999999999.0;
+    int stall = 0;
+    int iterations = 0;
+    for (int iteration = 0; iteration < 1500; ++iteration) {
+        ++iterations;
+        IterateOnce(tree, step, energy);
+        if (energy < threshold) {
+            break;
+        }
+        if (energy < bestEnergy) {
+            bestEnergy = energy;
+            stall = 0;
+        } else {
+            stall += 1;
+        }
+        if (stall >= 10) {
+            step = step / 2.0;
+            stall = 0;
+        }
+    }
+    for (std::size_t i = 0; i < count; ++i) {
+        if (m_vecFixed[i] == 0) {
+            m_vecNodes[i]->SetPosition(m_vecX[i], m_vecY[i]);
+            m_vecNodes[i]->SetVelocity(m_vecVx[i], m_vecVy[i]);
+        }
+    }
+    return iterations;
+}

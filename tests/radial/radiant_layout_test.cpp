@@ -1,0 +1,129 @@
+#include <netloom/netloom.h>
+
+#include "support/generated_graphs.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+namespace {
+
+CConnectedGraph* Components(CNetworkGraph& g, int distance) {
+    g.Layout(distance, 3, 200); // components only
+    return *g.GetConnectedGraphs().begin();
+}
+
+TEST(RadiantLayoutTest, StarAndPathAngles) {
+    CNetworkGraph star;
+    for (int v = 1; v <= 5; ++v) {
+        star.AddNode(v, 0.0, 0.0, false);
+    }
+    for (int v = 2; v <= 5; ++v) {
+        star.AddEdge(v, 1, v, 40, 0, 0, false);
+    }
+    CConnectedGraph* comp = Components(star, 40);
+    comp->GetNode(1)->SetPosition(0.0, 0.0);
+    comp->RadiantLayout();
+    EXPECT_EQ(comp->GetNode(1)->X(), 0.0);
+    EXPECT_EQ(comp->GetNode(2)->X(), 40.0);
+    EXPECT_EQ(comp->GetNode(2)->Y(), 0.0);
+    for (int k = 0; k < 4; ++k) {
+        double angle = 0.0;
+        for (int i = 0; i < k; ++i) {
+            angle = angle + 6.283 / 4;
+        }
+        const CNode* leaf = comp->GetNode(2 + k);
+        EXPECT_EQ(leaf->X(), 0.0 + std::cos(angle) * 40.0);
+        EXPECT_EQ(leaf->Y(), 0.0 + std::sin(angle) * 40.0);
+    }
+
+    // P(1) - Q(2) - R(3): Q is the centre; P at angle 0, R at 3.1415. A child of
+    // R lands opposite R's parent; two children of it span the half circle.
+    CNetworkGraph path;
+    for (int v = 1; v <= 6; ++v) {
+        path.AddNode(v, 100.0, 100.0, false);
+    }
+    path.AddEdge(1, 1, 2, 40, 0, 0, false);
+    path.AddEdge(2, 2, 3, 40, 0, 0, false);
+    path.AddEdge(3, 3, 4, 40, 0, 0, false);
+    path.AddEdge(4, 4, 5, 40, 0, 0, false);
+    path.AddEdge(5, 4, 6, 40, 0, 0, false);
+    path.AddEdge(6, 2, 2, 40, 0, 0, false); // a self-loop makes Q the centre
+    comp = Components(path, 30);
+    for (int v = 1; v <= 6; ++v) {
+        comp->GetNode(v)->SetPosition(100.0, 100.0);
+    }
+    comp->RadiantLayout();
+    EXPECT_EQ(comp->GetNode(2)->X(), 100.0);
+    EXPECT_EQ(comp->GetNode(1)->X(), 130.0);
+    EXPECT_EQ(comp->GetNode(3)->X(), 100.0 + std::cos(3.1415) * 30.0);
+    EXPECT_EQ(comp->GetNode(3)->Y(), 100.0 + std::sin(3.1415) * 30.0);
+    const CNode* q = comp->GetNode(2);
+    const CNode* r = comp->GetNode(3);
+    const CNode* s = comp->GetNode(4);
+    const double away = std::atan2(q->Y() - r->Y(), q->X() - r->X()) + 3.1415 / 2 + 1.57075;
+    EXPECT_EQ(s->X(), r->X() + std::cos(away) * 30.0);
+    EXPECT_EQ(s->Y(), r->Y() + std::sin(away) * 30.0);
+    const double first = std::atan2(r->Y() - s->Y(), r->X() - s->X()) + 3.1415 / 3 + 1.57075;
+    EXPECT_EQ(comp->GetNode(5)->X(), s->X() + std::cos(first) * 30.0);
+    EXPECT_EQ(comp->GetNode(6)->Y(), s->Y() + std::sin(first + 3.1415 / 3) * 30.0);
+    for (const auto& entry : comp->GetNodeMap()) {
+        EXPECT_TRUE(entry.second->IsVisited());
+    }
+}
+
+TEST(RadiantLayoutTest, CentreChoiceAndSingleNodes) {
+    // Nodes 2 and 3 both have two edges (parallel edges count): 2 is the centre.
+    CNetworkGraph g;
+    for (int v = 1; v <= 4; ++v) {
+        g.AddNode(v, 7.0, 9.0, false);
+    }
+    g.AddEdge(1, 2, 1, 40, 0, 0, false);
+    g.AddEdge(2, 2, 3, 40, 0, 0, false);
+    g.AddEdge(3, 3, 4, 40, 0, 0, false);
+    CConnectedGraph* comp = Components(g, 40);
+    for (int v = 1; v <= 4; ++v) {
+        comp->GetNode(v)->SetPosition(7.0, 9.0);
+    }
+    comp->RadiantLayout();
+    EXPECT_EQ(comp->GetNode(2)->X(), 7.0);
+    EXPECT_EQ(comp->GetNode(2)->Y(), 9.0);
+    EXPECT_EQ(comp->GetNode(1)->X(), 47.0);
+    // Node 4 is placed once, from node 3, at D.
+    const double dx = comp->GetNode(4)->X() - comp->GetNode(3)->X();
+    const double dy = comp->GetNode(4)->Y() - comp->GetNode(3)->Y();
+    EXPECT_NEAR(std::sqrt(dx * dx + dy * dy), 40.0, 1e-9);
+
+    CNetworkGraph one;
+    one.AddNode(5, 1.5, 2.5, false);
+    comp = Components(one, 40);
+    comp->GetNode(5)->SetPosition(1.5, 2.5);
+    comp->RadiantLayout();
+    EXPECT_EQ(comp->GetNode(5)->X(), 1.5);
+    EXPECT_EQ(comp->GetNode(5)->Y(), 2.5);
+}
+
+TEST(RadiantLayoutTest, EveryNodeAtDistanceFromItsDiscoverer) {
+    // Through the pipeline: each non-centre node stands at D from some neighbour.
+    for (std::uint32_t seed = 1; seed <= 5; ++seed) {
+        const auto list = netloom_test::RandomSparse(200, 100, seed);
+        CNetworkGraph g;
+        netloom_test::Fill(g, list);
+        g.Layout(25, 4, 200);
+        int atDistance = 0;
+        for (const auto& entry : g.GetNodeMap()) {
+            const CNode* node = entry.second;
+            for (const CEdge* e : node->GetEdges()) {
+                const CNode* o = e->GetSourceNode() == node ? e->GetDestNode() : e->GetSourceNode();
+                const double d = std::hypot(node->X() - o->X(), node->Y() - o->Y());
+                if (std::fabs(d - 25.0) < 1e-6) {
+                    ++atDistance;
+                    break;
+                }
+            }
+        }
+        EXPECT_EQ(atDistance, 200);
+    }
+}
+
+} // namespace
