@@ -564,3 +564,21 @@ TEST_F(CliTest, OptionsReachTheLayoutAndAreReported) {
 }
 
 } // namespace
+
+namespace {
+
+// Ids that are not UTF-8 (an edge list in Latin-1, say) are reported and
+// written back without failing on the encoding.
+TEST_F(CliTest, BytesThatAreNotUtf8InIds) {
+    const fs::path dup = File("dup.edgelist", "caf\xe9 a\ncaf\xe9\ncaf\xe9\n");
+    ToolRun run = Tool({"layout", dup.string()});
+    EXPECT_EQ(run.status, 1);
+    EXPECT_NE(run.err.find("duplicate node id"), std::string::npos) << run.err;
+
+    const fs::path ok = File("ok.edgelist", "caf\xe9 b\xff\n");
+    run = Tool({"layout", ok.string(), "-o", Path("out.json").string()});
+    EXPECT_EQ(run.status, 0) << run.err;
+    EXPECT_NO_THROW(json::parse(Slurp(Path("out.json"))));
+}
+
+} // namespace

@@ -49,7 +49,7 @@ std::string ReadWholeFile(const std::string& path) {
 FileId MakeId(const Json& value) {
     FileId id;
     id.value = value;
-    id.key = value.is_string() ? value.get<std::string>() : value.dump();
+    id.key = value.is_string() ? value.get<std::string>() : DumpJson(value);
     return id;
 }
 

@@ -37,6 +37,12 @@ private:
     int m_column;
 };
 
+// JSON text of a value; bytes that are not UTF-8 (edge lists and GraphML may
+// carry any encoding) are replaced instead of failing.
+inline std::string DumpJson(const Json& value, int indent = -1) {
+    return value.dump(indent, ' ', false, Json::error_handler_t::replace);
+}
+
 // Line and column (both from 1) of a byte offset into a text.
 struct TextPosition {
     int line = 1;

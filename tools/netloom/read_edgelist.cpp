@@ -218,7 +218,7 @@ private:
                       const std::vector<const Token*>& attributes, int lineNumber) {
         const FileId id = TokenId(idToken);
         if (m_declared.count(id.key) != 0) {
-            Fail(lineNumber, idToken.column, "duplicate node id " + id.value.dump());
+            Fail(lineNumber, idToken.column, "duplicate node id " + DumpJson(id.value));
         }
         m_declared.insert(id.key);
         const std::size_t index = NodeFor(graph, idToken, lineNumber);

@@ -201,7 +201,7 @@ private:
         if (value.is_number() && std::isfinite(value.get<double>())) {
             return MakeId(value);
         }
-        Fail(array, index, key, what + " must be a string or a number, not " + value.dump());
+        Fail(array, index, key, what + " must be a string or a number, not " + DumpJson(value));
     }
 
     double ReadNumber(const json& object, const char* key, const std::string& array,
@@ -211,7 +211,8 @@ private:
             return fallback;
         }
         if (!it->is_number() || !std::isfinite(it->get<double>())) {
-            Fail(array, index, key, what + " \"" + key + "\" must be a number, not " + it->dump());
+            Fail(array, index, key,
+                 what + " \"" + key + "\" must be a number, not " + DumpJson(*it));
         }
         return it->get<double>();
     }
@@ -252,20 +253,20 @@ private:
                 node.fixed = fixed->get<double>() != 0.0;
             } else {
                 Fail("nodes", i, "fixed",
-                     named + " \"fixed\" must be true or false, not " + fixed->dump());
+                     named + " \"fixed\" must be true or false, not " + DumpJson(*fixed));
             }
         }
         for (const char* key : {"label", "name"}) {
             const auto label = element.find(key);
             if (label != element.end() && !label->is_null()) {
-                node.label = label->is_string() ? label->get<std::string>() : label->dump();
+                node.label = label->is_string() ? label->get<std::string>() : DumpJson(*label);
                 break;
             }
         }
         try {
             AddFileNode(graph, std::move(node));
         } catch (const InputError&) {
-            Fail("nodes", i, "id", "duplicate node id " + id->dump());
+            Fail("nodes", i, "id", "duplicate node id " + DumpJson(*id));
         }
     }
 
@@ -291,7 +292,7 @@ private:
             const std::size_t* index = graph.FindNode(nodeId.key);
             if (index == nullptr) {
                 Fail(array, i, ends[end],
-                     where + " " + ends[end] + " " + ref.dump() + " is not a node");
+                     where + " " + ends[end] + " " + DumpJson(ref) + " is not a node");
             }
             (end == 0 ? edge.source : edge.target) = *index;
         }
@@ -319,7 +320,7 @@ private:
         try {
             AddFileEdge(graph, std::move(edge), edgeIds);
         } catch (const InputError&) {
-            Fail(array, i, "id", "duplicate edge id " + id->dump());
+            Fail(array, i, "id", "duplicate edge id " + DumpJson(*id));
         }
     }
 

@@ -5,7 +5,7 @@ namespace netloom_cli {
 std::size_t AddFileNode(FileGraph& graph, FileNode node) {
     const std::size_t index = graph.nodes.size();
     if (!graph.nodeIndex.emplace(node.id.key, index).second) {
-        throw InputError(graph.path, node.line, 0, "duplicate node id " + node.id.value.dump());
+        throw InputError(graph.path, node.line, 0, "duplicate node id " + DumpJson(node.id.value));
     }
     graph.nodes.push_back(std::move(node));
     return index;
@@ -14,7 +14,7 @@ std::size_t AddFileNode(FileGraph& graph, FileNode node) {
 void AddFileEdge(FileGraph& graph, FileEdge edge,
                  std::unordered_map<std::string, std::size_t>& edgeIds) {
     if (edge.id && !edgeIds.emplace(edge.id->key, graph.edges.size()).second) {
-        throw InputError(graph.path, edge.line, 0, "duplicate edge id " + edge.id->value.dump());
+        throw InputError(graph.path, edge.line, 0, "duplicate edge id " + DumpJson(edge.id->value));
     }
     graph.edges.push_back(std::move(edge));
 }

@@ -9,7 +9,7 @@ namespace {
 // like a number, is empty, or holds a blank, quote, '=', '#' or '{'.
 std::string Token(const FileId& id) {
     if (!id.value.is_string()) {
-        return id.value.dump();
+        return DumpJson(id.value);
     }
     const std::string& text = id.key;
     bool quote = text.empty() || text.find_first_of(" \t\"=#{%\\") != std::string::npos;

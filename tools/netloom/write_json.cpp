@@ -141,7 +141,7 @@ std::string WriteJson(const FileGraph& graph, const LayoutResult& result) {
         layout["levels"] = options.levelsFile.empty() ? Json() : Json(options.levelsFile);
     }
     layout["components"] = result.componentCount;
-    return doc.dump(2) + "\n";
+    return DumpJson(doc, 2) + "\n";
 }
 
 } // namespace netloom_cli
