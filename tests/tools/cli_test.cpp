@@ -569,7 +569,7 @@ namespace {
 
 // Ids that are not UTF-8 (an edge list in Latin-1, say) are reported and
 // written back without failing on the encoding.
-TEST_F(CliTest, BytesThatAreNotUtf8InIds) {
+TEST_F(CliTest, BytesThatAreNotUtf8AndNumbersOutOfRange) {
     const fs::path dup = File("dup.edgelist", "caf\xe9 a\ncaf\xe9\ncaf\xe9\n");
     ToolRun run = Tool({"layout", dup.string()});
     EXPECT_EQ(run.status, 1);
@@ -579,6 +579,12 @@ TEST_F(CliTest, BytesThatAreNotUtf8InIds) {
     run = Tool({"layout", ok.string(), "-o", Path("out.json").string()});
     EXPECT_EQ(run.status, 0) << run.err;
     EXPECT_NO_THROW(json::parse(Slurp(Path("out.json"))));
+
+    // A number beyond the range of a double is malformed input, not a crash.
+    const fs::path huge = File("huge.json", R"({"nodes": [{"id": 1, "x": 1e999}], "links": []})");
+    run = Tool({"layout", huge.string()});
+    EXPECT_EQ(run.status, 1);
+    EXPECT_NE(run.err.find("malformed JSON"), std::string::npos) << run.err;
 }
 
 } // namespace

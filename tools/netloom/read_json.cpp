@@ -126,6 +126,9 @@ public:
             const std::size_t offset = e.byte > 0 ? e.byte - 1 : 0;
             const TextPosition pos = PositionAt(m_text, offset);
             throw InputError(m_path, pos.line, pos.column, "malformed JSON: " + ParserMessage(e));
+        } catch (const json::exception& e) {
+            // For example a number too large for a double.
+            throw InputError(m_path, 0, 0, std::string("malformed JSON: ") + e.what());
         }
         const char* cursor = m_text.data();
         PositionPass pass(m_text, &cursor);
