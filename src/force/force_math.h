@@ -42,6 +42,13 @@ inline void Spring(double sx, double sy, double tx, double ty, double normalLeng
     const double ly = sy - ty;
     const double length = std::sqrt(lx * lx + ly * ly);
     const double n = SpringLength(normalLength);
+    if (!(n > 0.0)) {
+        // A layout distance of 0 or below leaves the spring without a length:
+        // it pulls with no force rather than dividing by zero.
+        fx = 0.0;
+        fy = 0.0;
+        return;
+    }
     const double dx = tx - sx;
     const double dy = ty - sy;
     if (atDest) {

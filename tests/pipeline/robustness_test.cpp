@@ -68,4 +68,25 @@ TEST(RobustnessTest, ZeroAndNegativeDistancesAndSpacings) {
     }
 }
 
+// Force-directed layout at distance 0 with edges of natural length 0 or below
+// and self-loops: the springs have no length to divide by.
+TEST(RobustnessTest, SpringsWithoutLengthAtDistanceZero) {
+    for (int distance : {0, -5}) {
+        CNetworkGraph g;
+        g.AddNode(-16, -1922.5, 2000.0, false);
+        g.AddNode(23, 1215.5, -2000.0, false);
+        g.AddNode(-19, 1215.5, 1215.5, true);
+        g.AddNode(-14, 2000.0, -1937.25, false);
+        g.AddEdge(-1, -16, -16, 8, -2, -3, false);
+        g.AddEdge(44, 23, -16, -10, -3, -3, false);
+        g.AddEdge(-5, -16, -14, 189, 11, 1, false);
+        g.AddEdge(106, -14, -14, 367, 8, 8, true);
+        EXPECT_TRUE(g.Layout(distance, 1, 200));
+        for (const auto& entry : g.GetNodeMap()) {
+            EXPECT_FALSE(std::isnan(entry.second->X())) << distance << " node " << entry.first;
+            EXPECT_FALSE(std::isnan(entry.second->Y())) << distance << " node " << entry.first;
+        }
+    }
+}
+
 } // namespace
