@@ -570,15 +570,29 @@ namespace {
 // Ids that are not UTF-8 (an edge list in Latin-1, say) are reported and
 // written back without failing on the encoding.
 TEST_F(CliTest, BytesThatAreNotUtf8AndNumbersOutOfRange) {
-    const fs::path dup = File("dup.edgelist", "caf\xe9 a\ncaf\xe9\ncaf\xe9\n");
-    ToolRun run = Tool({"layout", dup.string()});
+    // Ids must be UTF-8 text without control characters: written out, two
+    // such ids could otherwise become one.
+    const fs::path latin1 = File("latin1.edgelist", "caf\xe9 a\n");
+    ToolRun run = Tool({"layout", latin1.string()});
     EXPECT_EQ(run.status, 1);
-    EXPECT_NE(run.err.find("duplicate node id"), std::string::npos) << run.err;
+    EXPECT_NE(run.err.find("latin1.edgelist:1"), std::string::npos) << run.err;
+    EXPECT_NE(run.err.find("is not UTF-8 text"), std::string::npos) << run.err;
+    const fs::path control = File("control.json", R"({"nodes": [{"id": "a\u0001"}], "links": []})");
+    run = Tool({"layout", control.string()});
+    EXPECT_EQ(run.status, 1);
+    EXPECT_NE(run.err.find("contains a control character"), std::string::npos) << run.err;
 
-    const fs::path ok = File("ok.edgelist", "caf\xe9 b\xff\n");
-    run = Tool({"layout", ok.string(), "-o", Path("out.json").string()});
-    EXPECT_EQ(run.status, 0) << run.err;
+    // Labels may carry anything; every output stays well formed.
+    const fs::path labels = File("labels.edgelist", "a label=\"x\xff\x01y\" \n a b\n");
+    for (const char* out : {"out.json", "out.svg", "out.graphml"}) {
+        run = Tool({"layout", labels.string(), "-o", Path(out).string()});
+        EXPECT_EQ(run.status, 0) << run.err;
+    }
     EXPECT_NO_THROW(json::parse(Slurp(Path("out.json"))));
+    for (const char* out : {"out.svg", "out.graphml"}) {
+        pugi::xml_document doc;
+        EXPECT_TRUE(doc.load_string(Slurp(Path(out)).c_str())) << out;
+    }
 
     // A number beyond the range of a double is malformed input, not a crash.
     const fs::path huge = File("huge.json", R"({"nodes": [{"id": 1, "x": 1e999}], "links": []})");

@@ -60,6 +60,15 @@ struct FileId {
     std::string key;
 };
 FileId MakeId(const Json& value);
+
+// Length of the UTF-8 sequence at text[i], or 0 when the bytes there are not
+// valid UTF-8 (overlong forms and surrogates included).
+std::size_t Utf8SequenceLength(const std::string& text, std::size_t i);
+
+// Why an id cannot be used, or null when it can: ids must be UTF-8 text
+// without control characters, so that every output format can carry them and
+// two ids never become one when written.
+const char* IdTextProblem(const std::string& text);
 FileId MakeTextId(const std::string& text); // stays a string
 
 struct FileNode {

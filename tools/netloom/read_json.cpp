@@ -268,8 +268,8 @@ private:
         }
         try {
             AddFileNode(graph, std::move(node));
-        } catch (const InputError&) {
-            Fail("nodes", i, "id", "duplicate node id " + DumpJson(*id));
+        } catch (const InputError& e) {
+            Fail("nodes", i, "id", e.what());
         }
     }
 
@@ -322,8 +322,8 @@ private:
         }
         try {
             AddFileEdge(graph, std::move(edge), edgeIds);
-        } catch (const InputError&) {
-            Fail(array, i, "id", "duplicate edge id " + DumpJson(*id));
+        } catch (const InputError& e) {
+            Fail(array, i, "id", e.what());
         }
     }
 

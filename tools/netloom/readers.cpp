@@ -2,7 +2,19 @@
 
 namespace netloom_cli {
 
+namespace {
+
+void CheckIdText(const FileGraph& graph, int line, const char* what, const FileId& id) {
+    if (const char* problem = IdTextProblem(id.key)) {
+        throw InputError(graph.path, line, 0,
+                         std::string(what) + " " + DumpJson(id.value) + " " + problem);
+    }
+}
+
+} // namespace
+
 std::size_t AddFileNode(FileGraph& graph, FileNode node) {
+    CheckIdText(graph, node.line, "node id", node.id);
     const std::size_t index = graph.nodes.size();
     if (!graph.nodeIndex.emplace(node.id.key, index).second) {
         throw InputError(graph.path, node.line, 0, "duplicate node id " + DumpJson(node.id.value));
@@ -13,6 +25,15 @@ std::size_t AddFileNode(FileGraph& graph, FileNode node) {
 
 void AddFileEdge(FileGraph& graph, FileEdge edge,
                  std::unordered_map<std::string, std::size_t>& edgeIds) {
+    if (edge.id) {
+        CheckIdText(graph, edge.line, "edge id", *edge.id);
+    }
+    if (edge.sourcePort) {
+        CheckIdText(graph, edge.line, "port", *edge.sourcePort);
+    }
+    if (edge.targetPort) {
+        CheckIdText(graph, edge.line, "port", *edge.targetPort);
+    }
     if (edge.id && !edgeIds.emplace(edge.id->key, graph.edges.size()).second) {
         throw InputError(graph.path, edge.line, 0, "duplicate edge id " + DumpJson(edge.id->value));
     }

@@ -21,9 +21,26 @@ std::string FormatNumber(double value) {
 }
 
 std::string XmlEscape(const std::string& text) {
+    // XML 1.0 cannot carry most control characters, even as references, nor
+    // bytes that are not UTF-8: both become U+FFFD. Tab and line breaks are
+    // written as references so that attribute values keep them.
+    static const char kReplacement[] = "\xEF\xBF\xBD";
     std::string out;
     out.reserve(text.size());
-    for (char c : text) {
+    for (std::size_t i = 0; i < text.size();) {
+        const char c = text[i];
+        const std::size_t length = Utf8SequenceLength(text, i);
+        if (length == 0) {
+            out += kReplacement;
+            ++i;
+            continue;
+        }
+        if (length > 1) {
+            out.append(text, i, length);
+            i += length;
+            continue;
+        }
+        ++i;
         switch (c) {
         case '&':
             out += "&amp;";
@@ -37,8 +54,21 @@ std::string XmlEscape(const std::string& text) {
         case '"':
             out += "&quot;";
             break;
+        case '\t':
+            out += "&#9;";
+            break;
+        case '\n':
+            out += "&#10;";
+            break;
+        case '\r':
+            out += "&#13;";
+            break;
         default:
-            out += c;
+            if (static_cast<unsigned char>(c) < 0x20) {
+                out += kReplacement;
+            } else {
+                out += c;
+            }
         }
     }
     return out;

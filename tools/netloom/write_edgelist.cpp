@@ -36,6 +36,17 @@ std::string Attribute(const char* key, const FileId& value) {
     return std::string(" ") + key + "=" + Token(value);
 }
 
+// A label on one line: the format has no escape for line breaks and other
+// control characters, so they become blanks.
+std::string OneLine(std::string text) {
+    for (char& c : text) {
+        if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F) {
+            c = ' ';
+        }
+    }
+    return text;
+}
+
 } // namespace
 
 std::string WriteEdgeList(const FileGraph& graph, const LayoutResult& result) {
@@ -49,7 +60,7 @@ std::string WriteEdgeList(const FileGraph& graph, const LayoutResult& result) {
             out << " fixed=1";
         }
         if (!node.label.empty()) {
-            out << Attribute("label", MakeTextId(node.label));
+            out << Attribute("label", MakeTextId(OneLine(node.label)));
         }
         out << "\n";
     }
