@@ -119,8 +119,8 @@ def services():
         f.write("\n".join(lines))
 
 
-def mesh(size=16, seed=7):
-    rng = random.Random(seed)
+def mesh(size=16, rng_state=7):
+    rng = random.Random(rng_state)
     nodes = [{"id": r * size + c + 1} for r in range(size) for c in range(size)]
     links = []
     for r in range(size):

@@ -100,7 +100,7 @@ protected:
     bool PreprocessLayout();
     bool PostprocessLayout();
     void DecomposeGraph();
-    CConnectedGraph* ConstructConnectedGraph(CNode* seed);
+    CConnectedGraph* ConstructConnectedGraph(CNode* start);
     void AddNodeandNeighbor(CNode* node);
 
     // Files an edge under its id and, once built, in the node-pair index (no checks).

@@ -22,13 +22,13 @@ void CNetworkGraph::DecomposeGraph() {
     }
 }
 
-CConnectedGraph* CNetworkGraph::ConstructConnectedGraph(CNode* seed) {
+CConnectedGraph* CNetworkGraph::ConstructConnectedGraph(CNode* start) {
     auto* comp = new CConnectedGraph(this, m_nParam, m_iLayoutType);
-    comp->AddNodeandNeighbor(seed);
+    comp->AddNodeandNeighbor(start);
     return comp;
 }
 
-// Collects the seed's whole connected component: every reachable node, every
+// Collects the start node's whole connected component: every reachable node, every
 // edge incident to one of them, and each node's edge count. Iterative, so long
 // chains do not exhaust the stack; the result does not depend on visiting order,
 // so the tables are filled afterwards in ascending id, which is cheapest.

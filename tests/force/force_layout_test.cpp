@@ -61,12 +61,12 @@ void ExpectMatchesOracle(CNetworkGraph& g, int distance, bool fixedLayout) {
 }
 
 TEST(ForceLayoutTest, MatchesTheStraightforwardIteration) {
-    for (std::uint32_t seed = 1; seed <= 12; ++seed) {
-        std::mt19937 rng(seed);
+    for (std::uint32_t trial = 1; trial <= 12; ++trial) {
+        std::mt19937 rng(trial);
         const int n = 2 + static_cast<int>(rng() % 120);
         CNetworkGraph g;
-        const auto list = seed % 4 == 0 ? netloom_test::Grid(3, 2 + n / 10)
-                                        : netloom_test::RandomSparse(n, n / 2, seed);
+        const auto list = trial % 4 == 0 ? netloom_test::Grid(3, 2 + n / 10)
+                                         : netloom_test::RandomSparse(n, n / 2, trial);
         netloom_test::Fill(g, list);
         // A few fixed nodes, lengths of all kinds and a second component.
         const int base = list.nodeCount;
@@ -76,7 +76,7 @@ TEST(ForceLayoutTest, MatchesTheStraightforwardIteration) {
         g.AddEdge(900001, base + 1, base + 2, 25, 0, 0, false);
         g.AddEdge(900002, base + 2, base + 3, 0, 0, 0, false);
         g.AddEdge(900003, 1, 1 + n / 2, 90, 0, 0, false);
-        ExpectMatchesOracle(g, 20 + static_cast<int>(rng() % 40), seed % 3 == 0);
+        ExpectMatchesOracle(g, 20 + static_cast<int>(rng() % 40), trial % 3 == 0);
     }
 }
 
@@ -163,8 +163,8 @@ TEST(ForceLayoutTest, StepHalvingAndIterationCap) {
 // Generated graphs through the whole pipeline: finite positions, every free
 // node moved or the layout converged, and two runs agree to the bit.
 TEST(ForceLayoutTest, GeneratedGraphsAreFiniteAndDeterministic) {
-    for (std::uint32_t seed = 20; seed < 26; ++seed) {
-        const auto list = netloom_test::RandomSparse(150 + static_cast<int>(seed), 75, seed);
+    for (std::uint32_t trial = 20; trial < 26; ++trial) {
+        const auto list = netloom_test::RandomSparse(150 + static_cast<int>(trial), 75, trial);
         CNetworkGraph a;
         CNetworkGraph b;
         netloom_test::Fill(a, list);

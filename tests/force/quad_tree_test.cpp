@@ -183,11 +183,11 @@ TEST(QuadTreeTest, SumRepulsionOfSingleLeavesAndFarCells) {
 // The pooled tree, its pruned descent and the neighbour tables against the
 // straightforward tree on many generated graphs and random positions.
 TEST(QuadTreeTest, PooledTreeMatchesTheOracle) {
-    for (std::uint32_t seed = 1; seed <= 40; ++seed) {
-        std::mt19937 rng(seed);
+    for (std::uint32_t trial = 1; trial <= 40; ++trial) {
+        std::mt19937 rng(trial);
         const int n = 2 + static_cast<int>(rng() % 300);
-        const auto list = seed % 3 == 0 ? netloom_test::Grid(2 + n / 20, 10)
-                                        : netloom_test::RandomSparse(n, n / 2, seed);
+        const auto list = trial % 3 == 0 ? netloom_test::Grid(2 + n / 20, 10)
+                                         : netloom_test::RandomSparse(n, n / 2, trial);
         CNetworkGraph g;
         netloom_test::Fill(g, list);
         // Varied lengths, so that leaf pair strengths differ from D^2.
@@ -201,7 +201,7 @@ TEST(QuadTreeTest, PooledTreeMatchesTheOracle) {
         g_dLayoutDistanceSqr = g_dLayoutDistance * g_dLayoutDistance;
         // Spread the positions over a few scales, with clumps on one integer point.
         std::uniform_real_distribution<double> pos(-400.0, 400.0);
-        const double scale = (seed % 4 == 0) ? 0.01 : 1.0;
+        const double scale = (trial % 4 == 0) ? 0.01 : 1.0;
         _tagNode none;
         for (int v = 1; v <= list.nodeCount; ++v) {
             const double x = (v % 7 == 0) ? 3.25 : pos(rng) * scale;
@@ -226,8 +226,8 @@ TEST(QuadTreeTest, PooledTreeMatchesTheOracle) {
                 double fx = 0.0;
                 double fy = 0.0;
                 workspace.SumRepulsion(pooled, index, fx, fy);
-                ASSERT_EQ(ox, fx) << "seed " << seed << " node " << entry.first;
-                ASSERT_EQ(oy, fy) << "seed " << seed << " node " << entry.first;
+                ASSERT_EQ(ox, fx) << "trial " << trial << " node " << entry.first;
+                ASSERT_EQ(oy, fy) << "trial " << trial << " node " << entry.first;
                 double px = 0.0;
                 double py = 0.0;
                 comp->GetQuadTree().SumRepulsion(entry.second, comp->GetQuadTree().GetRoot(), px,

@@ -68,8 +68,8 @@ int FastTreeRoot(CNetworkGraph* graph) {
 }
 
 // A random tree whose nodes mostly hang from recent ones: long paths.
-EdgeList LongTree(int n, std::uint32_t seed) {
-    std::mt19937 rng(seed);
+EdgeList LongTree(int n, std::uint32_t trial) {
+    std::mt19937 rng(trial);
     EdgeList g;
     g.nodeCount = n;
     for (int v = 2; v <= n; ++v) {
@@ -178,19 +178,20 @@ TEST(LayeredLevels, HierarchyRoots) {
 
 TEST(LayeredLevels, TreeRootAgreesWithFullSearch) {
     int graphs = 0;
-    for (std::uint32_t seed = 1; seed <= 25; ++seed) {
-        const int n = 2 + static_cast<int>(seed * 7 % 70);
+    for (std::uint32_t trial = 1; trial <= 25; ++trial) {
+        const int n = 2 + static_cast<int>(trial * 7 % 70);
         std::vector<EdgeList> lists = {
-            netloom_test::RandomSparse(n, 0, seed),
-            netloom_test::RandomSparse(n, n / 4, seed + 100),
-            netloom_test::RandomSparse(n, n, seed + 200),
-            netloom_test::RandomSparse(n, 3 * n, seed + 300),
-            LongTree(n, seed),
-            netloom_test::Grid(1 + static_cast<int>(seed % 5), n / 5 + 1)};
+            netloom_test::RandomSparse(n, 0, trial),
+            netloom_test::RandomSparse(n, n / 4, trial + 100),
+            netloom_test::RandomSparse(n, n, trial + 200),
+            netloom_test::RandomSparse(n, 3 * n, trial + 300),
+            LongTree(n, trial),
+            netloom_test::Grid(1 + static_cast<int>(trial % 5), n / 5 + 1)};
         for (const EdgeList& list : lists) {
             CNetworkGraph g;
             netloom_test::Fill(g, list);
-            ASSERT_EQ(FastTreeRoot(&g), TreeRootByFullSearch(&g)) << "seed " << seed << " n " << n;
+            ASSERT_EQ(FastTreeRoot(&g), TreeRootByFullSearch(&g))
+                << "trial " << trial << " n " << n;
             ++graphs;
         }
     }
@@ -216,8 +217,8 @@ TEST(LayeredLevels, TreeRootAgreesWithFullSearch) {
 TEST(LayeredLevels, LevelsAreDistancesFromTheRoots) {
     // Every node's level is its distance from the nearest root; its parents are
     // its neighbours one level up, in the order they left the queue.
-    for (std::uint32_t seed = 1; seed <= 10; ++seed) {
-        const EdgeList list = netloom_test::RandomSparse(120, 60, seed);
+    for (std::uint32_t trial = 1; trial <= 10; ++trial) {
+        const EdgeList list = netloom_test::RandomSparse(120, 60, trial);
         CNetworkGraph g;
         netloom_test::Fill(g, list);
         CLayeredLayout ws(&g, 1);

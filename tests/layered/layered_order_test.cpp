@@ -101,13 +101,13 @@ TEST(LayeredOrder, GroupSiblingNeighbours) {
 
     // Long lists take the indexed way: compare it with the scan on random
     // neighbour relations (self-loops and neighbours outside the list too).
-    for (std::uint32_t seed = 1; seed <= 30; ++seed) {
-        std::mt19937 rng(seed);
-        const int n = 20 + static_cast<int>(seed * 13 % 200);
+    for (std::uint32_t trial = 1; trial <= 30; ++trial) {
+        std::mt19937 rng(trial);
+        const int n = 20 + static_cast<int>(trial * 13 % 200);
         Fixture big(std::vector<int>(static_cast<std::size_t>(n), 0));
         CLayerNode* outsider = big.ws.GetOrCreateLayerNode(5000, 2);
         std::uniform_int_distribution<int> pick(1, n);
-        const int links = static_cast<int>(seed % 4) * n / 2 + 1;
+        const int links = static_cast<int>(trial % 4) * n / 2 + 1;
         for (int i = 0; i < links; ++i) {
             big.Neighbours(pick(rng), pick(rng));
             big.kids[static_cast<std::size_t>(pick(rng) - 1)]->AddSibling(outsider);
@@ -115,7 +115,7 @@ TEST(LayeredOrder, GroupSiblingNeighbours) {
         std::vector<CLayerNode*> expected = big.parent->m_vecChildren;
         GroupByScan(expected);
         big.ws.GroupSiblingNeighbours();
-        ASSERT_EQ(big.parent->m_vecChildren, expected) << "seed " << seed;
+        ASSERT_EQ(big.parent->m_vecChildren, expected) << "trial " << trial;
     }
 }
 

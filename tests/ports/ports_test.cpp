@@ -14,11 +14,11 @@ class GridComponent : public CConnectedGraph {
 public:
     explicit GridComponent(CNetworkGraph* host) : CConnectedGraph(host, 6, 8) {}
 
-    void Collect(CNode* seed) {
+    void Collect(CNode* start) {
         for (const auto& entry : m_pParentGraph->GetNodeMap()) {
             entry.second->SetVisited(false);
         }
-        AddNodeandNeighbor(seed);
+        AddNodeandNeighbor(start);
     }
 
     // Records are placed in ascending id within a row, as the layout files them.

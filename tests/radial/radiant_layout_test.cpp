@@ -105,8 +105,8 @@ TEST(RadiantLayoutTest, CentreChoiceAndSingleNodes) {
 
 TEST(RadiantLayoutTest, EveryNodeAtDistanceFromItsDiscoverer) {
     // Through the pipeline: each non-centre node stands at D from some neighbour.
-    for (std::uint32_t seed = 1; seed <= 5; ++seed) {
-        const auto list = netloom_test::RandomSparse(200, 100, seed);
+    for (std::uint32_t trial = 1; trial <= 5; ++trial) {
+        const auto list = netloom_test::RandomSparse(200, 100, trial);
         CNetworkGraph g;
         netloom_test::Fill(g, list);
         g.Layout(25, 4, 200);

@@ -1,7 +1,7 @@
 #pragma once
 
 // Graph generators shared by the tests and the benchmarks. Deterministic for a
-// given seed value, so failures reproduce.
+// given generator state, so failures reproduce.
 
 #include <netloom/netloom.h>
 
