@@ -321,14 +321,17 @@ void BuildRandomLayers(CLayeredLayout& ws, std::uint32_t seedValue, int maxLevel
     }
 }
 
+// A new node one level below p, as p's last child.
+CLayerNode* AddChildNode(CLayeredLayout& ws, CLayerNode* p, int id) {
+    CLayerNode* c = ws.GetOrCreateLayerNode(id, p->m_iLevel + 1);
+    p->AddChild(c);
+    c->AddParent(p);
+    return c;
+}
+
 TEST(GatheringTest, SharedChildExample) {
     CLayeredLayout ws(nullptr, 1);
-    auto link = [&](CLayerNode* p, int id) {
-        CLayerNode* c = ws.GetOrCreateLayerNode(id, p->m_iLevel + 1);
-        p->AddChild(c);
-        c->AddParent(p);
-        return c;
-    };
+    auto link = [&](CLayerNode* p, int id) { return AddChildNode(ws, p, id); };
     CLayerNode* a = link(ws.GetRoot(), 1);
     CLayerNode* x = link(a, 2);
     CLayerNode* p2 = link(a, 3);
@@ -351,12 +354,7 @@ TEST(GatheringTest, SharedChildExample) {
 
 TEST(GatheringTest, NeighbourGroupExample) {
     CLayeredLayout ws(nullptr, 1);
-    auto link = [&](CLayerNode* p, int id) {
-        CLayerNode* c = ws.GetOrCreateLayerNode(id, p->m_iLevel + 1);
-        p->AddChild(c);
-        c->AddParent(p);
-        return c;
-    };
+    auto link = [&](CLayerNode* p, int id) { return AddChildNode(ws, p, id); };
     CLayerNode* r = link(ws.GetRoot(), 1);
     CLayerNode* p = link(r, 2);
     CLayerNode* q = link(r, 3);

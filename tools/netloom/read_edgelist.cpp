@@ -16,6 +16,23 @@
 namespace netloom_cli {
 namespace {
 
+// Reads a quoted text whose opening quote is just before i, with backslash
+// escapes, up to its closing quote; false when the line ends first.
+bool ReadQuoted(const std::string& line, std::size_t& i, std::string& out) {
+    while (i < line.size()) {
+        if (line[i] == '\\' && i + 1 < line.size()) {
+            out += line[i + 1];
+            i += 2;
+        } else if (line[i] == '"') {
+            ++i;
+            return true;
+        } else {
+            out += line[i++];
+        }
+    }
+    return false;
+}
+
 struct Token {
     std::string text;
     int column = 0;
@@ -71,20 +88,7 @@ private:
             if (line[i] == '"') {
                 token.quoted = true;
                 ++i;
-                bool closed = false;
-                while (i < line.size()) {
-                    if (line[i] == '\\' && i + 1 < line.size()) {
-                        token.text += line[i + 1];
-                        i += 2;
-                    } else if (line[i] == '"') {
-                        closed = true;
-                        ++i;
-                        break;
-                    } else {
-                        token.text += line[i++];
-                    }
-                }
-                if (!closed) {
+                if (!ReadQuoted(line, i, token.text)) {
                     Fail(lineNumber, token.column, "unterminated quoted id");
                 }
             } else {
@@ -97,20 +101,7 @@ private:
                         // key="quoted value"
                         const int column = static_cast<int>(i) + 1;
                         ++i;
-                        bool closed = false;
-                        while (i < line.size()) {
-                            if (line[i] == '\\' && i + 1 < line.size()) {
-                                token.text += line[i + 1];
-                                i += 2;
-                            } else if (line[i] == '"') {
-                                closed = true;
-                                ++i;
-                                break;
-                            } else {
-                                token.text += line[i++];
-                            }
-                        }
-                        if (!closed) {
+                        if (!ReadQuoted(line, i, token.text)) {
                             Fail(lineNumber, column, "unterminated quoted value");
                         }
                         token.quotedValue = true;
