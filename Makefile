@@ -1,7 +1,7 @@
 # The two everyday commands: `make demo` and `make test`.
 JOBS ?= $(shell nproc 2>/dev/null || echo 2)
 
-.PHONY: demo test bench format deps clean
+.PHONY: demo test fuzz bench format deps clean
 
 deps:
 	@./scripts/ensure-deps.sh
@@ -23,10 +23,20 @@ test: deps
 	cd build/test && ctest --output-on-failure -j $(JOBS)
 	@# The Python bindings load into an uninstrumented interpreter: built apart, without sanitizers.
 	cmake -S . -B build/python -DCMAKE_BUILD_TYPE=Release -DNETLOOM_BUILD_PYTHON=ON \
-	      -DNETLOOM_BUILD_TESTS=OFF -DNETLOOM_BUILD_EXAMPLES=OFF -DNETLOOM_BUILD_TOOLS=OFF \
+	      -DNETLOOM_BUILD_TESTS=OFF -DNETLOOM_BUILD_EXAMPLES=OFF -DNETLOOM_BUILD_TOOLS=OFF -DNETLOOM_BUILD_TOOLS=OFF \
 	      -DPython_EXECUTABLE=/usr/bin/python3
 	cmake --build build/python -j $(JOBS)
 	cd build/python && ctest --output-on-failure
+
+# Builds the libFuzzer targets with clang and runs each for FUZZ_SECONDS on its
+# starting corpus and the inputs of past findings (fuzz/).
+FUZZ_SECONDS ?= 60
+fuzz:
+	@./scripts/ensure-deps.sh fuzz
+	CXX=clang++ cmake -S . -B build/fuzz -DCMAKE_BUILD_TYPE=RelWithDebInfo -DNETLOOM_BUILD_FUZZERS=ON \
+	      -DNETLOOM_BUILD_TESTS=OFF -DNETLOOM_BUILD_EXAMPLES=OFF -DNETLOOM_BUILD_TOOLS=OFF
+	cmake --build build/fuzz -j $(JOBS) --target layout_fuzzer parsers_fuzzer
+	./scripts/run-fuzzers.sh build/fuzz/fuzz $(FUZZ_SECONDS)
 
 # Optimised benchmarks (not part of the tests).
 bench: deps

@@ -3,7 +3,12 @@
 # installs what is missing; otherwise it prints the exact command and fails.
 set -euo pipefail
 
-packages=(cmake make g++ pkg-config libgtest-dev libgmock-dev libbenchmark-dev
+# `ensure-deps.sh fuzz` also checks what the fuzzers need.
+extra=()
+if [ "${1:-}" = fuzz ]; then
+    extra=(clang libclang-rt-14-dev)
+fi
+packages=("${extra[@]}" cmake make g++ pkg-config libgtest-dev libgmock-dev libbenchmark-dev
           python3 python3-dev pybind11-dev python3-numpy python3-networkx python3-pytest
           nlohmann-json3-dev libpugixml-dev libcli11-dev)
 missing=()
