@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Runs every fuzzer in DIR for SECONDS each, starting from its seed corpus and
+# Runs every fuzzer in DIR for SECONDS each, starting from its corpus and
 # the inputs of past findings; fails on the first crash, leak or timeout.
 #   run-fuzzers.sh DIR SECONDS
 set -euo pipefail
