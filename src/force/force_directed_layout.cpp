@@ -8,7 +8,7 @@ void CConnectedGraph::BuildQuadTree() {
         return;
     }
     CForceWorkspace workspace(*this, false);
-    workspace.BuildTree(m_quadTree);
+    workspace.BuildPointerTree(m_quadTree);
 }
 
 // Force-directed layout (type 1): from the radiant start, or from the host's

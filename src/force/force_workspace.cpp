@@ -6,9 +6,11 @@
 #include <netloom/params.h>
 
 #include "force/force_math.h"
+#include "force/parallel_blocks.h"
 #include "force/quad_geometry.h"
 #include "graph/truncate.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <limits>
@@ -105,6 +107,10 @@ CForceWorkspace::CForceWorkspace(CConnectedGraph& graph, bool springs) : m_graph
     }
     // Only the component's own nodes go into the tree and move.
     m_nCount = count;
+    m_vecIdOrder.resize(count);
+    for (std::size_t i = 0; i < count; ++i) {
+        m_vecIdOrder[i] = static_cast<std::int32_t>(i);
+    }
 }
 
 bool CForceWorkspace::ParentKeepsOnlyEdgePairs(const CConnectedGraph& graph) {
@@ -160,19 +166,16 @@ double CForceWorkspace::PairStrength(int i, int j) const {
     return g_dLayoutDistanceSqr;
 }
 
-void CForceWorkspace::BuildTree(CQuadTree& tree) {
-    const std::size_t count = m_nCount;
-    if (count == 0) {
-        return;
-    }
-    tree.RecycleCells();
-    tree.m_pGraph = &m_graph;
+// The root cell: the nodes' bounding rectangle widened by 10 and made square
+// at the right or bottom. Also decides whether cells beyond the cut-off may be
+// skipped.
+CRect CForceWorkspace::RootCell() {
     double minX = 9999999999.0;
     double minY = 9999999999.0;
     double maxX = -9999999999.0;
     double maxY = -9999999999.0;
     bool bounded = true;
-    for (std::size_t i = 0; i < count; ++i) {
+    for (std::size_t i = 0; i < m_nCount; ++i) {
         const double x = m_vecX[i];
         const double y = m_vecY[i];
         if (x < minX) {
@@ -192,7 +195,6 @@ void CForceWorkspace::BuildTree(CQuadTree& tree) {
     m_bPrune = bounded;
     CRect bound(TruncToInt(minX - 10.0), TruncToInt(minY - 10.0), TruncToInt(maxX + 10.0),
                 TruncToInt(maxY + 10.0));
-    tree.InsertAt(m_vecNodes[0], 0, m_vecX[0], m_vecY[0], nullptr);
     const std::int64_t width = netloom::force::CellWidth(bound);
     const std::int64_t height = netloom::force::CellHeight(bound);
     if (width > height) {
@@ -200,14 +202,47 @@ void CForceWorkspace::BuildTree(CQuadTree& tree) {
     } else {
         bound.right = Saturate(bound.right + (height - width));
     }
+    return bound;
+}
+
+void CForceWorkspace::BuildTree(CQuadTree& tree) {
+    if (m_nCount == 0) {
+        return;
+    }
+    const CRect bound = RootCell();
+    if (m_bPrune) {
+        // Every point lies inside every cell on its path: the cells can be
+        // distributed directly, without inserting node by node.
+        m_flatTree.Build(m_vecX.data(), m_vecY.data(), m_nCount, bound);
+        m_vecOrder = m_flatTree.LeafOrder();
+        return;
+    }
+    // Saturated cells: insert node by node.
+    InsertAll(tree, bound);
+    m_flatTree.Flatten(tree.GetRoot());
+    OrderByTree(tree.GetRoot());
+}
+
+void CForceWorkspace::BuildPointerTree(CQuadTree& tree) {
+    if (m_nCount != 0) {
+        InsertAll(tree, RootCell());
+    }
+}
+
+// The tree's own construction: nodes inserted one by one in ascending id order.
+void CForceWorkspace::InsertAll(CQuadTree& tree, const CRect& bound) {
+    tree.RecycleCells();
+    tree.m_pGraph = &m_graph;
+    const std::int32_t first = m_vecIdOrder[0];
+    tree.InsertAt(m_vecNodes[first], first, m_vecX[first], m_vecY[first], nullptr);
     CQuadNode* root = tree.m_pRoot;
     root->m_rcCell = bound;
-    for (std::size_t i = 1; i < count; ++i) {
-        tree.InsertAt(m_vecNodes[i], static_cast<int>(i), m_vecX[i], m_vecY[i], root);
+    for (std::size_t rank = 1; rank < m_nCount; ++rank) {
+        const std::int32_t i = m_vecIdOrder[rank];
+        tree.InsertAt(m_vecNodes[i], i, m_vecX[i], m_vecY[i], root);
     }
     root->PruneEmptyChildren();
     root->ComputeCenter();
-    OrderByTree(root);
 }
 
 // Lists the nodes in the order of the tree's leaves. Each node's force depends
@@ -242,21 +277,76 @@ void CForceWorkspace::OrderByTree(const CQuadNode* root) {
     }
 }
 
-void CForceWorkspace::SumRepulsion(const CQuadTree& tree, int i, double& fx, double& fy) const {
-    const CConnectedGraph& graph = m_graph;
-    const CNode* node = m_vecNodes[i];
-    netloom::force::SumCells(
-        tree.GetRoot(), m_vecX[i], m_vecY[i], m_bPrune,
-        [this, i, &graph, node](const CQuadNode* leaf) {
-            if (leaf->m_iNodeIndex >= 0) {
-                return PairStrength(i, leaf->m_iNodeIndex);
-            }
-            if (leaf->m_pNode == nullptr) {
-                return g_dLayoutDistanceSqr;
-            }
-            return graph.FindEdgeSqrLenInParent(node->GetID(), leaf->m_pNode->GetID());
-        },
-        fx, fy);
+// Renumbers the component's nodes so that index k is order[k]. Nodes that lie
+// close together in the plane then lie close together in the arrays, and so do
+// most springs' ends, which keeps the force pass in the cache. Nothing is
+// summed in index order except through m_vecIdOrder, so results do not change.
+void CForceWorkspace::Renumber(const std::vector<std::int32_t>& order) {
+    const std::size_t count = m_nCount;
+    const std::size_t all = m_vecNodes.size();
+    std::vector<std::int32_t> newIndex(all);
+    for (std::size_t k = 0; k < all; ++k) {
+        newIndex[k] = static_cast<std::int32_t>(k);
+    }
+    for (std::size_t k = 0; k < count; ++k) {
+        newIndex[order[k]] = static_cast<std::int32_t>(k);
+    }
+    auto permute = [&](auto& values) {
+        auto old = values;
+        for (std::size_t k = 0; k < count; ++k) {
+            values[k] = old[order[k]];
+        }
+    };
+    permute(m_vecNodes);
+    permute(m_vecX);
+    permute(m_vecY);
+    permute(m_vecVx);
+    permute(m_vecVy);
+    permute(m_vecFixed);
+    for (std::int32_t& i : m_vecIdOrder) {
+        i = newIndex[i];
+    }
+    if (m_vecSpringStart.empty()) {
+        return;
+    }
+    std::vector<std::int32_t> springStart;
+    std::vector<Spring> springs;
+    std::vector<std::int32_t> pairStart;
+    std::vector<std::int32_t> pairNode;
+    std::vector<double> pairStrength;
+    springStart.reserve(count + 1);
+    springs.reserve(m_vecSprings.size());
+    pairStart.reserve(count + 1);
+    pairNode.reserve(m_vecPairNode.size());
+    pairStrength.reserve(m_vecPairStrength.size());
+    for (std::size_t k = 0; k < count; ++k) {
+        const std::int32_t old = order[k];
+        springStart.push_back(static_cast<std::int32_t>(springs.size()));
+        for (std::int32_t s = m_vecSpringStart[old]; s < m_vecSpringStart[old + 1]; ++s) {
+            Spring spring = m_vecSprings[s];
+            spring.source = newIndex[spring.source];
+            spring.dest = newIndex[spring.dest];
+            springs.push_back(spring);
+        }
+        pairStart.push_back(static_cast<std::int32_t>(pairNode.size()));
+        for (std::int32_t p = m_vecPairStart[old]; p < m_vecPairStart[old + 1]; ++p) {
+            pairNode.push_back(newIndex[m_vecPairNode[p]]);
+            pairStrength.push_back(m_vecPairStrength[p]);
+        }
+    }
+    springStart.push_back(static_cast<std::int32_t>(springs.size()));
+    pairStart.push_back(static_cast<std::int32_t>(pairNode.size()));
+    m_vecSpringStart.swap(springStart);
+    m_vecSprings.swap(springs);
+    m_vecPairStart.swap(pairStart);
+    m_vecPairNode.swap(pairNode);
+    m_vecPairStrength.swap(pairStrength);
+}
+
+void CForceWorkspace::SumRepulsion(int i, double& fx, double& fy) const {
+    m_flatTree.Sum(
+        m_vecX[i], m_vecY[i], m_bPrune,
+        [this, i](std::int32_t other) { return PairStrength(i, other); }, fx, fy);
 }
 
 void CForceWorkspace::SpringForce(int i, double& fx, double& fy) const {
@@ -277,25 +367,40 @@ void CForceWorkspace::IterateOnce(CQuadTree& tree, double step, double& energy) 
     namespace force = netloom::force;
     const std::size_t count = m_nCount;
     energy = 0.0;
-    BuildTree(tree);
-    for (const std::int32_t i : m_vecOrder) {
-        if (m_vecFixed[i] != 0) {
-            continue;
-        }
-        double fx = 0.0;
-        double fy = 0.0;
-        double tx = 0.0;
-        double ty = 0.0;
-        SumRepulsion(tree, i, tx, ty);
-        fx += tx;
-        fy += ty;
-        SpringForce(i, tx, ty);
-        fx += tx;
-        fy += ty;
-        m_vecVx[i] = force::Accelerated(m_vecVx[i], step, 0.6, fx);
-        m_vecVy[i] = force::Accelerated(m_vecVy[i], step, 0.6, fy);
+    if (m_nIterations % kRenumberEvery == 0) {
+        BuildTree(tree);
+        Renumber(m_vecOrder);
     }
-    for (std::size_t i = 0; i < count; ++i) {
+    ++m_nIterations;
+    BuildTree(tree);
+    // Each node's force depends only on the tree and the positions, which stay
+    // as they are during this pass: the nodes can be handled in any order and on
+    // several threads without changing a bit.
+    auto forces = [this, step](std::size_t begin, std::size_t end) {
+        for (std::size_t k = begin; k < end; ++k) {
+            const std::int32_t i = m_vecOrder[k];
+            if (m_vecFixed[i] != 0) {
+                continue;
+            }
+            double fx = 0.0;
+            double fy = 0.0;
+            double tx = 0.0;
+            double ty = 0.0;
+            SumRepulsion(i, tx, ty);
+            fx += tx;
+            fy += ty;
+            SpringForce(i, tx, ty);
+            fx += tx;
+            fy += ty;
+            m_vecVx[i] = force::Accelerated(m_vecVx[i], step, 0.6, fx);
+            m_vecVy[i] = force::Accelerated(m_vecVy[i], step, 0.6, fy);
+        }
+    };
+    const int threads = count >= kParallelNodes ? force::LayoutThreads() : 1;
+    force::ParallelBlocks(count, kParallelBlock, threads, forces);
+    // The energy is summed in ascending id order.
+    for (std::size_t rank = 0; rank < count; ++rank) {
+        const std::int32_t i = m_vecIdOrder[rank];
         if (m_vecFixed[i] != 0) {
             continue;
         }
@@ -330,11 +435,15 @@ int CForceWorkspace::Iterate(CQuadTree& tree, double& energy) {
             stall = 0;
         }
     }
-    for (std::size_t i = 0; i < count; ++i) {
+    WriteBack();
+    return iterations;
+}
+
+void CForceWorkspace::WriteBack() {
+    for (std::size_t i = 0; i < m_nCount; ++i) {
         if (m_vecFixed[i] == 0) {
             m_vecNodes[i]->SetPosition(m_vecX[i], m_vecY[i]);
             m_vecNodes[i]->SetVelocity(m_vecVx[i], m_vecVy[i]);
         }
     }
-    return iterations;
 }

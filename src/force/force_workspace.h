@@ -4,6 +4,8 @@
 #include <netloom/node.h>
 #include <netloom/quad_tree.h>
 
+#include "force/flat_quad_tree.h"
+
 #include <cstdint>
 #include <vector>
 
@@ -19,11 +21,17 @@ public:
     CForceWorkspace(CConnectedGraph& graph, bool springs);
 
     std::size_t Size() const { return m_nCount; }
+    // The workspace index of the node of the given rank in ascending id order
+    // (the iteration renumbers the nodes for locality).
+    int IndexOf(std::size_t rank) const { return m_vecIdOrder[rank]; }
 
-    // Rebuilds the tree from the workspace positions.
+    // Rebuilds the tree from the workspace positions (`tree` holds the cells only
+    // when positions are too far out for the direct build).
     void BuildTree(CQuadTree& tree);
-    // Repulsion on node i from the tree (added to fx, fy).
-    void SumRepulsion(const CQuadTree& tree, int i, double& fx, double& fy) const;
+    // Builds the pointer tree itself, node by node (the public BuildQuadTree).
+    void BuildPointerTree(CQuadTree& tree);
+    // Repulsion on node i from the tree of the last BuildTree (added to fx, fy).
+    void SumRepulsion(int i, double& fx, double& fy) const;
     // Sum of the spring pulls on node i.
     void SpringForce(int i, double& fx, double& fy) const;
 
@@ -32,6 +40,8 @@ public:
     void IterateOnce(CQuadTree& tree, double step, double& energy);
     // Returns the number of iterations run.
     int Iterate(CQuadTree& tree, double& energy);
+    // Writes the free nodes' positions and velocities to the node objects.
+    void WriteBack();
 
     // Pair strength of nodes i and j, as the parent graph reports it.
     double PairStrength(int i, int j) const;
@@ -41,7 +51,17 @@ public:
     static bool ParentKeepsOnlyEdgePairs(const CConnectedGraph& graph);
 
 private:
+    CRect RootCell();
+    void InsertAll(CQuadTree& tree, const CRect& bound);
     void OrderByTree(const CQuadNode* root);
+    void Renumber(const std::vector<std::int32_t>& order);
+
+    // Iterations between two renumberings.
+    static constexpr std::size_t kRenumberEvery = 64;
+    // Components from this size on share the force pass between threads, in
+    // blocks of this many nodes.
+    static constexpr std::size_t kParallelNodes = 4096;
+    static constexpr std::size_t kParallelBlock = 512;
 
     struct Spring {
         std::int32_t source;
@@ -57,14 +77,17 @@ private:
     std::vector<double> m_vecVx;
     std::vector<double> m_vecVy;
     std::vector<char> m_vecFixed;
+    netloom::force::FlatQuadTree m_flatTree;
     std::vector<std::int32_t> m_vecOrder; // force-pass order: the tree's leaves
     std::vector<char> m_vecListed;
+    std::vector<std::int32_t> m_vecIdOrder; // index of each node, in ascending id order
     std::vector<std::int32_t> m_vecSpringStart;
     std::vector<Spring> m_vecSprings;
     std::vector<std::int32_t> m_vecPairStart;
     std::vector<std::int32_t> m_vecPairNode;
     std::vector<double> m_vecPairStrength;
     std::size_t m_nCount = 0; // the component's nodes; ends outside follow
+    std::size_t m_nIterations = 0;
     bool m_bLookupAllPairs = false;
     bool m_bPrune = false;
 };

@@ -35,28 +35,10 @@ inline CQuadNode* ChildAt(const CQuadNode* cell, int x, int y) {
     return cell->m_pChildren[highY ? (highX ? 2 : 3) : (highX ? 1 : 0)];
 }
 
-// True when no point that a node inside the cell can have, nor the cell's
-// centre, comes within the repulsion cut-off (or the fixed-push radius) of
-// (px, py). A node lies within one unit of the square its truncated point falls
-// in; the margin covers rounding of the centres.
-inline bool BeyondReach(const CQuadNode* cell, double px, double py, double reachSqr) {
-    const CRect& r = cell->m_rcCell;
-    double ex = 0.0;
-    double ey = 0.0;
-    if (px < r.left - 1.0) {
-        ex = r.left - 1.0 - px;
-    } else if (px > r.right + 0.0) {
-        ex = px - r.right;
-    }
-    if (py < r.top - 1.0) {
-        ey = r.top - 1.0 - py;
-    } else if (py > r.bottom + 0.0) {
-        ey = py - r.bottom;
-    }
-    return ex * ex + ey * ey > reachSqr;
-}
-
-// Squared distance beyond which a cell can be skipped whole.
+// Squared distance beyond which a cell can be skipped whole: no point that a
+// node inside the cell can have (within one unit of the square its truncated
+// point falls in), nor the cell's centre, comes within the repulsion cut-off or
+// the fixed-push radius. The margin covers rounding of the centres.
 inline double ReachSqr() {
     const double cutoff = 8.0 * g_dLayoutDistanceSqr;
     const double reach = cutoff > 2.0 ? cutoff : 2.0;
@@ -66,12 +48,10 @@ inline double ReachSqr() {
 // Adds to (fx, fy) the repulsion of the cells below `cell` on a node at (px, py),
 // in the order of a depth-first descent through children 0 to 3. strength(leaf)
 // gives a leaf's pair strength; it is asked only when the leaf lies in the
-// range where the strength matters. With `prune`, cells wholly beyond the
-// cut-off are skipped: they would add only zeros, which leave the sums as they
-// are (a sum that starts at +0.0 never becomes -0.0).
+// range where the strength matters.
 template <class Strength>
-void SumCells(const CQuadNode* cell, double px, double py, bool prune, Strength strength,
-              double& fx, double& fy) {
+void SumCells(const CQuadNode* cell, double px, double py, Strength strength, double& fx,
+              double& fy) {
     // The tree is at most about 34 levels deep (the root is at most 2^32 wide and
     // each level halves it); each level leaves at most three siblings waiting.
     const CQuadNode* stack[256];
@@ -79,13 +59,9 @@ void SumCells(const CQuadNode* cell, double px, double py, bool prune, Strength 
     if (cell != nullptr) {
         stack[top++] = cell;
     }
-    const double reachSqr = prune ? ReachSqr() : 0.0;
     const double cutoff = 8.0 * g_dLayoutDistanceSqr;
     while (top > 0) {
         const CQuadNode* c = stack[--top];
-        if (prune && BeyondReach(c, px, py, reachSqr)) {
-            continue;
-        }
         if (c->m_iCount == 1) {
             const double dx = c->m_dCenterX - px;
             const double dy = c->m_dCenterY - py;
@@ -97,7 +73,7 @@ void SumCells(const CQuadNode* cell, double px, double py, bool prune, Strength 
                 const double k = strength(c);
                 fx += -k * dx / d2;
                 fy += -k * dy / d2;
-            } else if (!prune) {
+            } else {
                 // Beyond the cut-off the force is zero; adding it keeps the sum
                 // literal even for a caller's -0.0.
                 fx += 0.0;

@@ -157,7 +157,7 @@ void CQuadTree::InsertAt(CNode* node, int index, double x, double y, CQuadNode* 
 void CQuadTree::SumRepulsion(CNode* node, CQuadNode* cell, double& fx, double& fy) const {
     const CConnectedGraph* graph = m_pGraph;
     netloom::force::SumCells(
-        cell, node->X(), node->Y(), false,
+        cell, node->X(), node->Y(),
         [graph, node](const CQuadNode* leaf) {
             if (leaf->m_pNode == nullptr) {
                 return g_dLayoutDistanceSqr;

@@ -1,6 +1,7 @@
 #include <netloom/netloom.h>
 
 #include "force/force_oracle.h"
+#include "force/force_workspace.h"
 #include "support/generated_graphs.h"
 
 #include <gtest/gtest.h>
@@ -158,6 +159,34 @@ TEST(ForceLayoutTest, StepHalvingAndIterationCap) {
     star.Layout(40, 1, 200);
     CConnectedGraph* comp = *star.GetConnectedGraphs().begin();
     EXPECT_LT(comp->GetTotalEnergy(), 3.0);
+}
+
+// Large components share the force pass between threads; the result must not
+// depend on how many.
+TEST(ForceLayoutTest, ThreadCountDoesNotChangeTheResult) {
+    const auto list = netloom_test::RandomSparse(6000, 3000, 7);
+    std::vector<Positions> results;
+    for (const int threads : {1, 2, 3}) {
+        CNetworkGraph g;
+        netloom_test::Fill(g, list);
+        g.Layout(40, 3, 200);
+        CConnectedGraph* comp = *g.GetConnectedGraphs().begin();
+        g_dLayoutDistanceSqr = g_dLayoutDistance * g_dLayoutDistance;
+        comp->RadiantLayout();
+        g_iLayoutThreads = threads;
+        CForceWorkspace workspace(*comp, true);
+        CQuadTree tree;
+        double energy = 0.0;
+        for (int iteration = 0; iteration < 4; ++iteration) {
+            workspace.IterateOnce(tree, 0.5, energy);
+        }
+        g_iLayoutThreads = 0;
+        workspace.WriteBack();
+        results.push_back(Read(g));
+        results.back()[0] = {energy, 0.0};
+    }
+    EXPECT_EQ(results[0], results[1]);
+    EXPECT_EQ(results[0], results[2]);
 }
 
 // Generated graphs through the whole pipeline: finite positions, every free

@@ -1,5 +1,6 @@
 #include <netloom/netloom.h>
 
+#include "force/flat_quad_tree.h"
 #include "force/force_oracle.h"
 #include "force/force_workspace.h"
 #include "support/generated_graphs.h"
@@ -199,9 +200,10 @@ TEST(QuadTreeTest, PooledTreeMatchesTheOracle) {
         const int distance = 5 + static_cast<int>(rng() % 60);
         Decompose(g, distance);
         g_dLayoutDistanceSqr = g_dLayoutDistance * g_dLayoutDistance;
-        // Spread the positions over a few scales, with clumps on one integer point.
+        // Spread the positions over a few scales, with clumps on one integer point;
+        // every fifth trial so far out that the tree is built by insertion.
         std::uniform_real_distribution<double> pos(-400.0, 400.0);
-        const double scale = (trial % 4 == 0) ? 0.01 : 1.0;
+        const double scale = (trial % 5 == 0) ? 1.3e6 : (trial % 4 == 0) ? 0.01 : 1.0;
         _tagNode none;
         for (int v = 1; v <= list.nodeCount; ++v) {
             const double x = (v % 7 == 0) ? 3.25 : pos(rng) * scale;
@@ -218,14 +220,15 @@ TEST(QuadTreeTest, PooledTreeMatchesTheOracle) {
             CForceWorkspace workspace(*comp, true);
             CQuadTree pooled;
             workspace.BuildTree(pooled);
-            int index = 0;
+            std::size_t rank = 0;
             for (const auto& entry : comp->GetNodeMap()) {
+                const int index = workspace.IndexOf(rank++);
                 double ox = 0.0;
                 double oy = 0.0;
                 oracle.Sum(entry.second, oracle.Root(), ox, oy);
                 double fx = 0.0;
                 double fy = 0.0;
-                workspace.SumRepulsion(pooled, index, fx, fy);
+                workspace.SumRepulsion(index, fx, fy);
                 ASSERT_EQ(ox, fx) << "trial " << trial << " node " << entry.first;
                 ASSERT_EQ(oy, fy) << "trial " << trial << " node " << entry.first;
                 double px = 0.0;
@@ -234,9 +237,67 @@ TEST(QuadTreeTest, PooledTreeMatchesTheOracle) {
                                                  py);
                 ASSERT_EQ(ox, px);
                 ASSERT_EQ(oy, py);
-                ++index;
             }
         }
+    }
+}
+
+// Distributing the nodes over the quadrants at once gives the tree that
+// inserting them one by one gives, cell for cell in depth-first order.
+TEST(QuadTreeTest, DirectBuildMatchesInsertion) {
+    for (std::uint32_t trial = 1; trial <= 60; ++trial) {
+        std::mt19937 rng(trial);
+        const int n = 1 + static_cast<int>(rng() % 400);
+        CNetworkGraph g;
+        for (int v = 1; v <= n; ++v) {
+            g.AddNode(v, 0.0, 0.0, false);
+            if (v > 1) {
+                g.AddEdge(v, v - 1, v, 40, 0, 0, false);
+            }
+        }
+        Decompose(g, 40);
+        // Scales from clumps inside one unit to a wide spread, with repeated
+        // integer points and negative coordinates (truncation toward zero).
+        const double scales[] = {0.3, 3.0, 50.0, 2000.0, 1.0e6};
+        std::uniform_real_distribution<double> pos(-1.0, 1.0);
+        const double scale = scales[trial % 5];
+        std::vector<double> x;
+        std::vector<double> y;
+        _tagNode none;
+        for (int v = 1; v <= n; ++v) {
+            const bool clump = v % 9 == 0;
+            x.push_back(clump ? -0.5 : pos(rng) * scale);
+            y.push_back(clump ? 7.75 : pos(rng) * scale);
+            g.SetNodePosition(v, x.back(), y.back(), none);
+        }
+        CConnectedGraph* comp = OnlyComponent(g);
+        comp->BuildQuadTree();
+        const CQuadNode* root = comp->GetQuadTree().GetRoot();
+        netloom::force::FlatQuadTree inserted;
+        inserted.Flatten(root);
+        netloom::force::FlatQuadTree direct;
+        direct.Build(x.data(), y.data(), x.size(), root->m_rcCell);
+        const auto& a = inserted.Cells();
+        const auto& b = direct.Cells();
+        ASSERT_EQ(a.size(), b.size()) << "trial " << trial;
+        for (std::size_t i = 0; i < a.size(); ++i) {
+            ASSERT_EQ(a[i].left, b[i].left) << "trial " << trial << " cell " << i;
+            ASSERT_EQ(a[i].top, b[i].top);
+            ASSERT_EQ(a[i].right, b[i].right);
+            ASSERT_EQ(a[i].bottom, b[i].bottom);
+            ASSERT_EQ(a[i].count, b[i].count);
+            ASSERT_EQ(a[i].next, b[i].next);
+            ASSERT_EQ(a[i].centerX, b[i].centerX);
+            ASSERT_EQ(a[i].centerY, b[i].centerY);
+            ASSERT_EQ(a[i].farSqr, b[i].farSqr);
+            ASSERT_EQ(a[i].wide, b[i].wide);
+        }
+        // Every node is listed once, leaf by leaf.
+        std::vector<int> listed(x.size(), 0);
+        for (const std::int32_t i : direct.LeafOrder()) {
+            ++listed[i];
+        }
+        EXPECT_EQ(listed, std::vector<int>(x.size(), 1));
     }
 }
 

@@ -1,0 +1,164 @@
+#pragma once
+
+// The quadrant tree of the force-directed layout as one array of compact cells
+// in depth-first order (children 0 to 3), each cell knowing where its subtree
+// ends. The repulsion descent then walks the array forward and jumps over the
+// subtrees it does not open, visiting the cells in the order of the pointer
+// tree's descent, so every sum adds the same terms in the same order.
+
+#include <netloom/params.h>
+#include <netloom/quad_tree.h>
+#include <netloom/rect.h>
+
+#include "force/force_math.h"
+#include "force/quad_geometry.h"
+
+#include <cstdint>
+#include <vector>
+
+namespace netloom::force {
+
+struct FlatCell {
+    double centerX = 0.0;
+    double centerY = 0.0;
+    double farSqr = 0.0; // s * s of the far-cell test
+    std::int32_t left = 0;
+    std::int32_t top = 0;
+    std::int32_t right = 0;
+    std::int32_t bottom = 0;
+    std::int32_t count = 0;
+    std::int32_t next = 0;  // the first cell after this cell's subtree
+    std::int32_t node = -1; // a leaf's node index; the first node of a narrow cell
+    std::int32_t wide = 0;  // width >= 2: the cell may have children
+};
+
+class FlatQuadTree {
+public:
+    // Builds the tree that inserting nodes 0 .. n-1 in that order into a root
+    // cell `root` gives. Every node's truncated point must lie inside `root`,
+    // and the root must be at most 2^30 wide.
+    void Build(const double* x, const double* y, std::size_t n, const CRect& root);
+    // Copies a pointer tree (any shape, including saturated cells).
+    void Flatten(const CQuadNode* root);
+
+    const std::vector<FlatCell>& Cells() const { return m_vecCells; }
+    // The nodes in the order of the leaves (a narrow cell lists all its nodes);
+    // filled by Build only.
+    const std::vector<std::int32_t>& LeafOrder() const { return m_vecOrder; }
+
+    // Adds to (fx, fy) the repulsion of the tree on a node at (px, py), in the
+    // order of SumCells; with `prune`, cells wholly beyond the cut-off are
+    // skipped (they would only add zeros).
+    template <class Strength>
+    void Sum(double px, double py, bool prune, Strength strength, double& fx, double& fy) const {
+        SumRange(0, static_cast<std::int32_t>(m_vecCells.size()), px, py, prune, strength, fx, fy);
+    }
+
+private:
+    // The descent through the cells first .. end-1 (whole subtrees).
+    template <class Strength>
+    void SumRange(std::int32_t first, std::int32_t end, double px, double py, bool prune,
+                  Strength strength, double& fx, double& fy) const;
+
+    struct Point {
+        std::int32_t x;
+        std::int32_t y;
+        std::int32_t index;
+    };
+    void BuildCell(Point* from, Point* to, std::size_t begin, std::size_t end, std::int64_t left,
+                   std::int64_t top, std::int64_t right, std::int64_t bottom);
+    std::int32_t FlattenCell(const CQuadNode* cell);
+    std::int32_t AddCell(std::int64_t left, std::int64_t top, std::int64_t right,
+                         std::int64_t bottom, std::int32_t count);
+
+    std::vector<FlatCell> m_vecCells;
+    std::vector<std::int32_t> m_vecOrder;
+    std::vector<Point> m_vecPoints;
+    std::vector<Point> m_vecScratch;
+    const double* m_pX = nullptr;
+    const double* m_pY = nullptr;
+};
+
+template <class Strength>
+void FlatQuadTree::SumRange(std::int32_t first, std::int32_t end, double px, double py, bool prune,
+                            Strength strength, double& fx, double& fy) const {
+    const FlatCell* cells = m_vecCells.data();
+    const double reachSqr = prune ? ReachSqr() : 0.0;
+    const double cutoff = 8.0 * g_dLayoutDistanceSqr;
+    // Local sums: the compiler cannot keep fx and fy in registers while the
+    // loop reads memory they might alias.
+    double sx = fx;
+    double sy = fy;
+    const double pushX = g_dLayoutDistance / 8.0;
+    const double pushY = g_dLayoutDistance / 4.0;
+    const double strengthFar = g_dLayoutDistanceSqr;
+    std::int32_t i = first;
+    while (i < end) {
+        const FlatCell& c = cells[i];
+        if (prune) {
+            // Skipped when wholly beyond reach (see ReachSqr): it would add
+            // only zeros, which leave the sum as it is (a sum that starts at
+            // +0.0 never becomes -0.0).
+            double ex = 0.0;
+            double ey = 0.0;
+            if (px < c.left - 1.0) {
+                ex = c.left - 1.0 - px;
+            } else if (px > c.right + 0.0) {
+                ex = px - c.right;
+            }
+            if (py < c.top - 1.0) {
+                ey = c.top - 1.0 - py;
+            } else if (py > c.bottom + 0.0) {
+                ey = py - c.bottom;
+            }
+            if (ex * ex + ey * ey > reachSqr) {
+                i = c.next;
+                continue;
+            }
+        }
+        const double dx = c.centerX - px;
+        const double dy = c.centerY - py;
+        const double d2 = dx * dx + dy * dy;
+        if (c.count == 1) {
+            if (d2 <= 2.0) {
+                sx += pushX;
+                sy += pushY;
+            } else if (d2 <= cutoff) {
+                const double k = strength(c.node);
+                sx += -k * dx / d2;
+                sy += -k * dy / d2;
+            } else if (!prune) {
+                sx += 0.0;
+                sy += 0.0;
+            }
+            i = c.next;
+            continue;
+        }
+        if (d2 > c.farSqr) {
+            // One charge of D squared per node at the centre (the repulsion law
+            // on the d2 just computed), times the count.
+            double tx = 0.0;
+            double ty = 0.0;
+            if (d2 <= 2.0) {
+                tx = pushX;
+                ty = pushY;
+            } else if (d2 <= cutoff) {
+                tx = -strengthFar * dx / d2;
+                ty = -strengthFar * dy / d2;
+            }
+            tx *= c.count;
+            ty *= c.count;
+            sx += tx;
+            sy += ty;
+            i = c.next;
+        } else if (c.wide != 0) {
+            i = i + 1;
+        } else {
+            i = c.next;
+        }
+    }
+    fx = sx;
+    fy = sy;
+}
+
+} // namespace netloom::force
