@@ -19,6 +19,7 @@ from ._netloom import (  # noqa: F401
     Graph,
     LayoutStrategy,
     layout_parameters,
+    set_layout_threads,
 )
 
 __all__ = [
@@ -28,6 +29,7 @@ __all__ = [
     "layout",
     "layout_result",
     "layout_parameters",
+    "set_layout_threads",
     "FORCE_DIRECTED",
     "TREE",
     "RADIANT",

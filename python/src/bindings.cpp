@@ -250,6 +250,17 @@ PYBIND11_MODULE(_netloom, m) {
             return d;
         },
         "The process-wide layout parameters set by the last layout.");
+    m.def(
+        "set_layout_threads",
+        [](int threads) {
+            if (threads < 0) {
+                throw py::value_error("threads must be 0 (one per hardware thread) or more");
+            }
+            g_iLayoutThreads = threads;
+        },
+        py::arg("threads"),
+        "Threads of the force-directed layout for components of 1,024 nodes or more; 0 (the "
+        "default) for one per hardware thread. Positions do not depend on it.");
 
     py::class_<CLayoutStrategy, PyLayoutStrategy>(
         m, "LayoutStrategy",

@@ -60,7 +60,7 @@ private:
     static constexpr std::size_t kRenumberEvery = 64;
     // Components from this size on share the force pass between threads, in
     // blocks of this many nodes.
-    static constexpr std::size_t kParallelNodes = 4096;
+    static constexpr std::size_t kParallelNodes = 1024;
     static constexpr std::size_t kParallelBlock = 512;
 
     struct Spring {

@@ -202,6 +202,7 @@ LayoutResult RunLayout(const FileGraph& file, const LayoutOptions& options) {
     }
     graph.SetFixedLayoutFlag(options.fixedLayout);
     graph.SetMaxColCount(options.maxCols > 0 ? options.maxCols : -1);
+    g_iLayoutThreads = options.threads;
 
     const bool show = options.progress == ProgressMode::Always ||
                       (options.progress == ProgressMode::Auto && isatty(STDERR_FILENO) == 1);

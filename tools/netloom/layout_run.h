@@ -25,6 +25,7 @@ struct LayoutOptions {
     int direction = 0;    // 0: not given
     int arrangeMode = -1; // -1: not given
     ProgressMode progress = ProgressMode::Auto;
+    int threads = 0; // force layout threads; 0: one per hardware thread
 
     bool UsesStrategy() const { return !levelsFile.empty() || direction != 0 || arrangeMode != -1; }
 };

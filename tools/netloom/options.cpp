@@ -94,6 +94,12 @@ CLI::App* DefineCommandLine(CLI::App& app, CommandLine& line) {
                      "two groups, one above and one below the roots (default: 0)")
         ->check(CLI::Range(0, 1000));
     layout
+        ->add_option("--threads", line.layout.threads,
+                     "Threads of the force layout for large components; 0 for one per "
+                     "hardware thread. The result is the same for any number")
+        ->check(CLI::Range(0, 1024))
+        ->capture_default_str();
+    layout
         ->add_option("--progress", line.progress,
                      "Progress line on stderr: auto (when stderr is a terminal and the layout "
                      "takes over a second), always or never")
