@@ -1,8 +1,7 @@
-// Tree and hierarchy layouts of graphs with many shared children: grids,
-// DAG-like layered networks and sparse graphs. The counters report how many
-// common-ancestor searches ran per layout and how many gave up at the limit.
+// Tree and hierarchy layouts of graphs with many shared children and neighbour
+// groups: grids, DAG-like layered networks, dense DAGs with many shared uplinks,
+// a hub graph with large neighbour groups, and sparse graphs.
 
-#include "layered/layered_workspace.h"
 #include "support/generated_graphs.h"
 
 #include <netloom/netloom.h>
@@ -14,14 +13,9 @@ namespace {
 void Run(benchmark::State& state, const netloom_test::EdgeList& list, int type) {
     CNetworkGraph graph;
     netloom_test::Fill(graph, list);
-    netloom::layered::ResetSearchStats();
     for (auto _ : state) {
         graph.Layout(40, type, 200);
     }
-    const auto stats = netloom::layered::GetSearchStats();
-    const double layouts = static_cast<double>(state.iterations());
-    state.counters["searches"] = static_cast<double>(stats.searches) / layouts;
-    state.counters["bound_hits"] = static_cast<double>(stats.giveUps) / layouts;
     state.counters["nodes"] = list.nodeCount;
     state.counters["edges"] = static_cast<double>(list.edges.size());
 }
@@ -31,6 +25,17 @@ void BM_Grid100(benchmark::State& state) {
 }
 void BM_LayeredDag10k(benchmark::State& state) {
     Run(state, netloom_test::LayeredDag(50, 200, 5200, 3), static_cast<int>(state.range(0)));
+}
+// Layers of 20 nodes, each with one parent in the layer above, plus two extra
+// edges per node between adjacent layers. range(1): node count.
+void BM_DenseDag(benchmark::State& state) {
+    const int n = static_cast<int>(state.range(1));
+    Run(state, netloom_test::LayeredDag(n / 20, 20, 2 * n, 7), static_cast<int>(state.range(0)));
+}
+// A hub over 40 uplinks and 20 switches, each switch on two private uplinks and
+// joined to every other switch: neighbour groups of 20 members.
+void BM_HubGroups(benchmark::State& state) {
+    Run(state, netloom_test::HubGroups(20), static_cast<int>(state.range(0)));
 }
 void BM_Sparse(benchmark::State& state) {
     const int n = static_cast<int>(state.range(1));
@@ -42,6 +47,15 @@ void BM_Sparse(benchmark::State& state) {
 // range(0): layout type (2 tree, 8 hierarchy).
 BENCHMARK(BM_Grid100)->Arg(2)->Arg(8)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_LayeredDag10k)->Arg(2)->Arg(8)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_DenseDag)
+    ->Args({2, 1000})
+    ->Args({8, 1000})
+    ->Args({2, 10000})
+    ->Args({8, 10000})
+    ->Args({2, 100000})
+    ->Args({8, 100000})
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_HubGroups)->Arg(2)->Arg(8)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_Sparse)
     ->Args({2, 10000})
     ->Args({8, 10000})

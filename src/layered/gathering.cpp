@@ -9,35 +9,28 @@ namespace {
 const int kSharedChildMark = 1000;
 const int kNeighbourGroupMark = 1100;
 
-// Longest downward path from each node reached from the root, through the child
-// lists; a link back into the path being walked is ignored. Iterative.
-void ComputeHeights(CLayerNode* root, std::vector<std::pair<CLayerNode*, int>>& heights, int pass) {
+// The nodes reached from the root through the child lists, in depth-first
+// post-order (children before parents); a link back into the path being walked
+// is ignored. Each node's scratch position becomes its index in the order.
+void PostOrder(CLayerNode* root, std::vector<CLayerNode*>& order, int pass) {
     struct Frame {
         CLayerNode* node;
         std::size_t next;
     };
     std::vector<Frame> stack{{root, 0}};
     root->m_iScratchPass = pass;
-    root->m_iScratchPos = -1; // on the path
     while (!stack.empty()) {
         Frame& top = stack.back();
         if (top.next < top.node->m_vecChildren.size()) {
             CLayerNode* child = top.node->m_vecChildren[top.next++];
             if (child->m_iScratchPass != pass) {
                 child->m_iScratchPass = pass;
-                child->m_iScratchPos = -1;
                 stack.push_back({child, 0});
             }
             continue;
         }
-        int height = 0;
-        for (const CLayerNode* child : top.node->m_vecChildren) {
-            if (child->m_iScratchPos >= 0) {
-                height = std::max(height, child->m_iScratchPos + 1);
-            }
-        }
-        top.node->m_iScratchPos = height;
-        heights.emplace_back(top.node, height);
+        top.node->m_iScratchPos = static_cast<int>(order.size());
+        order.push_back(top.node);
         stack.pop_back();
     }
 }
@@ -47,19 +40,50 @@ void ComputeHeights(CLayerNode* root, std::vector<std::pair<CLayerNode*, int>>& 
 // Both passes walk the child lists breadth first from the virtual root and queue
 // a node's children every time the node is taken off the queue, so a node with
 // several parents is visited once per path from the root. Only a node's first
-// visit and its first visit that queues children can do anything; a node needs
-// at most (height + 2) of its copies for that to be exact for every node below
-// it (each copy of a node comes from one visit of a parent, and a parent's first
-// visit may not queue). Copies past that bound are not queued, which keeps the
-// pass polynomial on meshes whose path counts explode.
-template <class Work> void CLayeredLayout::RunGatheringPass(Work work) {
+// visit does work, and a visit queues the children unless it is a first visit
+// whose work says not to. So the first k copies of a node come from the first k
+// child-queuing visits of each parent, and a node needs only as many copies as
+// its children need, plus one when its first visit may keep its children back
+// (mayStop), and at least one for its own first visit. Copies past that are not
+// queued: the pass stays linear in practice and exact.
+template <class Work, class MayStop>
+void CLayeredLayout::RunGatheringPass(Work work, MayStop mayStop) {
     const int stamp = ++m_iVisitStamp;
     int extra = 0;
-    std::vector<std::pair<CLayerNode*, int>> heights;
-    ComputeHeights(m_pRoot, heights, NextScratchPass());
-    for (auto& entry : heights) {
-        entry.first->m_iPassCap = entry.second + 2;
-        entry.first->m_iPassQueued = 0;
+    const int pass = NextScratchPass();
+    std::vector<CLayerNode*> order;
+    PostOrder(m_pRoot, order, pass);
+    // The length of every path from the root to a node, when all have one
+    // length (-1 otherwise): members at one such depth meet at the root at the
+    // latest, so their common-ancestor search cannot come back empty.
+    std::vector<int> depth(order.size(), -2);
+    depth[order.size() - 1] = 0;
+    for (std::size_t i = order.size(); i-- > 0;) {
+        const int d = depth[i];
+        for (const CLayerNode* child : order[i]->m_vecChildren) {
+            int& c = depth[static_cast<std::size_t>(child->m_iScratchPos)];
+            c = d < 0 || (c != -2 && c != d + 1) ? -1 : d + 1;
+        }
+    }
+    auto meetSurely = [&](const LayerNodeList& members) {
+        int common = -1;
+        for (const CLayerNode* m : members) {
+            const int d =
+                m->m_iScratchPass == pass ? depth[static_cast<std::size_t>(m->m_iScratchPos)] : -1;
+            if (d < 0 || (common >= 0 && d != common)) {
+                return false;
+            }
+            common = d;
+        }
+        return true;
+    };
+    for (CLayerNode* node : order) {
+        int need = 0;
+        for (const CLayerNode* child : node->m_vecChildren) {
+            need = std::max(need, child->m_iPassCap);
+        }
+        node->m_iPassCap = std::max(1, need + (mayStop(node, meetSurely) ? 1 : 0));
+        node->m_iPassQueued = 0;
     }
     std::deque<CLayerNode*> queue{m_pRoot};
     m_pRoot->m_iPassQueued = 1;
@@ -79,45 +103,66 @@ template <class Work> void CLayeredLayout::RunGatheringPass(Work work) {
     m_iVisitStamp += extra;
 }
 
+// The members of N's neighbour group: N, then every same-level neighbour none of
+// whose parents is a parent of N.
+static void BuildNeighbourGroup(CLayerNode* node, LayerNodeList& group) {
+    group.assign(1, node);
+    const auto& ownParents = node->m_vecParents;
+    for (CLayerNode* neighbour : node->m_setSiblings) {
+        const bool sharesParent = std::any_of(
+            neighbour->m_vecParents.begin(), neighbour->m_vecParents.end(),
+            [&](const CLayerNode* p) {
+                return std::find(ownParents.begin(), ownParents.end(), p) != ownParents.end();
+            });
+        if (!sharesParent) {
+            group.push_back(neighbour);
+        }
+    }
+}
+
 // For every node with several parents, gathers the parents and the branches
 // above them under their nearest common ancestor; the shared child goes to the
 // end of the first reached parent's list and to the front of the others'.
 bool CLayeredLayout::GatherSharedChildParents() {
-    RunGatheringPass([this](CLayerNode* node, int stamp, int& extra) {
-        if (node->m_iVisitStamp >= stamp) {
+    RunGatheringPass(
+        [this](CLayerNode* node, int stamp, int& extra) {
+            if (node->m_iVisitStamp >= stamp) {
+                return true;
+            }
+            node->m_iVisitStamp = stamp;
+            if (node->m_vecParents.size() <= 1) {
+                return true;
+            }
+            ++extra;
+            const int searchStamp = stamp + extra;
+            CLayerNode* ancestor = FindCommonAncestor(node->m_vecParents, searchStamp);
+            if (ancestor == nullptr) {
+                return false;
+            }
+            CLayerNode* start = PinPathChildren(ancestor, searchStamp, kSharedChildMark);
+            LayerNodeList rest;
+            LayerNodeList first;
+            SplitByFirstReached(start, node->m_vecParents, rest, first);
+            // The node's own pin is reset before each push so that it moves in every
+            // parent's list; the parents and their branches stay pinned.
+            const int saved = node->m_iPinMark;
+            int best = saved;
+            for (CLayerNode* parent : first) {
+                PushTowardSide(ancestor, parent, node, true, kSharedChildMark);
+                best = std::max(best, node->m_iPinMark);
+                node->m_iPinMark = saved;
+            }
+            for (CLayerNode* parent : rest) {
+                PushTowardSide(ancestor, parent, node, false, kSharedChildMark);
+                best = std::max(best, node->m_iPinMark);
+                node->m_iPinMark = saved;
+            }
+            node->m_iPinMark = best;
             return true;
-        }
-        node->m_iVisitStamp = stamp;
-        if (node->m_vecParents.size() <= 1) {
-            return true;
-        }
-        ++extra;
-        const int searchStamp = stamp + extra;
-        CLayerNode* ancestor = FindCommonAncestor(node->m_vecParents, searchStamp);
-        if (ancestor == nullptr) {
-            return false;
-        }
-        CLayerNode* start = PinPathChildren(ancestor, searchStamp, kSharedChildMark);
-        LayerNodeList rest;
-        LayerNodeList first;
-        SplitByFirstReached(start, node->m_vecParents, rest, first);
-        // The node's own pin is reset before each push so that it moves in every
-        // parent's list; the parents and their branches stay pinned.
-        const int saved = node->m_iPinMark;
-        int best = saved;
-        for (CLayerNode* parent : first) {
-            PushTowardSide(ancestor, parent, node, true, kSharedChildMark);
-            best = std::max(best, node->m_iPinMark);
-            node->m_iPinMark = saved;
-        }
-        for (CLayerNode* parent : rest) {
-            PushTowardSide(ancestor, parent, node, false, kSharedChildMark);
-            best = std::max(best, node->m_iPinMark);
-            node->m_iPinMark = saved;
-        }
-        node->m_iPinMark = best;
-        return true;
-    });
+        },
+        [](CLayerNode* node, auto& meetSurely) {
+            return node->m_vecParents.size() > 1 && !meetSurely(node->m_vecParents);
+        });
     return true;
 }
 
@@ -125,53 +170,52 @@ bool CLayeredLayout::GatherSharedChildParents() {
 // the branches leading to the group under its nearest common ancestor and moves
 // each member toward the others in its parents' lists.
 bool CLayeredLayout::GatherNeighbourGroups() {
-    RunGatheringPass([this](CLayerNode* node, int stamp, int& extra) {
-        if (node->m_iVisitStamp >= stamp || node->m_setSiblings.empty()) {
+    RunGatheringPass(
+        [this](CLayerNode* node, int stamp, int& extra) {
+            if (node->m_iVisitStamp >= stamp || node->m_setSiblings.empty()) {
+                return true;
+            }
+            node->m_iVisitStamp = stamp;
+            ++extra;
+            LayerNodeList group;
+            BuildNeighbourGroup(node, group);
+            if (group.size() < 2) {
+                return false;
+            }
+            const int searchStamp = stamp + extra;
+            CLayerNode* ancestor = FindCommonAncestor(group, searchStamp);
+            if (ancestor == nullptr) {
+                return false;
+            }
+            CLayerNode* start = PinPathChildren(ancestor, searchStamp, kNeighbourGroupMark);
+            LayerNodeList rest;
+            LayerNodeList first;
+            SplitByFirstReached(start, group, rest, first);
+            auto push = [&](CLayerNode* member, bool towardEnd) {
+                const int saved = member->m_iPinMark;
+                int best = saved;
+                for (CLayerNode* parent : member->m_vecParents) {
+                    PushTowardSide(ancestor, parent, member, towardEnd, kNeighbourGroupMark);
+                    best = std::max(best, member->m_iPinMark);
+                    member->m_iPinMark = saved;
+                }
+                member->m_iPinMark = best;
+            };
+            for (CLayerNode* member : first) {
+                push(member, true);
+            }
+            for (CLayerNode* member : rest) {
+                push(member, false);
+            }
             return true;
-        }
-        node->m_iVisitStamp = stamp;
-        ++extra;
-        LayerNodeList group{node};
-        const auto& ownParents = node->m_vecParents;
-        for (CLayerNode* neighbour : node->m_setSiblings) {
-            const bool sharesParent = std::any_of(
-                neighbour->m_vecParents.begin(), neighbour->m_vecParents.end(),
-                [&](const CLayerNode* p) {
-                    return std::find(ownParents.begin(), ownParents.end(), p) != ownParents.end();
-                });
-            if (!sharesParent) {
-                group.push_back(neighbour);
+        },
+        [](CLayerNode* node, auto& meetSurely) {
+            if (node->m_setSiblings.empty()) {
+                return false;
             }
-        }
-        if (group.size() < 2) {
-            return false;
-        }
-        const int searchStamp = stamp + extra;
-        CLayerNode* ancestor = FindCommonAncestor(group, searchStamp);
-        if (ancestor == nullptr) {
-            return false;
-        }
-        CLayerNode* start = PinPathChildren(ancestor, searchStamp, kNeighbourGroupMark);
-        LayerNodeList rest;
-        LayerNodeList first;
-        SplitByFirstReached(start, group, rest, first);
-        auto push = [&](CLayerNode* member, bool towardEnd) {
-            const int saved = member->m_iPinMark;
-            int best = saved;
-            for (CLayerNode* parent : member->m_vecParents) {
-                PushTowardSide(ancestor, parent, member, towardEnd, kNeighbourGroupMark);
-                best = std::max(best, member->m_iPinMark);
-                member->m_iPinMark = saved;
-            }
-            member->m_iPinMark = best;
-        };
-        for (CLayerNode* member : first) {
-            push(member, true);
-        }
-        for (CLayerNode* member : rest) {
-            push(member, false);
-        }
-        return true;
-    });
+            LayerNodeList group;
+            BuildNeighbourGroup(node, group);
+            return group.size() < 2 || !meetSurely(group);
+        });
     return true;
 }

@@ -62,30 +62,19 @@ using LayerNodeList = std::vector<CLayerNode*>;
 
 namespace netloom::layered {
 
-// The node sets of one search generation, stored end to end: set i is
-// items[starts[i]] .. items[starts[i + 1] - 1]. One allocation for millions of sets.
-struct NodeSetList {
-    std::vector<CLayerNode*> items;
-    std::vector<std::size_t> starts{0};
-
-    std::size_t Size() const { return starts.size() - 1; }
-    CLayerNode* const* Begin(std::size_t i) const { return items.data() + starts[i]; }
-    CLayerNode* const* End(std::size_t i) const { return items.data() + starts[i + 1]; }
-    std::uint64_t Hash(std::size_t i) const;
-    bool Equal(std::size_t a, std::size_t b) const;
-    // Moves set `from` to slot `to` (to < from, every set before `to` kept).
-    void MoveSet(std::size_t from, std::size_t to) {
-        const std::size_t length = starts[from + 1] - starts[from];
-        std::copy(items.begin() + static_cast<std::ptrdiff_t>(starts[from]),
-                  items.begin() + static_cast<std::ptrdiff_t>(starts[from + 1]),
-                  items.begin() + static_cast<std::ptrdiff_t>(starts[to]));
-        starts[to + 1] = starts[to] + length;
-    }
-    // Keeps the first `count` sets.
-    void Truncate(std::size_t count) {
-        starts.resize(count + 1);
-        items.resize(starts[count]);
-    }
+// The ancestor cone of a common-ancestor search: entries are (node, step) pairs,
+// step k holding the nodes k parent steps above some member of the group. Kept
+// in the workspace so that the searches of one layout reuse the buffers.
+struct AncestorCone {
+    std::vector<CLayerNode*> nodes;         // by entry
+    std::vector<std::uint32_t> stepStart;   // entries of step k: [stepStart[k], stepStart[k+1])
+    std::vector<std::uint32_t> parentStart; // parents of entry e: parentIndex[parentStart[e]..]
+    std::vector<std::uint32_t> parentIndex; // entry of each parent, in parent-list order
+    std::vector<std::uint64_t> memberMasks; // by entry: the members below it
+    std::vector<std::uint32_t> candidateEntries; // nodes above every member at the meeting step
+    std::vector<std::uint64_t> candidateMasks;   // by entry: the candidates it reaches
+    std::vector<char> alive;                     // by entry: reaches the meeting step
+    std::vector<char> reached; // by entry: member of a set examined before the result
 };
 
 } // namespace netloom::layered
@@ -133,10 +122,6 @@ public:
     bool GatherSharedChildParents();
     bool GatherNeighbourGroups();
     CLayerNode* FindCommonAncestor(LayerNodeList group, int searchStamp);
-    // Appends the parent choice sets of a node set (one parent per member, each
-    // set in creation order), the first member's choice varying slowest.
-    void EnumerateParentChoices(CLayerNode* const* members, std::size_t count,
-                                netloom::layered::NodeSetList& out);
     CLayerNode* PinPathChildren(CLayerNode* ancestor, int searchStamp, int mark);
     bool SplitByFirstReached(CLayerNode* start, LayerNodeList group, LayerNodeList& rest,
                              LayerNodeList& first);
@@ -194,12 +179,16 @@ private:
     }
     int NextStamp() { return ++m_iVisitStamp; }
     // The frame of both gathering passes; work(N, S, extra) returns whether N's
-    // children are queued from this visit.
-    template <class Work> void RunGatheringPass(Work work);
+    // children are queued from this visit, and mayStop(N, meetSurely) whether
+    // it can return false.
+    template <class Work, class MayStop> void RunGatheringPass(Work work, MayStop mayStop);
     // Moves one node in one parent's list; true when the push goes on upward.
     bool PushInParent(CLayerNode* stop, CLayerNode* parent, CLayerNode* node, bool towardEnd,
                       int mark);
     int NextScratchPass() { return ++m_iScratchPass; }
+    // The two halves of FindCommonAncestor.
+    int BuildAncestorCone(const LayerNodeList& group, netloom::layered::AncestorCone& cone);
+    CLayerNode* GreedyFirstSingleton(int meet, netloom::layered::AncestorCone& cone);
 
     std::int32_t m_iMaxLevel = 0;
     std::int32_t m_iMaxRow = 0;
@@ -224,6 +213,7 @@ private:
     netloom::detail::FlatHashMap<CLayerNode*> m_mapLayerNodeIndex;
     // Sorted host ids when they are remapped; empty for the identity.
     std::vector<int> m_vecHostIDs;
+    netloom::layered::AncestorCone m_ancestorCone;
 };
 
 namespace netloom {
@@ -242,19 +232,6 @@ struct Adjacency {
 // be connected. Exact, but prunes most breadth-first searches with eccentricity
 // bounds (three searches on a tree).
 int MinEccentricityNode(const Adjacency& graph, int& eccentricity);
-
-// The common-ancestor search gives up when one generation enumerates more than
-// this many parent choice sets.
-constexpr long kCommonAncestorSearchLimit = 1000000;
-
-// Process-wide counts of common-ancestor searches and of those that gave up at
-// the limit, for benchmarks and diagnostics.
-struct SearchStats {
-    long searches = 0;
-    long giveUps = 0;
-};
-SearchStats GetSearchStats();
-void ResetSearchStats();
 
 } // namespace layered
 } // namespace netloom

@@ -21,6 +21,53 @@ namespace {
 
 using NodeSet = std::set<CLayerNode*, netloom::CreationOrderLess>;
 
+// Appends one set per combination of parent choices, as first written.
+void EnumerateParentChoices(std::list<NodeSet>& queue, const NodeSet& current,
+                            std::map<CLayerNode*, int, netloom::CreationOrderLess>& chosen,
+                            NodeSet::const_iterator position) {
+    if (position == current.end()) {
+        NodeSet set;
+        for (const auto& c : chosen)
+            set.insert(c.first);
+        queue.push_back(set);
+        return;
+    }
+    CLayerNode* m = *position;
+    ++position;
+    for (CLayerNode* q : m->m_vecParents) {
+        ++chosen[q];
+        EnumerateParentChoices(queue, current, chosen, position);
+        if (--chosen[q] == 0)
+            chosen.erase(q);
+    }
+}
+
+// The exhaustive search. `once` skips a set already examined in its generation,
+// which keeps large groups affordable and changes neither result nor stamps.
+CLayerNode* LiteralCommonAncestor(const std::vector<CLayerNode*>& group, int ss,
+                                  bool once = false) {
+    std::list<NodeSet> queue{NodeSet(group.begin(), group.end())};
+    std::set<NodeSet> seen;
+    std::size_t generationLeft = 1;
+    while (!queue.empty()) {
+        NodeSet f = queue.front();
+        if (f.size() == 1)
+            return *f.begin();
+        const bool fresh = !once || seen.insert(f).second;
+        std::map<CLayerNode*, int, netloom::CreationOrderLess> chosen;
+        if (fresh)
+            EnumerateParentChoices(queue, f, chosen, f.begin());
+        for (CLayerNode* m : f)
+            m->m_iVisitStamp = ss;
+        queue.pop_front();
+        if (--generationLeft == 0) {
+            generationLeft = queue.size();
+            seen.clear();
+        }
+    }
+    return nullptr;
+}
+
 // The two passes exactly as first written: no bound on copies, sets or depth.
 class LiteralGathering {
 public:
@@ -116,38 +163,7 @@ private:
     }
 
     CLayerNode* FindCommonAncestor(std::vector<CLayerNode*> group, int ss) {
-        std::list<NodeSet> queue{NodeSet(group.begin(), group.end())};
-        while (!queue.empty()) {
-            NodeSet f = queue.front();
-            if (f.size() == 1)
-                return *f.begin();
-            std::map<CLayerNode*, int, netloom::CreationOrderLess> chosen;
-            Enumerate(queue, f, chosen, f.begin());
-            for (CLayerNode* m : f)
-                m->m_iVisitStamp = ss;
-            queue.pop_front();
-        }
-        return nullptr;
-    }
-
-    void Enumerate(std::list<NodeSet>& queue, const NodeSet& current,
-                   std::map<CLayerNode*, int, netloom::CreationOrderLess>& chosen,
-                   NodeSet::const_iterator position) {
-        if (position == current.end()) {
-            NodeSet set;
-            for (const auto& c : chosen)
-                set.insert(c.first);
-            queue.push_back(set);
-            return;
-        }
-        CLayerNode* m = *position;
-        ++position;
-        for (CLayerNode* q : m->m_vecParents) {
-            ++chosen[q];
-            Enumerate(queue, current, chosen, position);
-            if (--chosen[q] == 0)
-                chosen.erase(q);
-        }
+        return LiteralCommonAncestor(group, ss);
     }
 
     static bool In(CLayerNode* w, CLayerNode* x) { return w->m_setSiblings.count(x) != 0; }
@@ -271,7 +287,8 @@ std::string Snapshot(const CLayeredLayout& ws) {
     std::string out = "stamp " + std::to_string(ws.GetVisitStamp()) + "\n";
     for (const CLayerNode* n : ws.GetLayerNodesById()) {
         out += std::to_string(n->m_iID) + " pin " + std::to_string(n->m_iPinMark) + " stamp " +
-               std::to_string(n->m_iVisitStamp) + " [";
+               std::to_string(n->m_iVisitStamp) + " cell " + std::to_string(n->m_iRow) + "," +
+               std::to_string(n->m_iCol) + " [";
         for (const CLayerNode* c : n->m_vecChildren)
             out += " " + std::to_string(c->m_iID);
         out += " ]\n";
@@ -327,6 +344,67 @@ CLayerNode* AddChildNode(CLayeredLayout& ws, CLayerNode* p, int id) {
     p->AddChild(c);
     c->AddParent(p);
     return c;
+}
+
+// Levels of up to `width` nodes without the virtual root: parents mostly one
+// level up, some two, some listed twice, some nodes without parents.
+std::vector<std::vector<CLayerNode*>> BuildSearchLayers(CLayeredLayout& ws, std::mt19937& rng,
+                                                        int width) {
+    std::vector<std::vector<CLayerNode*>> levels;
+    int id = 1;
+    for (int level = 0; level < 6; ++level) {
+        levels.emplace_back();
+        for (int k = 1 + static_cast<int>(rng() % static_cast<std::uint32_t>(width)); k > 0; --k) {
+            CLayerNode* node = ws.GetOrCreateLayerNode(id++, level);
+            levels.back().push_back(node);
+            const int parents = level == 0 || rng() % 16 == 0 ? 0 : 1 + (rng() % 3 == 0);
+            for (int p = 0; p < parents; ++p) {
+                const int up = level > 1 && rng() % 6 == 0 ? 2 : 1;
+                const auto& above = levels[static_cast<std::size_t>(level - up)];
+                CLayerNode* parent = above[rng() % above.size()];
+                parent->AddChild(node);
+                node->AddParent(parent);
+                if (rng() % 12 == 0)
+                    node->AddParent(parent); // the same parent twice
+            }
+        }
+    }
+    return levels;
+}
+
+TEST(GatheringTest, CommonAncestorMatchesTheEnumeration) {
+    std::map<std::string, int> seen;
+    for (std::uint32_t round = 0; round < 3000; ++round) {
+        CLayeredLayout fast(nullptr, 1);
+        CLayeredLayout literal(nullptr, 1);
+        std::mt19937 rngFast(round);
+        std::mt19937 rngLiteral(round);
+        const int width = round % 4 == 0 ? 14 : 5;
+        const auto levels = BuildSearchLayers(fast, rngFast, width);
+        const auto same = BuildSearchLayers(literal, rngLiteral, width);
+        // Mostly members of one level, some from anywhere, repeats possible.
+        std::mt19937 rng(round + 7777);
+        const std::size_t size = 1 + rng() % 14;
+        const std::size_t home = 2 + rng() % 4;
+        const bool mixed = rng() % 4 == 0;
+        std::vector<CLayerNode*> group, mirror;
+        for (std::size_t k = 0; k < size; ++k) {
+            const std::size_t level = mixed && rng() % 3 == 0 ? rng() % 6 : home;
+            const std::size_t at = rng() % levels[level].size();
+            group.push_back(levels[level][at]);
+            mirror.push_back(same[level][at]);
+        }
+        CLayerNode* got = fast.FindCommonAncestor(group, 7);
+        CLayerNode* want = LiteralCommonAncestor(mirror, 7, size > 6);
+        ASSERT_EQ(got ? got->m_iID : -1, want ? want->m_iID : -1) << "round " << round;
+        ASSERT_EQ(Snapshot(fast), Snapshot(literal)) << "stamps, round " << round;
+        ++seen[got == nullptr                               ? "none"
+               : got->m_iLevel + 1 < static_cast<int>(home) ? "far"
+                                                            : "near"];
+    }
+    EXPECT_GT(seen["none"], 300);
+    EXPECT_GT(seen["near"], 300);
+    EXPECT_GT(seen["far"], 300);
 }
 
 TEST(GatheringTest, SharedChildExample) {
@@ -403,13 +481,17 @@ TEST(GatheringTest, FastPassesMatchTheLiteralOnesOnRandomLayers) {
     EXPECT_GT(changed, 250) << "the generated structures must exercise the passes";
 }
 
-// The same on structures built by the real level assignment of generated graphs.
+// The same on structures built by the real level assignment of generated graphs,
+// down to the grid cells.
 TEST(GatheringTest, FastPassesMatchTheLiteralOnesOnGeneratedGraphs) {
     for (std::uint32_t round = 0; round < 120; ++round) {
-        const auto list = round % 3 == 0
-                              ? netloom_test::Grid(2 + static_cast<int>(round % 4), 3)
-                              : netloom_test::RandomSparse(4 + static_cast<int>(round % 11),
-                                                           2 + static_cast<int>(round % 7), round);
+        const int k = static_cast<int>(round % 7);
+        const auto list =
+            round % 4 == 0   ? netloom_test::Grid(2 + k % 4, 3)
+            : round % 4 == 1 ? netloom_test::LayeredDag(3 + k % 4, 4, 3 * k, round)
+            : round % 8 == 2
+                ? netloom_test::HubGroups(2 + k)
+                : netloom_test::RandomSparse(4 + static_cast<int>(round % 11), 2 + k, round);
         for (int type : {2, 8}) {
             CNetworkGraph host;
             netloom_test::Fill(host, list);
@@ -428,6 +510,10 @@ TEST(GatheringTest, FastPassesMatchTheLiteralOnesOnGeneratedGraphs) {
             LiteralGathering(literal).SharedChildParents();
             fast.GatherNeighbourGroups();
             LiteralGathering(literal).NeighbourGroups();
+            for (CLayeredLayout* ws : {&fast, &literal}) {
+                ws->SplitIntoTwoGroups();
+                ws->AssignGridPositions();
+            }
             ASSERT_EQ(Snapshot(fast), Snapshot(literal)) << "round " << round;
         }
     }

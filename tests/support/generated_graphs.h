@@ -74,6 +74,25 @@ inline EdgeList LayeredDag(int layers, int width, int extra, std::uint32_t seedV
     return g;
 }
 
+// A hub over 2k uplinks and k switches, each switch on two uplinks of its own
+// and joined to every other switch (3k + 1 nodes): every switch has k - 1
+// same-level neighbours under other parents.
+inline EdgeList HubGroups(int k) {
+    EdgeList g;
+    g.nodeCount = 1 + 3 * k;
+    for (int s = 0; s < k; ++s) {
+        const int sw = 2 + 2 * k + s;
+        g.edges.emplace_back(1, 2 + 2 * s);
+        g.edges.emplace_back(1, 3 + 2 * s);
+        g.edges.emplace_back(2 + 2 * s, sw);
+        g.edges.emplace_back(3 + 2 * s, sw);
+        for (int t = s + 1; t < k; ++t) {
+            g.edges.emplace_back(sw, 2 + 2 * k + t);
+        }
+    }
+    return g;
+}
+
 // Fills a graph: nodes at a deterministic spread of positions, edges with ids
 // 1.. in list order, length 40, ports 0.
 inline void Fill(CNetworkGraph& graph, const EdgeList& list, bool rejectDuplicate = false) {
