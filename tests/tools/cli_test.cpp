@@ -513,6 +513,34 @@ TEST_F(CliTest, BadInputGivesOneLineAndLeavesTheOutputAlone) {
     }
 }
 
+// The ids of a layout's nodes as the tool matches them, and its edge count.
+std::pair<std::set<std::string>, std::size_t> Shape(const json& layout) {
+    std::set<std::string> ids;
+    for (const json& node : layout["nodes"])
+        ids.insert(node["id"].is_string() ? node["id"].get<std::string>() : node["id"].dump());
+    return {ids, layout.contains("links") ? layout["links"].size() : layout["edges"].size()};
+}
+
+// Every file of the project's corpus (the input forms other tools write) is read,
+// laid out with every type, written in every format, and read back the same.
+TEST_F(CliTest, CorpusGoesThroughEveryTypeAndFormat) {
+    for (const auto& entry :
+         fs::directory_iterator(std::string(NETLOOM_TEST_DATA_DIR) + "/corpus")) {
+        const std::string input = entry.path().string();
+        const auto shape = Shape(LayoutJson({"layout", input}));
+        for (const char* type : {"force", "tree", "radial", "hierarchy"}) {
+            for (const char* ext : {".json", ".graphml", ".edgelist", ".svg"}) {
+                const std::string out = Path(std::string("out") + ext).string();
+                const ToolRun run = Tool({"layout", input, "-t", type, "-o", out});
+                ASSERT_EQ(run.status, 0) << input << " " << type << " " << ext << run.err;
+                if (std::string(ext) != ".svg") {
+                    EXPECT_EQ(Shape(LayoutJson({"layout", out})), shape) << input << " " << ext;
+                }
+            }
+        }
+    }
+}
+
 TEST_F(CliTest, HelpDocumentsEveryOptionWithItsDefault) {
     for (const std::vector<std::string>& args :
          {std::vector<std::string>{"--help"}, std::vector<std::string>{"layout", "--help"}}) {

@@ -1,5 +1,6 @@
 #include "graph_file.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cmath>
 #include <cstring>
@@ -20,16 +21,21 @@ std::string InputError::Describe() const {
 }
 
 TextPosition PositionAt(const std::string& text, std::size_t offset) {
-    TextPosition pos;
-    const std::size_t end = offset < text.size() ? offset : text.size();
-    for (std::size_t i = 0; i < end; ++i) {
-        if (text[i] == '\n') {
-            ++pos.line;
-            pos.column = 1;
-        } else {
-            ++pos.column;
-        }
+    return LineIndex(text).At(offset);
+}
+
+LineIndex::LineIndex(const std::string& text) : m_starts{0}, m_size(text.size()) {
+    for (std::size_t i = text.find('\n'); i != std::string::npos; i = text.find('\n', i + 1)) {
+        m_starts.push_back(i + 1);
     }
+}
+
+TextPosition LineIndex::At(std::size_t offset) const {
+    const std::size_t end = offset < m_size ? offset : m_size;
+    const auto next = std::upper_bound(m_starts.begin(), m_starts.end(), end);
+    TextPosition pos;
+    pos.line = static_cast<int>(next - m_starts.begin());
+    pos.column = static_cast<int>(end - *(next - 1)) + 1;
     return pos;
 }
 
@@ -107,8 +113,65 @@ FileId MakeTextId(const std::string& text) {
 }
 
 const std::size_t* FileGraph::FindNode(const std::string& key) const {
-    const auto it = nodeIndex.find(key);
-    return it == nodeIndex.end() ? nullptr : &it->second;
+    if (m_slots.empty()) {
+        return nullptr;
+    }
+    const std::size_t hash = std::hash<std::string>()(key);
+    const std::size_t mask = m_slots.size() - 1;
+    for (std::size_t i = hash & mask;; i = (i + 1) & mask) {
+        const Slot& slot = m_slots[i];
+        if (slot.index == kEmpty) {
+            return nullptr;
+        }
+        if (slot.hash == hash && nodes[slot.index].id.key == key) {
+            return &slot.index;
+        }
+    }
+}
+
+bool FileGraph::IndexLastNode() {
+    const std::string& key = nodes.back().id.key;
+    if (FindNode(key) != nullptr) {
+        return false;
+    }
+    if (2 * (m_indexed + 1) > m_slots.size()) {
+        Rehash(std::max<std::size_t>(16, 2 * m_slots.size()));
+    }
+    const std::size_t hash = std::hash<std::string>()(key);
+    const std::size_t mask = m_slots.size() - 1;
+    std::size_t i = hash & mask;
+    while (m_slots[i].index != kEmpty) {
+        i = (i + 1) & mask;
+    }
+    m_slots[i] = Slot{nodes.size() - 1, hash};
+    ++m_indexed;
+    return true;
+}
+
+void FileGraph::ReserveNodes(std::size_t count) {
+    nodes.reserve(count);
+    std::size_t slots = 16;
+    while (slots < 2 * count) {
+        slots *= 2;
+    }
+    if (slots > m_slots.size()) {
+        Rehash(slots);
+    }
+}
+
+void FileGraph::Rehash(std::size_t slots) {
+    std::vector<Slot> old(slots);
+    old.swap(m_slots);
+    const std::size_t mask = slots - 1;
+    for (const Slot& slot : old) {
+        if (slot.index != kEmpty) {
+            std::size_t i = slot.hash & mask;
+            while (m_slots[i].index != kEmpty) {
+                i = (i + 1) & mask;
+            }
+            m_slots[i] = slot;
+        }
+    }
 }
 
 int CheckedLength(double value, const std::string& file, int line, int column) {

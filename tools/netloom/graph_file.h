@@ -50,6 +50,18 @@ struct TextPosition {
 };
 TextPosition PositionAt(const std::string& text, std::size_t offset);
 
+// The line starts of a text, found in one scan, so that the position of every
+// element of a large file costs a binary search instead of a rescan.
+class LineIndex {
+public:
+    explicit LineIndex(const std::string& text);
+    TextPosition At(std::size_t offset) const;
+
+private:
+    std::vector<std::size_t> m_starts;
+    std::size_t m_size;
+};
+
 // Reads a whole file; throws InputError when it cannot be read.
 std::string ReadWholeFile(const std::string& path);
 
@@ -85,7 +97,8 @@ struct FileNode {
 
 struct FileEdge {
     std::optional<FileId> id;
-    std::size_t source = 0; // index into FileGraph::nodes
+    std::optional<FileId> key; // a multigraph's edge key: names an edge among its parallels
+    std::size_t source = 0;    // index into FileGraph::nodes
     std::size_t target = 0;
     std::optional<int> length;
     std::optional<FileId> sourcePort;
@@ -99,7 +112,6 @@ struct FileGraph {
     Format format = Format::Json;
     std::vector<FileNode> nodes;
     std::vector<FileEdge> edges;
-    std::unordered_map<std::string, std::size_t> nodeIndex; // id key -> node index
 
     // JSON input: the whole document and the key of its edge array.
     Json json;
@@ -112,6 +124,21 @@ struct FileGraph {
 
     // Looks a node up by id key; null when absent.
     const std::size_t* FindNode(const std::string& key) const;
+    // Adds the last node of `nodes` to the index; false when its id is taken.
+    bool IndexLastNode();
+    void ReserveNodes(std::size_t count);
+
+private:
+    // Open addressing over a power-of-two table: a slot holds a node index and
+    // its key's hash, so a lookup reads one slot and, on a hash match, one key.
+    struct Slot {
+        std::size_t index = kEmpty;
+        std::size_t hash = 0;
+    };
+    static constexpr std::size_t kEmpty = ~std::size_t{0};
+    void Rehash(std::size_t slots);
+    std::vector<Slot> m_slots;
+    std::size_t m_indexed = 0;
 };
 
 // Natural lengths must keep their square inside 32 bits.

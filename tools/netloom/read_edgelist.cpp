@@ -8,6 +8,8 @@
 
 #include "readers.h"
 
+#include <algorithm>
+
 #include <cerrno>
 #include <cstdlib>
 #include <limits>
@@ -49,6 +51,8 @@ public:
         FileGraph graph;
         graph.path = m_path;
         graph.format = Format::EdgeList;
+        graph.edges.reserve(
+            static_cast<std::size_t>(std::count(m_text.begin(), m_text.end(), '\n') + 1));
         std::size_t start = 0;
         int lineNumber = 0;
         while (start < m_text.size()) {

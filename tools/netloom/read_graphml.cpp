@@ -10,6 +10,7 @@
 #include <functional>
 #include <map>
 #include <set>
+#include <unordered_set>
 
 namespace netloom_cli {
 namespace {
@@ -35,7 +36,8 @@ enum class Role { None, X, Y, Fixed, Label, Length, SourcePort, TargetPort, Node
 
 class GraphMlReader {
 public:
-    GraphMlReader(const std::string& path, const std::string& text) : m_path(path), m_text(text) {}
+    GraphMlReader(const std::string& path, const std::string& text)
+        : m_path(path), m_text(text), m_lines(text) {}
 
     FileGraph Read() {
         FileGraph graph;
@@ -45,7 +47,7 @@ public:
         const pugi::xml_parse_result result = graph.xml->load_buffer(
             m_text.data(), m_text.size(), pugi::parse_default, pugi::encoding_utf8);
         if (!result) {
-            const TextPosition pos = PositionAt(m_text, static_cast<std::size_t>(result.offset));
+            const TextPosition pos = m_lines.At(static_cast<std::size_t>(result.offset));
             throw InputError(m_path, pos.line, pos.column,
                              std::string("malformed XML: ") + result.description());
         }
@@ -85,7 +87,19 @@ public:
             }
         };
         walk(top);
+        // networkx writes a multigraph's edge keys as edge ids, so they repeat
+        // ("0" for the first edge of every node pair): then no id names an edge.
+        std::unordered_set<std::string> ids;
+        for (pugi::xml_node element : edgeElements) {
+            const pugi::xml_attribute id = element.attribute("id");
+            if (id && !ids.insert(id.as_string()).second) {
+                m_edgeIdsAreKeys = true;
+                break;
+            }
+        }
         std::unordered_map<std::string, std::size_t> edgeIds;
+        graph.edges.reserve(edgeElements.size());
+        graph.xmlEdges.reserve(edgeElements.size());
         for (pugi::xml_node element : edgeElements) {
             ReadEdge(graph, element, edgeIds);
         }
@@ -95,7 +109,7 @@ public:
 private:
     int LineOf(const pugi::xml_node& node) const {
         const std::ptrdiff_t offset = node.offset_debug();
-        return offset < 0 ? 0 : PositionAt(m_text, static_cast<std::size_t>(offset)).line;
+        return offset < 0 ? 0 : m_lines.At(static_cast<std::size_t>(offset)).line;
     }
 
     [[noreturn]] void Fail(const pugi::xml_node& node, const std::string& what) const {
@@ -251,7 +265,7 @@ private:
         const std::string where = id ? "edge \"" + std::string(id.as_string()) + "\""
                                      : "edge " + std::to_string(graph.xmlEdges.size() + 1);
         if (id) {
-            edge.id = MakeTextId(id.as_string());
+            (m_edgeIdsAreKeys ? edge.key : edge.id) = MakeTextId(id.as_string());
         }
         const char* ends[2] = {"source", "target"};
         for (int end = 0; end < 2; ++end) {
@@ -304,8 +318,10 @@ private:
 
     const std::string& m_path;
     const std::string& m_text;
+    LineIndex m_lines;
     std::map<std::string, Role> m_nodeKeys;
     std::map<std::string, Role> m_edgeKeys;
+    bool m_edgeIdsAreKeys = false;
 };
 
 } // namespace

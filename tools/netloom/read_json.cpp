@@ -7,6 +7,7 @@
 #include <cmath>
 #include <iterator>
 #include <map>
+#include <utility>
 
 namespace netloom_cli {
 namespace {
@@ -43,19 +44,9 @@ private:
     const char** m_cursor;
 };
 
-// Lines of the elements of the top-level "nodes", "links" and "edges" arrays,
-// and of the keys inside each element.
-struct ElementLines {
-    int line = 0;
-    std::map<std::string, int> keys;
-};
-
-class PositionPass : public json::json_sax_t {
+// Ignores every value; subclasses watch the structure.
+class StructurePass : public json::json_sax_t {
 public:
-    PositionPass(const std::string& text, const char** cursor) : m_text(text), m_cursor(cursor) {}
-
-    std::map<std::string, std::vector<ElementLines>> elements;
-
     bool null() override { return true; }
     bool boolean(bool) override { return true; }
     bool number_integer(number_integer_t) override { return true; }
@@ -63,58 +54,87 @@ public:
     bool number_float(number_float_t, const string_t&) override { return true; }
     bool string(string_t&) override { return true; }
     bool binary(binary_t&) override { return true; }
+    bool parse_error(std::size_t, const std::string&, const nlohmann::detail::exception&) override {
+        return false;
+    }
+};
+
+// Byte offsets of the elements of the top-level "nodes", "links" and "edges"
+// arrays: one number per element, so that large files cost little to track.
+class ElementPass : public StructurePass {
+public:
+    explicit ElementPass(const char* const* cursor, const char* begin)
+        : m_cursor(cursor), m_begin(begin) {}
+
+    std::map<std::string, std::vector<std::size_t>> starts;
+
     bool start_object(std::size_t) override {
-        bool tracked = false;
-        if (m_stack.size() == 2 && m_stack[0].object && !m_stack[1].object) {
-            const std::string& key = m_stack[0].key;
-            if (key == "nodes" || key == "links" || key == "edges") {
-                elements[key].push_back(ElementLines{Line(), {}});
-                tracked = true;
-            }
+        if (m_depth == 2 && m_topKey != nullptr) {
+            m_topKey->push_back(static_cast<std::size_t>(*m_cursor - m_begin));
         }
-        m_stack.push_back(Frame{true, tracked, {}});
+        ++m_depth;
         return true;
     }
     bool key(string_t& k) override {
-        m_stack.back().key = k;
-        if (m_stack.size() == 3 && m_stack.back().tracked) {
-            elements[m_stack[0].key].back().keys[k] = Line();
+        if (m_depth == 1) {
+            const bool tracked = k == "nodes" || k == "links" || k == "edges";
+            m_topKey = tracked ? &starts[k] : nullptr;
         }
         return true;
     }
     bool end_object() override {
-        m_stack.pop_back();
+        --m_depth;
         return true;
     }
     bool start_array(std::size_t) override {
-        m_stack.push_back(Frame{false, false, {}});
+        if (m_depth != 1) {
+            m_topKey = nullptr; // an array of arrays, or nested deeper
+        }
+        ++m_depth;
         return true;
     }
     bool end_array() override {
-        m_stack.pop_back();
+        --m_depth;
         return true;
-    }
-    bool parse_error(std::size_t, const std::string&, const nlohmann::detail::exception&) override {
-        return false;
     }
 
 private:
-    struct Frame {
-        bool object;
-        bool tracked;
-        std::string key;
-    };
-    int Line() const {
-        return PositionAt(m_text, static_cast<std::size_t>(*m_cursor - m_text.data())).line;
+    const char* const* m_cursor;
+    const char* m_begin;
+    std::vector<std::size_t>* m_topKey = nullptr;
+    int m_depth = 0;
+};
+
+// Finds where a key of one object starts, for an error message about its value.
+class KeyPass : public StructurePass {
+public:
+    KeyPass(const char* const* cursor, std::string wanted)
+        : m_cursor(cursor), m_wanted(std::move(wanted)) {}
+
+    const char* found = nullptr;
+
+    bool start_object(std::size_t) override { return ++m_depth > 0; }
+    bool key(string_t& k) override {
+        if (m_depth == 1 && k == m_wanted) {
+            found = *m_cursor;
+            return false;
+        }
+        return true;
     }
-    const std::string& m_text;
-    const char** m_cursor;
-    std::vector<Frame> m_stack;
+    bool end_object() override { return --m_depth > 0; }
+    bool start_array(std::size_t) override { return ++m_depth > 0; }
+    bool end_array() override { return --m_depth > 0; }
+
+private:
+    const char* const* m_cursor;
+    std::string m_wanted;
+    int m_depth = 0;
 };
 
 class JsonReader {
 public:
-    JsonReader(const std::string& path, const std::string& text) : m_path(path), m_text(text) {}
+    JsonReader(const std::string& path, const std::string& text)
+        : m_path(path), m_text(text), m_lineIndex(text) {}
 
     FileGraph Read() {
         FileGraph graph;
@@ -124,17 +144,17 @@ public:
             graph.json = json::parse(m_text);
         } catch (const json::parse_error& e) {
             const std::size_t offset = e.byte > 0 ? e.byte - 1 : 0;
-            const TextPosition pos = PositionAt(m_text, offset);
+            const TextPosition pos = m_lineIndex.At(offset);
             throw InputError(m_path, pos.line, pos.column, "malformed JSON: " + ParserMessage(e));
         } catch (const json::exception& e) {
             // For example a number too large for a double.
             throw InputError(m_path, 0, 0, std::string("malformed JSON: ") + e.what());
         }
         const char* cursor = m_text.data();
-        PositionPass pass(m_text, &cursor);
+        ElementPass pass(&cursor, m_text.data());
         json::sax_parse(TrackingIterator(m_text.data(), &cursor),
                         TrackingIterator(m_text.data() + m_text.size(), &cursor), &pass);
-        m_lines = std::move(pass.elements);
+        m_starts = std::move(pass.starts);
 
         const json& doc = graph.json;
         if (!doc.is_object()) {
@@ -144,6 +164,7 @@ public:
         if (nodes == doc.end() || !nodes->is_array()) {
             throw InputError(m_path, 1, 0, "expected a \"nodes\" array");
         }
+        graph.ReserveNodes(nodes->size());
         for (std::size_t i = 0; i < nodes->size(); ++i) {
             ReadNode(graph, (*nodes)[i], i);
         }
@@ -160,6 +181,7 @@ public:
                 throw InputError(m_path, 1, 0, "\"" + graph.jsonLinksKey + "\" is not an array");
             }
             std::unordered_map<std::string, std::size_t> edgeIds;
+            graph.edges.reserve(links.size());
             for (std::size_t i = 0; i < links.size(); ++i) {
                 ReadLink(graph, links[i], i, edgeIds);
             }
@@ -177,18 +199,25 @@ private:
     }
 
     int LineOf(const std::string& array, std::size_t index, const char* key = nullptr) const {
-        const auto it = m_lines.find(array);
-        if (it == m_lines.end() || index >= it->second.size()) {
+        const auto it = m_starts.find(array);
+        if (it == m_starts.end() || index >= it->second.size()) {
             return 0;
         }
-        const ElementLines& element = it->second[index];
+        std::size_t offset = it->second[index];
         if (key != nullptr) {
-            const auto k = element.keys.find(key);
-            if (k != element.keys.end()) {
-                return k->second;
+            // Only for an error message: parse the element again to find the key.
+            // The offset lies just past the element's opening brace.
+            const std::size_t brace = m_text.rfind('{', offset);
+            const char* cursor = m_text.data() + (brace == std::string::npos ? offset : brace);
+            KeyPass pass(&cursor, key);
+            json::sax_parse(TrackingIterator(cursor, &cursor),
+                            TrackingIterator(m_text.data() + m_text.size(), &cursor), &pass,
+                            nlohmann::detail::input_format_t::json, false);
+            if (pass.found != nullptr) {
+                offset = static_cast<std::size_t>(pass.found - m_text.data());
             }
         }
-        return element.line;
+        return m_lineIndex.At(offset).line;
     }
 
     [[noreturn]] void Fail(const std::string& array, std::size_t index, const char* key,
@@ -198,13 +227,15 @@ private:
 
     FileId ReadId(const json& value, const std::string& array, std::size_t index, const char* key,
                   const std::string& what) const {
-        if (value.is_string() || value.is_number_integer()) {
+        // networkx writes tuple ids (a grid's (0, 0)) as arrays.
+        if (value.is_string() || value.is_number_integer() || value.is_array()) {
             return MakeId(value);
         }
         if (value.is_number() && std::isfinite(value.get<double>())) {
             return MakeId(value);
         }
-        Fail(array, index, key, what + " must be a string or a number, not " + DumpJson(value));
+        Fail(array, index, key,
+             what + " must be a string, a number or an array, not " + DumpJson(value));
     }
 
     double ReadNumber(const json& object, const char* key, const std::string& array,
@@ -329,7 +360,8 @@ private:
 
     const std::string& m_path;
     const std::string& m_text;
-    std::map<std::string, std::vector<ElementLines>> m_lines;
+    LineIndex m_lineIndex;
+    std::map<std::string, std::vector<std::size_t>> m_starts;
 };
 
 } // namespace

@@ -16,10 +16,11 @@ void CheckIdText(const FileGraph& graph, int line, const char* what, const FileI
 std::size_t AddFileNode(FileGraph& graph, FileNode node) {
     CheckIdText(graph, node.line, "node id", node.id);
     const std::size_t index = graph.nodes.size();
-    if (!graph.nodeIndex.emplace(node.id.key, index).second) {
+    if (graph.FindNode(node.id.key) != nullptr) {
         throw InputError(graph.path, node.line, 0, "duplicate node id " + DumpJson(node.id.value));
     }
     graph.nodes.push_back(std::move(node));
+    graph.IndexLastNode();
     return index;
 }
 

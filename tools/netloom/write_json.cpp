@@ -49,6 +49,9 @@ Json FreshDocument(const FileGraph& graph) {
         if (edge.id) {
             element["id"] = edge.id->value;
         }
+        if (edge.key) {
+            element["key"] = edge.key->value;
+        }
         if (edge.length) {
             element["length"] = *edge.length;
         }
