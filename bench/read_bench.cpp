@@ -1,5 +1,5 @@
 // Reading graph files: a 100,000-node, 300,000-edge graph as compact JSON,
-// indented JSON, GraphML and an edge list, parsed from memory.
+// indented JSON, GraphML, DOT and an edge list, parsed from memory.
 
 #include "readers.h"
 #include "support/generated_graphs.h"
@@ -43,6 +43,17 @@ std::string GraphMl() {
     return text + "</graph></graphml>\n";
 }
 
+std::string Dot() {
+    std::string text = "graph G {\n";
+    for (int v = 1; v <= Graph().nodeCount; ++v) {
+        text += "  n" + std::to_string(v) + ";\n";
+    }
+    for (const auto& e : Graph().edges) {
+        text += "  n" + std::to_string(e.first) + " -- n" + std::to_string(e.second) + ";\n";
+    }
+    return text + "}\n";
+}
+
 std::string EdgeList() {
     std::string text;
     for (const auto& e : Graph().edges) {
@@ -67,6 +78,9 @@ void BM_ReadJsonIndented(benchmark::State& state) {
 void BM_ReadGraphMl(benchmark::State& state) {
     Read(state, GraphMl(), netloom_cli::ReadGraphMl);
 }
+void BM_ReadDot(benchmark::State& state) {
+    Read(state, Dot(), netloom_cli::ReadDot);
+}
 void BM_ReadEdgeList(benchmark::State& state) {
     Read(state, EdgeList(), netloom_cli::ReadEdgeList);
 }
@@ -83,5 +97,6 @@ void BM_ParseJsonOnly(benchmark::State& state) {
 BENCHMARK(BM_ReadJson)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_ReadJsonIndented)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_ReadGraphMl)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_ReadDot)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_ReadEdgeList)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_ParseJsonOnly)->Unit(benchmark::kMillisecond);

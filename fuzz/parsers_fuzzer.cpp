@@ -1,9 +1,9 @@
 // Feeds the command-line tool's input readers with the fuzzer's bytes. The
-// first byte picks the format (JSON, GraphML, edge list) and, for graphs the
+// first byte picks the format (JSON, GraphML, edge list; DOT from 0xF0 on) and, for graphs the
 // reader accepts, a layout type. A reader either returns a graph or throws
 // InputError with a message; anything else is a bug. A small accepted graph is
-// then laid out and written in every output format, and the JSON, GraphML and
-// edge-list outputs must read back with the same number of nodes and edges.
+// then laid out and written in every output format, and the JSON, GraphML,
+// edge-list and DOT outputs must read back with the same number of nodes and edges.
 
 #include "graph_file.h"
 #include "layout_run.h"
@@ -39,10 +39,12 @@ void LayOutAndWrite(netloom_cli::FileGraph& graph, int type) {
     const std::string edgeList = netloom_cli::WriteEdgeList(graph, result);
     netloom_cli::WriteSvg(graph, result);
     const std::string graphMl = netloom_cli::WriteGraphMl(graph, result);
+    const std::string dot = netloom_cli::WriteDot(graph, result);
     try {
         ExpectSameShape(graph, netloom_cli::ReadJsonGraph("out.json", json), "JSON");
         ExpectSameShape(graph, netloom_cli::ReadGraphMl("out.graphml", graphMl), "GraphML");
         ExpectSameShape(graph, netloom_cli::ReadEdgeList("out.edgelist", edgeList), "edge list");
+        ExpectSameShape(graph, netloom_cli::ReadDot("out.gv", dot), "DOT");
     } catch (const netloom_cli::InputError& e) {
         Fail("written graph does not read back", e.Describe());
     }
@@ -58,15 +60,18 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     static const int kTypes[] = {8, 2, 4, 1};
     netloom_cli::FileGraph graph;
     try {
-        switch (data[0] % 3) {
+        switch (data[0] >= 0xF0 ? 3 : data[0] % 3) {
         case 0:
             graph = netloom_cli::ReadJsonGraph("fuzz.json", text);
             break;
         case 1:
             graph = netloom_cli::ReadGraphMl("fuzz.graphml", text);
             break;
-        default:
+        case 2:
             graph = netloom_cli::ReadEdgeList("fuzz.edgelist", text);
+            break;
+        default:
+            graph = netloom_cli::ReadDot("fuzz.gv", text);
             break;
         }
     } catch (const netloom_cli::InputError& e) {

@@ -479,7 +479,8 @@ TEST_F(CliTest, BadInputGivesOneLineAndLeavesTheOutputAlone) {
          "--type: unknown layout \"spiral\""},
         {"dir.json", "{\"nodes\": []}", {"--direction", "9"}, 2, "--direction"},
         {"opt.json", "{\"nodes\": []}", {"--colour"}, 2, "--colour"},
-        {"graph.dot", "graph { a -- b }", {}, 2, "cannot tell the format"},
+        {"graph.xyz", "graph { a -- b }", {}, 2, "cannot tell the format"},
+        {"bad.gv", "graph {\n a -- b\n c -- ;\n}", {}, 1, "bad.gv:3: malformed DOT: syntax error"},
         {"levels.json",
          "{\"nodes\": [{\"id\": \"a\"}]}",
          {"--levels", "LEVELS"},
@@ -524,17 +525,28 @@ std::pair<std::set<std::string>, std::size_t> Shape(const json& layout) {
 // Every file of the project's corpus (the input forms other tools write) is read,
 // laid out with every type, written in every format, and read back the same.
 TEST_F(CliTest, CorpusGoesThroughEveryTypeAndFormat) {
+    const std::string neato = "/usr/bin/neato";
+    ASSERT_TRUE(fs::exists(neato)) << "Graphviz's neato is missing; make deps installs it";
     for (const auto& entry :
          fs::directory_iterator(std::string(NETLOOM_TEST_DATA_DIR) + "/corpus")) {
         const std::string input = entry.path().string();
         const auto shape = Shape(LayoutJson({"layout", input}));
         for (const char* type : {"force", "tree", "radial", "hierarchy"}) {
-            for (const char* ext : {".json", ".graphml", ".edgelist", ".svg"}) {
+            for (const char* ext : {".json", ".graphml", ".edgelist", ".gv", ".svg"}) {
                 const std::string out = Path(std::string("out") + ext).string();
                 const ToolRun run = Tool({"layout", input, "-t", type, "-o", out});
                 ASSERT_EQ(run.status, 0) << input << " " << type << " " << ext << run.err;
                 if (std::string(ext) != ".svg") {
                     EXPECT_EQ(Shape(LayoutJson({"layout", out})), shape) << input << " " << ext;
+                }
+                // Graphviz draws the written DOT as it stands.
+                if (std::string(ext) == ".gv") {
+                    const std::string png = Path("out.png").string();
+                    EXPECT_EQ(
+                        std::system(
+                            (neato + " -n2 -Tpng " + out + " -o " + png + " 2>/dev/null").c_str()),
+                        0);
+                    EXPECT_GT(fs::file_size(png), 100u) << input;
                 }
             }
         }

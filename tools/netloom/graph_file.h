@@ -15,12 +15,15 @@
 #include <unordered_map>
 #include <vector>
 
+struct Agraph_s;
+struct Agnode_s;
+
 namespace netloom_cli {
 
 // Key order of objects is kept, so a file written back reads like the original.
 using Json = nlohmann::ordered_json;
 
-enum class Format { Json, GraphMl, EdgeList, Svg };
+enum class Format { Json, GraphMl, EdgeList, Dot, Svg };
 
 // A problem with an input file: the file, the line and column where known (0
 // when not) and what is wrong. main prints it as one line and exits with 1.
@@ -121,6 +124,13 @@ struct FileGraph {
     std::shared_ptr<pugi::xml_document> xml;
     std::vector<pugi::xml_node> xmlNodes;
     std::vector<pugi::xml_node> xmlEdges;
+    // DOT input: the graph as Graphviz's library read it, and its nodes in the
+    // order of nodes above.
+    std::shared_ptr<Agraph_s> dot;
+    std::vector<Agnode_s*> dotNodes;
+    // The input says its edges have a direction (DOT digraph, GraphML
+    // edgedefault="directed", JSON "directed": true).
+    bool directed = false;
 
     // Looks a node up by id key; null when absent.
     const std::size_t* FindNode(const std::string& key) const;

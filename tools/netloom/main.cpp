@@ -27,15 +27,7 @@ FileGraph ReadInput(const std::string& path, Format format) {
     }
     const std::string text((std::istreambuf_iterator<char>(std::cin)),
                            std::istreambuf_iterator<char>());
-    const std::string name = "<stdin>";
-    switch (format) {
-    case Format::GraphMl:
-        return ReadGraphMl(name, text);
-    case Format::EdgeList:
-        return ReadEdgeList(name, text);
-    default:
-        return ReadJsonGraph(name, text);
-    }
+    return ReadText("<stdin>", text, format);
 }
 
 std::string Render(FileGraph& graph, const LayoutResult& result, Format format) {
@@ -46,6 +38,8 @@ std::string Render(FileGraph& graph, const LayoutResult& result, Format format) 
         return WriteGraphMl(graph, result);
     case Format::EdgeList:
         return WriteEdgeList(graph, result);
+    case Format::Dot:
+        return WriteDot(graph, result);
     case Format::Json:
         break;
     }

@@ -14,9 +14,11 @@ std::string Lower(std::string s) {
 
 std::optional<Format> FormatByName(const std::string& name) {
     static const std::map<std::string, Format> names = {
-        {"json", Format::Json},         {"graphml", Format::GraphMl}, {"xml", Format::GraphMl},
-        {"edgelist", Format::EdgeList}, {"edges", Format::EdgeList},  {"el", Format::EdgeList},
-        {"txt", Format::EdgeList},      {"svg", Format::Svg}};
+        {"json", Format::Json},      {"graphml", Format::GraphMl},
+        {"xml", Format::GraphMl},    {"edgelist", Format::EdgeList},
+        {"edges", Format::EdgeList}, {"el", Format::EdgeList},
+        {"txt", Format::EdgeList},   {"gv", Format::Dot},
+        {"dot", Format::Dot},        {"svg", Format::Svg}};
     const auto it = names.find(Lower(name));
     return it == names.end() ? std::nullopt : std::optional<Format>(it->second);
 }
@@ -30,32 +32,33 @@ std::optional<Format> FormatOfPath(const std::string& path) {
     return FormatByName(path.substr(dot + 1));
 }
 
-const char* const kFormatHelp = "json, graphml or edgelist";
+const char* const kFormatHelp = "json, graphml, edgelist or dot";
 
 } // namespace
 
 CLI::App* DefineCommandLine(CLI::App& app, CommandLine& line) {
     app.description("netloom lays out network graphs: it reads a graph file, runs one of the "
                     "netloom layouts and writes positions, ports and an edge order (JSON), a "
-                    "drawing (SVG) or the graph back with positions (JSON, GraphML, edge list).");
+                    "drawing (SVG) or the graph back with positions (JSON, GraphML, edge list, "
+                    "DOT).");
     app.set_version_flag("--version", "netloom 0.1.0");
     app.require_subcommand(1);
 
     CLI::App* layout = app.add_subcommand("layout", "Lay out a graph file");
     layout
         ->add_option("INPUT", line.input,
-                     "Graph file: node-link JSON (.json), GraphML (.graphml, .xml) or an edge "
-                     "list (.edgelist, .edges, .txt); - reads standard input")
+                     "Graph file: node-link JSON (.json), GraphML (.graphml, .xml), an edge "
+                     "list (.edgelist, .edges, .txt) or DOT (.gv, .dot); - reads standard input")
         ->required();
     layout->add_option("-o,--output", line.output,
                        "Output file; its extension picks the format (.json, .svg, .graphml, "
-                       ".edgelist). Default: JSON on standard output");
+                       ".edgelist, .gv). Default: JSON on standard output");
     layout->add_option("--from", line.from,
                        std::string("Input format: ") + kFormatHelp +
                            " (default: from INPUT's "
                            "extension)");
     layout->add_option("--to", line.to,
-                       "Output format: json, svg, graphml or edgelist (default: from OUTPUT's "
+                       "Output format: json, svg, graphml, edgelist or dot (default: from OUTPUT's "
                        "extension, json on standard output)");
     layout
         ->add_option("-t,--type", line.type,
@@ -156,7 +159,7 @@ Format OutputFormat(const CommandLine& line) {
         const auto format = FormatByName(line.to);
         if (!format) {
             throw UsageError("--to: unknown output format \"" + line.to +
-                             "\"; use json, svg, graphml or edgelist");
+                             "\"; use json, svg, graphml, edgelist or dot");
         }
         return *format;
     }
@@ -166,7 +169,7 @@ Format OutputFormat(const CommandLine& line) {
     const auto format = FormatOfPath(line.output);
     if (!format) {
         throw UsageError("cannot tell the format of \"" + line.output +
-                         "\" from its extension; use --to json, svg, graphml or edgelist");
+                         "\" from its extension; use --to json, svg, graphml, edgelist or dot");
     }
     return *format;
 }

@@ -66,6 +66,7 @@ public:
         if (!top) {
             Fail(root, "no <graph> element");
         }
+        graph.directed = std::string(top.attribute("edgedefault").as_string()) == "directed";
 
         // Nodes first (edges may refer to nodes that come later), nested graphs included.
         std::vector<pugi::xml_node> edgeElements;

@@ -160,6 +160,8 @@ public:
         if (!doc.is_object()) {
             throw InputError(m_path, 1, 0, "expected an object with \"nodes\" and \"links\"");
         }
+        const auto directed = doc.find("directed");
+        graph.directed = directed != doc.end() && directed->is_boolean() && directed->get<bool>();
         const auto nodes = doc.find("nodes");
         if (nodes == doc.end() || !nodes->is_array()) {
             throw InputError(m_path, 1, 0, "expected a \"nodes\" array");

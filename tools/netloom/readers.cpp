@@ -41,19 +41,24 @@ void AddFileEdge(FileGraph& graph, FileEdge edge,
     graph.edges.push_back(std::move(edge));
 }
 
-FileGraph ReadGraph(const std::string& path, Format format) {
-    const std::string text = ReadWholeFile(path);
+FileGraph ReadText(const std::string& name, const std::string& text, Format format) {
     switch (format) {
     case Format::Json:
-        return ReadJsonGraph(path, text);
+        return ReadJsonGraph(name, text);
     case Format::GraphMl:
-        return ReadGraphMl(path, text);
+        return ReadGraphMl(name, text);
     case Format::EdgeList:
-        return ReadEdgeList(path, text);
+        return ReadEdgeList(name, text);
+    case Format::Dot:
+        return ReadDot(name, text);
     case Format::Svg:
         break;
     }
-    throw InputError(path, 0, 0, "SVG is an output format only");
+    throw InputError(name, 0, 0, "SVG is an output format only");
+}
+
+FileGraph ReadGraph(const std::string& path, Format format) {
+    return ReadText(path, ReadWholeFile(path), format);
 }
 
 } // namespace netloom_cli

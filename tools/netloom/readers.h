@@ -17,7 +17,11 @@ FileGraph ReadGraphMl(const std::string& path, const std::string& text);
 // line for nodes of their own.
 FileGraph ReadEdgeList(const std::string& path, const std::string& text);
 
-// Reads a file of the given format.
+// DOT, through Graphviz's graph library.
+FileGraph ReadDot(const std::string& path, const std::string& text);
+
+// Reads a text or a file of the given format; `name` names the text in errors.
+FileGraph ReadText(const std::string& name, const std::string& text, Format format);
 FileGraph ReadGraph(const std::string& path, Format format);
 
 // Shared by the readers: registers a node, failing on a duplicate id.

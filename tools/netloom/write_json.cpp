@@ -26,7 +26,7 @@ bool HasParallelEdges(const FileGraph& graph) {
 
 Json FreshDocument(const FileGraph& graph) {
     Json doc = Json::object();
-    doc["directed"] = false;
+    doc["directed"] = graph.directed;
     doc["multigraph"] = HasParallelEdges(graph);
     doc["graph"] = Json::object();
     Json& nodes = doc["nodes"] = Json::array();

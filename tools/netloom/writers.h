@@ -18,6 +18,8 @@ std::string WriteJson(const FileGraph& graph, const LayoutResult& result);
 std::string WriteGraphMl(FileGraph& graph, const LayoutResult& result);
 // The edge-list format, with a node line per node carrying its position.
 std::string WriteEdgeList(const FileGraph& graph, const LayoutResult& result);
+// DOT with pos on every node: the input graph when it was DOT.
+std::string WriteDot(FileGraph& graph, const LayoutResult& result);
 // A drawing: boxes with labels, edges between them.
 std::string WriteSvg(const FileGraph& graph, const LayoutResult& result);
 

@@ -1,0 +1,181 @@
+// DOT (Graphviz) through Graphviz's own graph library: nodes, edges with their
+// ports ("node:port", tailport, headport), pos (with pin or a trailing '!') as
+// start positions and fixed flags, label, len as the natural length, digraph as
+// directed; subgraphs and clusters are flattened, strict graphs keep one edge per
+// pair as Graphviz does.
+
+#include "readers.h"
+
+#include <graphviz/cgraph.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+#include <cstring>
+
+namespace netloom_cli {
+namespace {
+
+// Layout units are Graphviz points; len is in inches.
+constexpr double kPointsPerInch = 72.0;
+
+// Graphviz reports errors through a callback; the reader keeps the last one.
+std::string& LastDotError() {
+    static std::string message;
+    return message;
+}
+
+int KeepDotError(char* message) {
+    LastDotError() += message;
+    return 0;
+}
+
+// An attribute's value, or empty when the graph does not declare it.
+std::string Attribute(void* object, const char* name) {
+    const char* value = agget(object, const_cast<char*>(name));
+    return value == nullptr ? std::string() : std::string(value);
+}
+
+// The line Graphviz names in "syntax error in line 3 near ...", or 0.
+int ErrorLine(const std::string& message) {
+    const std::size_t at = message.find("line ");
+    return at == std::string::npos ? 0 : std::atoi(message.c_str() + at + 5);
+}
+
+class DotReader {
+public:
+    DotReader(const std::string& path, const std::string& text) : m_path(path), m_text(text) {}
+
+    FileGraph Read() {
+        FileGraph graph;
+        graph.path = m_path;
+        graph.format = Format::Dot;
+        LastDotError().clear();
+        agseterr(AGERR);
+        agseterrf(KeepDotError);
+        agreadline(1);
+        Agraph_t* g = agmemread(m_text.c_str());
+        agseterrf(nullptr);
+        if (g == nullptr || agerrors() != 0) {
+            if (g != nullptr) {
+                agclose(g);
+            }
+            std::string message = LastDotError();
+            while (!message.empty() && (message.back() == '\n' || message.back() == ' ')) {
+                message.pop_back();
+            }
+            if (message.compare(0, 7, "Error: ") == 0) {
+                message.erase(0, 7);
+            }
+            agreseterrors();
+            throw InputError(m_path, ErrorLine(message), 0,
+                             "malformed DOT: " + (message.empty() ? "no graph" : message));
+        }
+        graph.dot.reset(g, [](Agraph_t* d) { agclose(d); });
+        graph.directed = agisdirected(g) != 0;
+        graph.ReserveNodes(static_cast<std::size_t>(agnnodes(g)));
+        for (Agnode_t* n = agfstnode(g); n != nullptr; n = agnxtnode(g, n)) {
+            // Node names are looked up in a dictionary: do it once per node.
+            const std::size_t seq = static_cast<std::size_t>(AGSEQ(n));
+            if (seq >= m_nodeBySeq.size()) {
+                m_nodeBySeq.resize(2 * seq + 1);
+            }
+            m_nodeBySeq[seq] = graph.nodes.size();
+            ReadNode(graph, n);
+        }
+        std::vector<Agedge_t*> edges;
+        for (Agnode_t* n = agfstnode(g); n != nullptr; n = agnxtnode(g, n)) {
+            for (Agedge_t* e = agfstout(g, n); e != nullptr; e = agnxtout(g, e)) {
+                edges.push_back(e);
+            }
+        }
+        // In the order the file gave them.
+        std::sort(edges.begin(), edges.end(),
+                  [](Agedge_t* a, Agedge_t* b) { return AGSEQ(a) < AGSEQ(b); });
+        graph.edges.reserve(edges.size());
+        std::unordered_map<std::string, std::size_t> edgeIds;
+        for (Agedge_t* e : edges) {
+            ReadEdge(graph, e, edgeIds);
+        }
+        return graph;
+    }
+
+private:
+    void ReadNode(FileGraph& graph, Agnode_t* n) {
+        FileNode node;
+        node.id = MakeTextId(agnameof(n));
+        node.sourceIndex = graph.dotNodes.size();
+        const std::string label = Attribute(n, "label");
+        if (!label.empty() && label != "\\N") {
+            node.label = label;
+        }
+        // Graphviz's y grows upward, the layout's downward.
+        const std::string pos = Attribute(n, "pos");
+        if (!pos.empty()) {
+            char* end = nullptr;
+            const double x = std::strtod(pos.c_str(), &end);
+            const bool comma = end != nullptr && *end == ',';
+            const double y = comma ? std::strtod(end + 1, &end) : 0.0;
+            if (!comma || !std::isfinite(x) || !std::isfinite(y)) {
+                throw InputError(m_path, 0, 0,
+                                 "node \"" + node.id.key + "\" pos \"" + pos + "\" is not \"x,y\"");
+            }
+            node.x = x;
+            node.y = -y;
+            node.hasPosition = true;
+            node.fixed = std::strchr(end, '!') != nullptr;
+        }
+        const std::string pin = Attribute(n, "pin");
+        if (pin == "true" || pin == "1" || pin == "yes") {
+            node.fixed = true;
+        }
+        graph.dotNodes.push_back(n);
+        AddFileNode(graph, std::move(node));
+    }
+
+    void ReadEdge(FileGraph& graph, Agedge_t* e,
+                  std::unordered_map<std::string, std::size_t>& edgeIds) {
+        FileEdge edge;
+        edge.sourceIndex = graph.edges.size();
+        edge.source = m_nodeBySeq[static_cast<std::size_t>(AGSEQ(agtail(e)))];
+        edge.target = m_nodeBySeq[static_cast<std::size_t>(AGSEQ(aghead(e)))];
+        const char* key = agnameof(e);
+        if (key != nullptr && *key != '\0') {
+            edge.key = MakeTextId(key);
+        }
+        const std::string id = Attribute(e, "id");
+        if (!id.empty()) {
+            edge.id = MakeTextId(id);
+        }
+        const std::string tailPort = Attribute(e, "tailport");
+        if (!tailPort.empty()) {
+            edge.sourcePort = MakeTextId(tailPort);
+        }
+        const std::string headPort = Attribute(e, "headport");
+        if (!headPort.empty()) {
+            edge.targetPort = MakeTextId(headPort);
+        }
+        const std::string len = Attribute(e, "len");
+        if (!len.empty()) {
+            char* end = nullptr;
+            const double value = std::strtod(len.c_str(), &end);
+            if (end == len.c_str()) {
+                throw InputError(m_path, 0, 0, "edge len \"" + len + "\" is not a number");
+            }
+            edge.length = CheckedLength(value * kPointsPerInch, m_path, 0, 0);
+        }
+        AddFileEdge(graph, std::move(edge), edgeIds);
+    }
+
+    const std::string& m_path;
+    const std::string& m_text;
+    std::vector<std::size_t> m_nodeBySeq; // node index by Graphviz's sequence number
+};
+
+} // namespace
+
+FileGraph ReadDot(const std::string& path, const std::string& text) {
+    return DotReader(path, text).Read();
+}
+
+} // namespace netloom_cli
