@@ -13,6 +13,11 @@
 #include <cstdlib>
 #include <cstring>
 
+// Drops what Graphviz's DOT scanner still holds of a text (the rest after the
+// first graph, or after an error). Exported by the library, not declared in its
+// public header.
+extern "C" void aglexbad(void);
+
 namespace netloom_cli {
 namespace {
 
@@ -28,6 +33,37 @@ std::string& LastDotError() {
 int KeepDotError(char* message) {
     LastDotError() += message;
     return 0;
+}
+
+int IgnoreDotError(char*) {
+    return 0;
+}
+
+// Graphviz's scanner keeps its state between reads: besides the rest of the
+// text, a string, comment or HTML label left open stays open and swallows the
+// start of the next text. Closes what is open until a probe reads cleanly.
+void ResetScanner() {
+    agseterrf(IgnoreDotError);
+    for (const char* closer : {"", "\"", "*/", ">", ">", ">", ">", ">", ">", ">", ">"}) {
+        if (*closer != '\0') {
+            if (Agraph_t* g = agmemread(closer)) {
+                agclose(g);
+            }
+            aglexbad();
+        }
+        agreseterrors();
+        Agraph_t* probe = agmemread("graph{}");
+        aglexbad();
+        const bool clean = probe != nullptr && agerrors() == 0;
+        if (probe != nullptr) {
+            agclose(probe);
+        }
+        if (clean) {
+            break;
+        }
+    }
+    agreseterrors();
+    agseterrf(KeepDotError);
 }
 
 // An attribute's value, or empty when the graph does not declare it.
@@ -51,12 +87,15 @@ public:
         graph.path = m_path;
         graph.format = Format::Dot;
         LastDotError().clear();
+        agreseterrors(); // the count runs on from earlier reads
         agseterr(AGERR);
         agseterrf(KeepDotError);
         agreadline(1);
         Agraph_t* g = agmemread(m_text.c_str());
-        agseterrf(nullptr);
-        if (g == nullptr || agerrors() != 0) {
+        const int errors = agerrors();
+        aglexbad();
+        ResetScanner();
+        if (g == nullptr || errors != 0) {
             if (g != nullptr) {
                 agclose(g);
             }
@@ -67,7 +106,6 @@ public:
             if (message.compare(0, 7, "Error: ") == 0) {
                 message.erase(0, 7);
             }
-            agreseterrors();
             throw InputError(m_path, ErrorLine(message), 0,
                              "malformed DOT: " + (message.empty() ? "no graph" : message));
         }
