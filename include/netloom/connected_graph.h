@@ -32,6 +32,10 @@ public:
     bool RadiantLayout();
     bool ForceDirectedLayout();
     bool LayeredLayout();
+    // The levels the tree or hierarchy layout (by the component's layout type)
+    // gives the component without a strategy: level to node ids, ascending. A
+    // strategy can hand them back for components it has no levels for.
+    bool GetDefaultLevels(std::map<int, std::vector<int>>& levels) const;
 
     // Radiant layout (src/radial/): one breadth-first expansion step, and the
     // clearing of every node's visited flag.

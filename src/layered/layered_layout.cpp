@@ -50,3 +50,17 @@ bool CConnectedGraph::LayeredLayout() {
     }
     return true;
 }
+
+bool CConnectedGraph::GetDefaultLevels(std::map<int, std::vector<int>>& levels) const {
+    // The workspace only reads the component.
+    CLayeredLayout layout(const_cast<CConnectedGraph*>(this), 1);
+    if (!layout.CollectLayoutEdges() || !layout.AssignLevels()) {
+        return false;
+    }
+    for (const CLayerNode* node : layout.GetLayerNodesById()) {
+        if (layout.FindGraphNode(node->m_iID) != nullptr) {
+            levels[node->m_iLevel].push_back(layout.ToHostID(node->m_iID));
+        }
+    }
+    return true;
+}

@@ -7,6 +7,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <map>
 #include <queue>
 #include <random>
 #include <set>
@@ -261,5 +263,17 @@ TEST(LayeredLevels, LevelsAreDistancesFromTheRoots) {
                 EXPECT_EQ(parents.size(), up.size());
             }
         }
+        // A component hands out the same levels, ids ascending within a level.
+        g.Layout(40, CNetworkGraph::m_iTreeLayout, 200);
+        std::map<int, std::vector<int>> levels;
+        ASSERT_TRUE((*g.GetConnectedGraphs().begin())->GetDefaultLevels(levels));
+        std::size_t count = 0;
+        for (const auto& [level, ids] : levels) {
+            EXPECT_TRUE(std::is_sorted(ids.begin(), ids.end()));
+            for (int v : ids)
+                EXPECT_EQ(dist[static_cast<std::size_t>(v)], level) << v;
+            count += ids.size();
+        }
+        EXPECT_EQ(count, 120u);
     }
 }

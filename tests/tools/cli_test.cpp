@@ -570,6 +570,34 @@ TEST_F(CliTest, HelpDocumentsEveryOptionWithItsDefault) {
     }
 }
 
+// A directed input is layered by direction: every edge points down. A levels
+// file that leaves nodes out places them next to a listed neighbour and says so.
+TEST_F(CliTest, LevelsFromDirectionAndFromPartialFiles) {
+    const std::string dag = std::string(NETLOOM_TEST_DATA_DIR) + "/corpus/uplinks.gv";
+    for (const char* type : {"tree", "hierarchy"}) {
+        const json out = LayoutJson({"layout", dag, "-t", type});
+        EXPECT_EQ(out["layout"]["levels"], "direction");
+        std::map<std::string, double> y;
+        for (const json& node : out["nodes"])
+            y[node["id"]] = node["y"];
+        for (const json& link : out["links"])
+            EXPECT_LT(y[link["source"]], y[link["target"]]) << type << " " << link.dump();
+    }
+    EXPECT_EQ(LayoutJson({"layout", dag, "--levels", "degree"})["layout"]["levels"], "degree");
+
+    const fs::path part = File("part.txt", "0: core1\n");
+    const ToolRun run = Tool({"layout", (fs::path(kExamples) / "campus.json").string(), "--levels",
+                              part.string(), "-o", Path("p.json").string()});
+    ASSERT_EQ(run.status, 0) << run.err;
+    EXPECT_EQ(run.err.rfind("netloom: warning: the levels file leaves out ", 0), 0u) << run.err;
+    EXPECT_EQ(std::count(run.err.begin(), run.err.end(), '\n'), 1) << run.err;
+    std::set<std::pair<double, double>> places;
+    const json placed = json::parse(Slurp(Path("p.json")));
+    for (const json& node : placed["nodes"])
+        places.emplace(node["x"], node["y"]);
+    EXPECT_EQ(places.size(), placed["nodes"].size()) << "no two nodes on one point";
+}
+
 TEST_F(CliTest, OptionsReachTheLayoutAndAreReported) {
     const fs::path levels = File("levels.txt", "# roots first\n0: core1 core2\n1: fw\n");
     const json out =
@@ -584,7 +612,8 @@ TEST_F(CliTest, OptionsReachTheLayoutAndAreReported) {
     EXPECT_EQ(layout["maxCols"], 3);
     EXPECT_EQ(layout["direction"], 2);
     EXPECT_EQ(layout["arrangeMode"], 2);
-    EXPECT_EQ(layout["levels"], levels.string());
+    EXPECT_EQ(layout["levels"], "file");
+    EXPECT_EQ(layout["levelsFile"], levels.string());
 
     // Numbers as layout names, JSON levels, standard input and output formats by name.
     File("levels.json", R"({"0": ["core1"], "3": ["fw", "isp"]})");

@@ -21,13 +21,15 @@ struct LayoutOptions {
     int layerSpacing = 200;
     int maxCols = 0; // 0: no limit
     bool fixedLayout = false;
-    std::string levelsFile;
+    // --levels: "direction", "degree", a levels file, or empty for direction on
+    // directed inputs and degree on the others.
+    std::string levels;
     int direction = 0;    // 0: not given
     int arrangeMode = -1; // -1: not given
     ProgressMode progress = ProgressMode::Auto;
     int threads = 0; // force layout threads; 0: one per hardware thread
 
-    bool UsesStrategy() const { return !levelsFile.empty() || direction != 0 || arrangeMode != -1; }
+    bool UsesStrategy() const { return direction != 0 || arrangeMode != -1; }
 };
 
 // Side codes as the library reports them.
@@ -62,11 +64,12 @@ struct LayoutResult {
     std::vector<PortPlace> sourcePlace, targetPlace;    // per edge
     std::vector<std::pair<std::size_t, int>> edgeOrder; // edge index, component index
     int componentCount = 0;
+    // Where the layered layouts' levels came from: "direction", "degree" or
+    // "file"; and how many nodes a levels file left out of a component it
+    // names, placed next to their nearest listed neighbour.
+    std::string levels;
+    std::size_t placedByNeighbour = 0;
 };
-
-// Levels read from a --levels file: level key to node indices.
-using LevelMap = std::map<int, std::vector<std::size_t>>;
-LevelMap ReadLevelsFile(const std::string& path, const FileGraph& graph);
 
 LayoutResult RunLayout(const FileGraph& graph, const LayoutOptions& options);
 

@@ -75,6 +75,12 @@ int main(int argc, char** argv) {
     try {
         FileGraph graph = ReadInput(line.input, inputFormat);
         const LayoutResult result = RunLayout(graph, line.layout);
+        if (result.placedByNeighbour > 0) {
+            std::fprintf(stderr,
+                         "netloom: warning: the levels file leaves out %zu node(s) of components "
+                         "it names; each went one level below its nearest listed neighbour\n",
+                         result.placedByNeighbour);
+        }
         const std::string text = Render(graph, result, outputFormat);
         if (line.output.empty()) {
             std::cout << text;

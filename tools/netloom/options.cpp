@@ -83,10 +83,14 @@ CLI::App* DefineCommandLine(CLI::App& app, CommandLine& line) {
     layout->add_flag("--fixed-layout", line.layout.fixedLayout,
                      "Keep components that hold a fixed node where they are and stack the "
                      "others below them (default: off)");
-    layout->add_option("--levels", line.layout.levelsFile,
-                       "Level file for the layered layouts: lines \"LEVEL: NODE NODE ...\" or a "
-                       "JSON object {\"LEVEL\": [NODE, ...]}; the lowest level holds the roots "
-                       "(default: none, the layout picks its roots)");
+    layout->add_option("--levels", line.layout.levels,
+                       "Levels of the tree and hierarchy layouts: \"direction\" (each node at "
+                       "its longest directed path from a source, cycles broken), \"degree\" (the "
+                       "layout picks its roots among the best-connected nodes), or a levels file: "
+                       "lines \"LEVEL: NODE NODE ...\" or a JSON object {\"LEVEL\": [NODE, ...]}, "
+                       "the lowest level holding the roots; nodes it leaves out go one level below "
+                       "their nearest listed neighbour (default: direction for directed inputs, "
+                       "else degree)");
     layout
         ->add_option("--direction", line.layout.direction,
                      "Orientation of the layered grid, 1 to 4 (default: 1)")

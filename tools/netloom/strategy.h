@@ -6,34 +6,38 @@
 
 #include <map>
 #include <set>
+#include <unordered_map>
 #include <vector>
 
 namespace netloom_cli {
 
 class CommandLineStrategy : public CLayoutStrategy {
 public:
-    // levels: level key to library node ids; empty when no --levels file.
-    CommandLineStrategy(const CNetworkGraph& graph, int layoutType, int direction, int arrangeMode,
+    // levels: level key to library node ids; empty for the library's own.
+    CommandLineStrategy(const CNetworkGraph& graph, int direction, int arrangeMode,
                         std::map<int, std::vector<int>> levels)
-        : m_graph(graph), m_iLayoutType(layoutType), m_iDirection(direction),
-          m_iArrangeMode(arrangeMode), m_mapLevels(std::move(levels)) {}
+        : m_graph(graph), m_iDirection(direction), m_iArrangeMode(arrangeMode),
+          m_mapLevels(std::move(levels)) {}
 
     int GetArrangeMode() override { return m_iArrangeMode; }
     int GetDirection() override { return m_iDirection; }
-    // The file's levels restricted to the component; a component the file does
-    // not mention gets the levels the layout would choose by itself.
+    // The given levels restricted to the component, each node they leave out
+    // one level below its nearest listed neighbour; a component they do not
+    // mention gets the levels the layout would choose by itself.
     bool GetLevels(std::set<int>& nodeIds, std::map<int, std::vector<int>>& levels) override;
 
+    // Nodes placed next to a listed neighbour so far.
+    std::size_t PlacedByNeighbour() const { return m_placed; }
+
 private:
-    bool DefaultLevels(const std::set<int>& nodeIds, std::map<int, std::vector<int>>& levels) const;
-    std::vector<int> BreadthFirstLevels(const std::set<int>& nodeIds,
-                                        const std::vector<int>& roots) const;
+    const CConnectedGraph* ComponentOf(int nodeId);
 
     const CNetworkGraph& m_graph;
-    int m_iLayoutType;
     int m_iDirection;
     int m_iArrangeMode;
     std::map<int, std::vector<int>> m_mapLevels;
+    std::unordered_map<int, const CConnectedGraph*> m_components;
+    std::size_t m_placed = 0;
 };
 
 } // namespace netloom_cli

@@ -138,10 +138,13 @@ std::string WriteJson(const FileGraph& graph, const LayoutResult& result) {
     layout["layerSpacing"] = options.layerSpacing;
     layout["maxCols"] = options.maxCols;
     layout["fixedLayout"] = options.fixedLayout;
+    layout["levels"] = result.levels;
+    if (result.levels == "file") {
+        layout["levelsFile"] = options.levels;
+    }
     if (options.UsesStrategy()) {
         layout["direction"] = options.direction != 0 ? options.direction : 1;
         layout["arrangeMode"] = options.arrangeMode != -1 ? options.arrangeMode : 0;
-        layout["levels"] = options.levelsFile.empty() ? Json() : Json(options.levelsFile);
     }
     layout["components"] = result.componentCount;
     return DumpJson(doc, 2) + "\n";
