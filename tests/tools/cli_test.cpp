@@ -514,12 +514,23 @@ TEST_F(CliTest, BadInputGivesOneLineAndLeavesTheOutputAlone) {
     }
 }
 
-// The ids of a layout's nodes as the tool matches them, and its edge count.
-std::pair<std::set<std::string>, std::size_t> Shape(const json& layout) {
+// The ids of a layout's nodes as the tool matches them, its edges and the
+// port names at their ends.
+std::pair<std::set<std::string>, std::multiset<std::string>> Shape(const json& layout) {
     std::set<std::string> ids;
     for (const json& node : layout["nodes"])
         ids.insert(node["id"].is_string() ? node["id"].get<std::string>() : node["id"].dump());
-    return {ids, layout.contains("links") ? layout["links"].size() : layout["edges"].size()};
+    auto port = [](const json& link, std::initializer_list<const char*> names) {
+        for (const char* name : names)
+            if (link.contains(name))
+                return link[name].dump();
+        return std::string("-");
+    };
+    std::multiset<std::string> ports;
+    for (const json& link : layout.contains("links") ? layout["links"] : layout["edges"])
+        ports.insert(port(link, {"sourcePort", "source_port", "tailport"}) + " " +
+                     port(link, {"targetPort", "target_port", "headport"}));
+    return {ids, ports};
 }
 
 // Every file of the project's corpus (the input forms other tools write) is read,

@@ -39,6 +39,12 @@ TextPosition LineIndex::At(std::size_t offset) const {
     return pos;
 }
 
+std::string LocalName(const pugi::xml_node& node) {
+    const char* name = node.name();
+    const char* colon = std::strrchr(name, ':');
+    return colon != nullptr ? colon + 1 : name;
+}
+
 std::string ReadWholeFile(const std::string& path) {
     std::ifstream in(path, std::ios::binary);
     if (!in) {

@@ -65,6 +65,9 @@ private:
     std::size_t m_size;
 };
 
+// Element name without a namespace prefix ("y:Geometry" -> "Geometry").
+std::string LocalName(const pugi::xml_node& node);
+
 // Reads a whole file; throws InputError when it cannot be read.
 std::string ReadWholeFile(const std::string& path);
 

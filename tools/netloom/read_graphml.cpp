@@ -15,13 +15,6 @@
 namespace netloom_cli {
 namespace {
 
-// Element name without a namespace prefix ("y:Geometry" -> "Geometry").
-std::string LocalName(const pugi::xml_node& node) {
-    const char* name = node.name();
-    const char* colon = std::strrchr(name, ':');
-    return colon != nullptr ? colon + 1 : name;
-}
-
 std::string Lower(std::string s) {
     for (char& c : s) {
         if (c >= 'A' && c <= 'Z') {
@@ -147,9 +140,9 @@ private:
             if (domain == "edge" || domain == "all") {
                 if (name == "length") {
                     role = Role::Length;
-                } else if (name == "sourceport" || name == "source_port") {
+                } else if (name == "sourceport" || name == "source_port" || name == "tailport") {
                     role = Role::SourcePort;
-                } else if (name == "targetport" || name == "target_port") {
+                } else if (name == "targetport" || name == "target_port" || name == "headport") {
                     role = Role::TargetPort;
                 }
                 if (role != Role::None) {

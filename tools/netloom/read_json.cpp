@@ -345,12 +345,17 @@ private:
                 Fail(array, i, "length", where + ": " + e.what());
             }
         }
-        const char* ports[2] = {"sourcePort", "targetPort"};
+        // The names d3, networkx users and Graphviz give the ports, first found.
+        const char* ports[2][3] = {{"sourcePort", "source_port", "tailport"},
+                                   {"targetPort", "target_port", "headport"}};
         for (int end = 0; end < 2; ++end) {
-            const auto it = element.find(ports[end]);
-            if (it != element.end() && !it->is_null()) {
-                (end == 0 ? edge.sourcePort : edge.targetPort) =
-                    ReadId(*it, array, i, ports[end], where + " " + ports[end]);
+            for (const char* key : ports[end]) {
+                const auto it = element.find(key);
+                if (it != element.end() && !it->is_null()) {
+                    (end == 0 ? edge.sourcePort : edge.targetPort) =
+                        ReadId(*it, array, i, key, where + " " + key);
+                    break;
+                }
             }
         }
         try {

@@ -7,12 +7,6 @@
 namespace netloom_cli {
 namespace {
 
-std::string LocalName(const pugi::xml_node& node) {
-    const char* name = node.name();
-    const char* colon = std::strrchr(name, ':');
-    return colon != nullptr ? colon + 1 : name;
-}
-
 // The id of the node key named attrName, declared before the graph when missing.
 std::string EnsureNodeKey(pugi::xml_node root, const char* attrName) {
     std::set<std::string> ids;
