@@ -10,6 +10,8 @@ Two levels:
   ports and the edge order.
 """
 
+import warnings
+
 from ._netloom import (  # noqa: F401
     FORCE_DIRECTED,
     HIERARCHY,
@@ -18,6 +20,7 @@ from ._netloom import (  # noqa: F401
     TREE,
     Graph,
     LayoutStrategy,
+    direction_levels,
     layout_parameters,
     set_layout_threads,
 )
@@ -137,7 +140,12 @@ def layout_result(
     pos / fixed: start positions {node: (x, y)} and nodes the force-directed
        layout must not move (with fixed_layout=True their components stay put).
     levels / direction / arrange_mode: a strategy for the tree and hierarchy
-       layouts ({level: [nodes]}, 1 to 4, 2 to split the second level); or
+       layouts. levels: "direction" (each node at its longest directed path from
+       a source, cycles broken; the default for a directed G), "degree" (the
+       layout picks its roots) or {level: [nodes]} (a node it leaves out of a
+       component it names goes one level below its nearest listed neighbour,
+       with a UserWarning); direction 1 to 4; arrange_mode 2 splits the second
+       level. Or
        strategy, an object with any of get_levels(nodes), get_direction() and
        get_arrange_mode() working on your node ids.
     length, source_port, target_port: edge attribute names.
@@ -207,11 +215,42 @@ def layout_result(
     if max_cols is not None:
         graph.set_max_col_count(int(max_cols))
     graph.set_fixed_layout(bool(fixed_layout))
-    if levels is not None or strategy is not None or direction != 1 or arrange_mode != 0:
+    layered = type_code in (KINDS["tree"], KINDS["hierarchy"])
+    directed = hasattr(G, "is_directed") and G.is_directed()
+    if levels is None and strategy is None and directed and layered:
+        levels = "direction"
+    if strategy is not None:
+        if isinstance(levels, str):
+            raise ValueError("levels=%r and a strategy cannot be combined" % (levels,))
         graph.set_strategy(
             _MappedStrategy(to_int, to_node, levels, int(direction), int(arrange_mode), strategy)
         )
+    elif levels is not None or direction != 1 or arrange_mode != 0:
+        if levels == "direction":
+            by_level = {}
+            index_edges = [(to_int[u] - 1, to_int[v] - 1) for u, v, _, _ in edges]
+            for i, level in enumerate(direction_levels(len(nodes), index_edges), start=1):
+                by_level.setdefault(level, []).append(i)
+        elif levels is None or levels == "degree":
+            by_level = {}
+        elif isinstance(levels, str):
+            raise ValueError("levels must be 'direction', 'degree' or {level: [nodes]}, not %r" % (levels,))
+        else:
+            # Nodes outside this graph are passed on as ids the graph does not hold.
+            by_level = {
+                int(key): [to_int.get(n, -1 - i) for i, n in enumerate(members)]
+                for key, members in levels.items()
+            }
+        graph.set_levels(by_level, int(direction), int(arrange_mode))
     graph.layout(int(distance), type_code, int(layer_spacing))
+    placed = graph.placed_by_neighbour()
+    if placed:
+        warnings.warn(
+            "the levels leave out %d node(s) of components they name; each went one level "
+            "below its nearest listed neighbour" % placed,
+            UserWarning,
+            stacklevel=2,
+        )
 
     sign = -1.0 if flip_y else 1.0
     positions = graph.positions()

@@ -3,6 +3,8 @@
 
 #include <netloom/netloom.h>
 
+#include "level_rules.h"
+
 #include <pybind11/functional.h>
 #include <pybind11/numpy.h>
 #include <pybind11/pybind11.h>
@@ -10,6 +12,7 @@
 
 #include <exception>
 #include <map>
+#include <memory>
 #include <optional>
 #include <set>
 #include <string>
@@ -88,10 +91,31 @@ private:
     std::exception_ptr m_pending;
 };
 
+// Levels given as a whole, completed per component as the command-line tool does.
+class GivenLevelsStrategy : public CLayoutStrategy {
+public:
+    GivenLevelsStrategy(const CNetworkGraph& graph, std::map<int, std::vector<int>> levels,
+                        int direction, int arrangeMode)
+        : m_completer(graph, std::move(levels)), m_iDirection(direction),
+          m_iArrangeMode(arrangeMode) {}
+    int GetArrangeMode() override { return m_iArrangeMode; }
+    int GetDirection() override { return m_iDirection; }
+    bool GetLevels(std::set<int>& nodeIds, std::map<int, std::vector<int>>& levels) override {
+        return m_completer.Complete(nodeIds, levels);
+    }
+    std::size_t Placed() const { return m_completer.Placed(); }
+
+private:
+    netloom_cli::LevelCompleter m_completer;
+    int m_iDirection;
+    int m_iArrangeMode;
+};
+
 // The Python Graph: a host graph plus the strategy object it keeps alive.
 struct PyGraph {
     CNetworkGraph graph;
     py::object strategy = py::none();
+    std::unique_ptr<GivenLevelsStrategy> givenLevels;
 };
 
 CNode* RequireNode(const PyGraph& g, int id) {
@@ -251,6 +275,20 @@ PYBIND11_MODULE(_netloom, m) {
         },
         "The process-wide layout parameters set by the last layout.");
     m.def(
+        "direction_levels",
+        [](std::size_t count, const std::vector<std::pair<std::size_t, std::size_t>>& edges) {
+            for (const auto& [source, target] : edges) {
+                if (source >= count || target >= count) {
+                    throw py::index_error("an edge names a node index out of range");
+                }
+            }
+            return netloom_cli::LongestPathLevels(count, edges);
+        },
+        py::arg("count"), py::arg("edges"),
+        "Levels by edge direction for nodes 0..count-1 and (source, target) index pairs: the "
+        "longest directed path from a source, cycles broken by reversing the edges a "
+        "depth-first search in the given order finds going back.");
+    m.def(
         "set_layout_threads",
         [](int threads) {
             if (threads < 0) {
@@ -313,8 +351,25 @@ PYBIND11_MODULE(_netloom, m) {
                     g.graph.SetLayoutStrategy(strategy.cast<CLayoutStrategy*>());
                 }
                 g.strategy = strategy;
+                g.givenLevels.reset();
             },
             py::arg("strategy"), "Attaches a LayoutStrategy (None removes it).")
+        .def(
+            "set_levels",
+            [](PyGraph& g, std::map<int, std::vector<int>> levels, int direction, int arrangeMode) {
+                g.givenLevels = std::make_unique<GivenLevelsStrategy>(g.graph, std::move(levels),
+                                                                      direction, arrangeMode);
+                g.graph.SetLayoutStrategy(g.givenLevels.get());
+                g.strategy = py::none();
+            },
+            py::arg("levels"), py::arg("direction") = 1, py::arg("arrange_mode") = 0,
+            "Lays the tree and hierarchy layouts out on these levels ({level: [node ids]}): a "
+            "node they leave out of a component they name goes one level below its nearest "
+            "listed neighbour, a component they do not name gets the layout's own levels.")
+        .def(
+            "placed_by_neighbour",
+            [](const PyGraph& g) { return g.givenLevels ? g.givenLevels->Placed() : 0; },
+            "Nodes that set_levels left out and the last layouts placed by a neighbour.")
         .def(
             "layout",
             [](PyGraph& g, int distance, int type, int layerSpacing) {

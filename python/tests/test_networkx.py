@@ -57,3 +57,21 @@ def test_levels_given_by_node_name():
         G, kind="tree", levels={0: ["low"], 1: ["mid"], 2: ["top"]}, flip_y=False
     )
     assert result.grid["low"][1] < result.grid["mid"][1] < result.grid["top"][1]
+
+
+@pytest.mark.parametrize("kind", ["tree", "hierarchy"])
+def test_directed_graphs_are_layered_by_direction(kind):
+    G = nx.DiGraph([("app", "lib"), ("lib", "core"), ("app", "core"), ("core", "app")])
+    G.add_edge("tool", "lib")
+    pos = netloom.layout(G, kind=kind)  # y upward: sources on top
+    assert pos["app"][1] > pos["lib"][1] > pos["core"][1]
+    assert pos["tool"][1] > pos["lib"][1]
+    by_degree = netloom.layout(G, kind=kind, levels="degree")
+    assert set(by_degree) == set(G)
+
+
+def test_partial_levels_place_the_rest_with_a_warning():
+    G = nx.florentine_families_graph()
+    with pytest.warns(UserWarning, match="leave out 13 node"):
+        pos = netloom.layout(G, kind="hierarchy", levels={0: ["Medici"], 1: ["Pazzi"]})
+    assert len(set(pos.values())) == len(G)

@@ -1,5 +1,7 @@
 #include "levels.h"
 
+#include "level_rules.h"
+
 #include <cstdlib>
 #include <sstream>
 
@@ -88,77 +90,14 @@ LevelMap ReadLevelsFile(const std::string& path, const FileGraph& graph) {
 }
 
 LevelMap DirectionLevels(const FileGraph& graph) {
-    const std::size_t n = graph.nodes.size();
-    std::vector<std::vector<std::size_t>> out(n); // edge indices by source, in file order
-    for (std::size_t j = 0; j < graph.edges.size(); ++j) {
-        if (graph.edges[j].source != graph.edges[j].target) {
-            out[graph.edges[j].source].push_back(j);
-        }
+    std::vector<std::pair<std::size_t, std::size_t>> edges;
+    edges.reserve(graph.edges.size());
+    for (const FileEdge& edge : graph.edges) {
+        edges.emplace_back(edge.source, edge.target);
     }
-    // Depth-first search without recursion; an edge into a node still on the
-    // stack goes back and is reversed.
-    enum : char { kNew, kOnStack, kDone };
-    std::vector<char> state(n, kNew);
-    std::vector<char> reversed(graph.edges.size(), 0);
-    struct Frame {
-        std::size_t node;
-        std::size_t next;
-    };
-    std::vector<Frame> stack;
-    for (std::size_t start = 0; start < n; ++start) {
-        if (state[start] != kNew) {
-            continue;
-        }
-        state[start] = kOnStack;
-        stack.push_back({start, 0});
-        while (!stack.empty()) {
-            Frame& top = stack.back();
-            if (top.next == out[top.node].size()) {
-                state[top.node] = kDone;
-                stack.pop_back();
-                continue;
-            }
-            const std::size_t j = out[top.node][top.next++];
-            const std::size_t to = graph.edges[j].target;
-            if (state[to] == kOnStack) {
-                reversed[j] = 1;
-            } else if (state[to] == kNew) {
-                state[to] = kOnStack;
-                stack.push_back({to, 0});
-            }
-        }
-    }
-    // Longest paths over the acyclic result, sources first (Kahn's order).
-    std::vector<std::vector<std::size_t>> next(n);
-    std::vector<std::size_t> indegree(n, 0);
-    for (std::size_t j = 0; j < graph.edges.size(); ++j) {
-        const FileEdge& e = graph.edges[j];
-        if (e.source == e.target) {
-            continue;
-        }
-        const std::size_t from = reversed[j] ? e.target : e.source;
-        const std::size_t to = reversed[j] ? e.source : e.target;
-        next[from].push_back(to);
-        ++indegree[to];
-    }
-    std::vector<int> level(n, 0);
-    std::vector<std::size_t> queue;
-    for (std::size_t v = 0; v < n; ++v) {
-        if (indegree[v] == 0) {
-            queue.push_back(v);
-        }
-    }
-    for (std::size_t k = 0; k < queue.size(); ++k) {
-        const std::size_t v = queue[k];
-        for (std::size_t w : next[v]) {
-            level[w] = std::max(level[w], level[v] + 1);
-            if (--indegree[w] == 0) {
-                queue.push_back(w);
-            }
-        }
-    }
+    const std::vector<int> level = LongestPathLevels(graph.nodes.size(), edges);
     LevelMap levels;
-    for (std::size_t v = 0; v < n; ++v) {
+    for (std::size_t v = 0; v < level.size(); ++v) {
         levels[level[v]].push_back(v);
     }
     return levels;
