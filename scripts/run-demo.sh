@@ -28,5 +28,6 @@ run services-hierarchy examples/services.edgelist --type hierarchy
 run services-force     examples/services.edgelist --type force --distance 60
 run mesh-force         examples/mesh.json        --type force
 run mesh-radial        examples/mesh.json        --type radial
+run uplinks-hierarchy  tests/data/corpus/uplinks.gv --type hierarchy
 "$tool" layout examples/org-tree.graphml -o "$out/org-tree.graphml" --type tree --progress never
 echo "wrote $out/org-tree.graphml (the input with x and y added)"

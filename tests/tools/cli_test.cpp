@@ -596,9 +596,9 @@ TEST_F(CliTest, LevelsFromDirectionAndFromPartialFiles) {
     }
     EXPECT_EQ(LayoutJson({"layout", dag, "--levels", "degree"})["layout"]["levels"], "degree");
 
-    const fs::path part = File("part.txt", "0: core1\n");
+    const std::string part = std::string(NETLOOM_TEST_DATA_DIR) + "/campus-partial.levels";
     const ToolRun run = Tool({"layout", (fs::path(kExamples) / "campus.json").string(), "--levels",
-                              part.string(), "-o", Path("p.json").string()});
+                              part, "-o", Path("p.json").string()});
     ASSERT_EQ(run.status, 0) << run.err;
     EXPECT_EQ(run.err.rfind("netloom: warning: the levels file leaves out ", 0), 0u) << run.err;
     EXPECT_EQ(std::count(run.err.begin(), run.err.end(), '\n'), 1) << run.err;
