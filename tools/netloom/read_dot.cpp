@@ -12,6 +12,7 @@
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
+#include <optional>
 
 // Drops what Graphviz's DOT scanner still holds of a text (the rest after the
 // first graph, or after an error). Exported by the library, not declared in its
@@ -70,6 +71,12 @@ void ResetScanner() {
 std::string Attribute(void* object, const char* name) {
     const char* value = agget(object, const_cast<char*>(name));
     return value == nullptr ? std::string() : std::string(value);
+}
+
+// An attribute as a text id, or none when it is empty or not declared.
+std::optional<FileId> TextAttribute(void* object, const char* name) {
+    const std::string value = Attribute(object, name);
+    return value.empty() ? std::nullopt : std::optional<FileId>(MakeTextId(value));
 }
 
 // The line Graphviz names in "syntax error in line 3 near ...", or 0.
@@ -181,18 +188,9 @@ private:
         if (key != nullptr && *key != '\0') {
             edge.key = MakeTextId(key);
         }
-        const std::string id = Attribute(e, "id");
-        if (!id.empty()) {
-            edge.id = MakeTextId(id);
-        }
-        const std::string tailPort = Attribute(e, "tailport");
-        if (!tailPort.empty()) {
-            edge.sourcePort = MakeTextId(tailPort);
-        }
-        const std::string headPort = Attribute(e, "headport");
-        if (!headPort.empty()) {
-            edge.targetPort = MakeTextId(headPort);
-        }
+        edge.id = TextAttribute(e, "id");
+        edge.sourcePort = TextAttribute(e, "tailport");
+        edge.targetPort = TextAttribute(e, "headport");
         const std::string len = Attribute(e, "len");
         if (!len.empty()) {
             char* end = nullptr;
