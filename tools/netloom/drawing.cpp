@@ -1,0 +1,309 @@
+// The drawing's geometry: box sizes from labels and ports, the one scale at
+// which no two boxes overlap, and a path per edge.
+
+#include "drawing.h"
+
+#include "edge_routes.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <map>
+#include <unordered_map>
+
+namespace netloom_cli {
+
+const char* const kDrawFills[8] = {"#dbe9f6", "#fde2c8", "#d9f0d3", "#eadcf2",
+                                   "#fbe3ea", "#e0f3f1", "#f3efd2", "#e4e4e4"};
+
+namespace {
+
+// Sizes in pixels.
+constexpr double kFont = 12.0;
+constexpr double kCharWidth = 7.0;
+constexpr double kBoxHeight = 24.0;
+constexpr double kPortSpacing = 12.0;
+constexpr double kGap = 24.0; // least space between two boxes
+constexpr double kStroke = 1.3;
+constexpr double kArrow = 9.0;
+constexpr double kParallel = 14.0; // apex distance between parallel edges
+constexpr double kMargin = 20.0;
+constexpr std::size_t kMaxLabel = 24;
+constexpr double kSameSpot = 1e-3; // of the node distance
+
+std::size_t CodePoints(const std::string& text) {
+    std::size_t count = 0;
+    for (unsigned char c : text) {
+        count += (c & 0xC0) != 0x80 ? 1 : 0;
+    }
+    return count;
+}
+
+// Cuts a label to kMaxLabel characters (on a character boundary) with an ellipsis.
+std::string ShortLabel(const std::string& text) {
+    if (CodePoints(text) <= kMaxLabel) {
+        return text;
+    }
+    std::size_t count = 0;
+    std::size_t cut = 0;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if ((static_cast<unsigned char>(text[i]) & 0xC0) != 0x80) {
+            if (count == kMaxLabel - 1) {
+                cut = i;
+                break;
+            }
+            ++count;
+        }
+    }
+    return text.substr(0, cut) + "\xE2\x80\xA6";
+}
+
+// One distinct layout position with the largest box (pixels) placed there.
+struct Spot {
+    double x = 0.0, y = 0.0;
+    double w = 0.0, h = 0.0;
+};
+
+// Positions closer than eps (in both axes) count as one: the layout put those
+// nodes on one spot, and no scale would part their boxes.
+std::vector<Spot> DistinctSpots(const std::vector<DrawnNode>& nodes, double eps) {
+    std::vector<Spot> spots;
+    std::unordered_map<std::uint64_t, std::vector<std::size_t>> cells;
+    auto key = [](std::int64_t cx, std::int64_t cy) {
+        return (static_cast<std::uint64_t>(cx) << 32) ^ static_cast<std::uint64_t>(cy & 0xffffffff);
+    };
+    for (const DrawnNode& node : nodes) {
+        const auto cx = static_cast<std::int64_t>(std::floor(node.x / eps));
+        const auto cy = static_cast<std::int64_t>(std::floor(node.y / eps));
+        Spot* same = nullptr;
+        for (std::int64_t dx = -1; dx <= 1 && same == nullptr; ++dx) {
+            for (std::int64_t dy = -1; dy <= 1 && same == nullptr; ++dy) {
+                const auto it = cells.find(key(cx + dx, cy + dy));
+                if (it == cells.end()) {
+                    continue;
+                }
+                for (std::size_t k : it->second) {
+                    if (std::fabs(spots[k].x - node.x) < eps &&
+                        std::fabs(spots[k].y - node.y) < eps) {
+                        same = &spots[k];
+                        break;
+                    }
+                }
+            }
+        }
+        if (same != nullptr) {
+            same->w = std::max(same->w, node.w);
+            same->h = std::max(same->h, node.h);
+        } else {
+            cells[key(cx, cy)].push_back(spots.size());
+            spots.push_back({node.x, node.y, node.w, node.h});
+        }
+    }
+    return spots;
+}
+
+// Whether two boxes (pixel sizes plus kGap) overlap at scale s. Boxes go into
+// a grid of cells as large as the largest box, so each is compared with the
+// boxes of its own and the neighbouring cells only.
+bool AnyOverlap(const std::vector<Spot>& spots, double s, double cellW, double cellH) {
+    std::unordered_map<std::uint64_t, std::vector<std::size_t>> cells;
+    cells.reserve(spots.size() * 2);
+    auto key = [](std::int64_t cx, std::int64_t cy) {
+        return (static_cast<std::uint64_t>(cx) << 32) ^ static_cast<std::uint64_t>(cy & 0xffffffff);
+    };
+    for (std::size_t i = 0; i < spots.size(); ++i) {
+        const auto cx = static_cast<std::int64_t>(std::floor(spots[i].x * s / cellW));
+        const auto cy = static_cast<std::int64_t>(std::floor(spots[i].y * s / cellH));
+        for (std::int64_t dx = -1; dx <= 1; ++dx) {
+            for (std::int64_t dy = -1; dy <= 1; ++dy) {
+                const auto it = cells.find(key(cx + dx, cy + dy));
+                if (it == cells.end()) {
+                    continue;
+                }
+                for (std::size_t j : it->second) {
+                    const Spot& a = spots[i];
+                    const Spot& b = spots[j];
+                    if (std::fabs(a.x - b.x) * s < (a.w + b.w) / 2 + kGap &&
+                        std::fabs(a.y - b.y) * s < (a.h + b.h) / 2 + kGap) {
+                        return true;
+                    }
+                }
+            }
+        }
+        cells[key(cx, cy)].push_back(i);
+    }
+    return false;
+}
+
+// The smallest scale (pixels per layout unit, to a relative 1e-9) at which no
+// two boxes at distinct positions overlap; 1 when there is no such pair.
+double ClearingScale(const std::vector<DrawnNode>& nodes, double eps) {
+    const std::vector<Spot> spots = DistinctSpots(nodes, eps);
+    if (spots.size() < 2) {
+        return 1.0;
+    }
+    double cellW = 0.0, cellH = 0.0;
+    for (const Spot& s : spots) {
+        cellW = std::max(cellW, s.w + kGap);
+        cellH = std::max(cellH, s.h + kGap);
+    }
+    double lo = 0.0;
+    double hi = 1.0;
+    while (AnyOverlap(spots, hi, cellW, cellH)) {
+        lo = hi;
+        hi *= 2.0;
+        if (hi > 1e12) {
+            return hi;
+        }
+    }
+    if (lo == 0.0) {
+        // Already clear at 1: shrink while it stays clear.
+        lo = hi / 2.0;
+        while (lo > 1e-9 && !AnyOverlap(spots, lo, cellW, cellH)) {
+            hi = lo;
+            lo /= 2.0;
+        }
+    }
+    while (hi - lo > hi * 1e-9) {
+        const double mid = lo + (hi - lo) / 2.0;
+        (AnyOverlap(spots, mid, cellW, cellH) ? lo : hi) = mid;
+    }
+    return hi;
+}
+
+// Where the line from the box centre towards p leaves the box.
+DrawPoint BorderToward(const DrawnNode& b, const DrawPoint& p) {
+    const double dx = p.x - b.x;
+    const double dy = p.y - b.y;
+    if (dx == 0.0 && dy == 0.0) {
+        return {b.x, b.y};
+    }
+    const double tx = dx != 0.0 ? (b.w / 2) / std::fabs(dx) : 1e300;
+    const double ty = dy != 0.0 ? (b.h / 2) / std::fabs(dy) : 1e300;
+    const double t = std::min(1.0, std::min(tx, ty));
+    return {b.x + dx * t, b.y + dy * t};
+}
+
+// Straight edges; parallel edges bend apart, self-loops nest at the box's
+// top right corner.
+void StraightEdges(const FileGraph& graph, Drawing& d) {
+    std::map<std::pair<std::size_t, std::size_t>, std::vector<std::size_t>> pairs;
+    for (std::size_t j = 0; j < graph.edges.size(); ++j) {
+        const FileEdge& e = graph.edges[j];
+        pairs[{std::min(e.source, e.target), std::max(e.source, e.target)}].push_back(j);
+    }
+    const double unit = 1.0 / d.scale;
+    for (const auto& [ends, group] : pairs) {
+        const DrawnNode& a = d.nodes[ends.first];
+        const DrawnNode& b = d.nodes[ends.second];
+        for (std::size_t k = 0; k < group.size(); ++k) {
+            const FileEdge& e = graph.edges[group[k]];
+            DrawnEdge& out = d.edges[group[k]];
+            const DrawnNode& from = d.nodes[e.source];
+            const DrawnNode& to = d.nodes[e.target];
+            if (ends.first == ends.second) {
+                const double r = std::min(a.h / 2, (6.0 + 6.0 * static_cast<double>(k)) * unit);
+                const double cx = a.x + a.w / 2;
+                const double cy = a.y - a.h / 2;
+                out.points = {{cx - r, cy},
+                              {cx - r, cy - r},
+                              {cx + r, cy - r},
+                              {cx + r, cy + r},
+                              {cx, cy + r}};
+                continue;
+            }
+            const double offset =
+                (static_cast<double>(k) - static_cast<double>(group.size() - 1) / 2.0) * kParallel *
+                unit;
+            if (offset == 0.0 || (a.x == b.x && a.y == b.y)) {
+                out.points = {BorderToward(from, {to.x, to.y}), BorderToward(to, {from.x, from.y})};
+                continue;
+            }
+            // Offsets are measured across the line from the lower to the higher
+            // node index, so that the two directions of a pair do not coincide.
+            const double dx = b.x - a.x;
+            const double dy = b.y - a.y;
+            const double len = std::hypot(dx, dy);
+            const DrawPoint control{(a.x + b.x) / 2 - dy / len * 2 * offset,
+                                    (a.y + b.y) / 2 + dx / len * 2 * offset};
+            out.kind = PathKind::Quadratic;
+            out.points = {BorderToward(from, control), control, BorderToward(to, control)};
+        }
+    }
+}
+
+} // namespace
+
+Drawing MakeDrawing(const FileGraph& graph, const LayoutResult& result) {
+    Drawing d;
+    const std::size_t n = graph.nodes.size();
+    d.nodes.resize(n);
+    d.edges.resize(graph.edges.size());
+    for (std::size_t i = 0; i < n; ++i) {
+        const FileNode& node = graph.nodes[i];
+        DrawnNode& b = d.nodes[i];
+        b.label = ShortLabel(node.label.empty() ? node.id.key : node.label);
+        const auto& counts = result.sideCounts[i];
+        b.w = std::max({48.0, kCharWidth * static_cast<double>(CodePoints(b.label)) + 16.0,
+                        (std::max(counts[kSideUp], counts[kSideDown]) + 1) * kPortSpacing});
+        b.h = std::max(kBoxHeight,
+                       (std::max(counts[kSideLeft], counts[kSideRight]) + 1) * kPortSpacing);
+        b.x = result.x[i];
+        b.y = result.y[i];
+        b.fill = std::max(0, result.component[i]) % 8;
+    }
+    d.orthogonal = result.layered && result.options.type == 8;
+    // Positions within a thousandth of the node distance are one spot.
+    d.scale = ClearingScale(d.nodes, result.options.distance * kSameSpot);
+    if (d.orthogonal) {
+        d.scale = std::max(d.scale, RoutingScale(graph, result, d));
+    }
+    const double unit = 1.0 / d.scale;
+    for (DrawnNode& b : d.nodes) {
+        b.w *= unit;
+        b.h *= unit;
+    }
+    d.fontSize = kFont * unit;
+    d.strokeWidth = kStroke * unit;
+    d.arrowSize = graph.directed ? kArrow * unit : 0.0;
+    for (std::size_t i = 0; i < n; ++i) {
+        for (const NodePort& port : result.ports[i]) {
+            d.nodes[i].ports.push_back(
+                PortPoint(d.nodes[i], port.side, port.slot, result.sideCounts[i][port.side]));
+        }
+    }
+    if (d.orthogonal) {
+        RouteEdges(graph, result, d);
+    } else {
+        StraightEdges(graph, d);
+    }
+
+    double minX = std::numeric_limits<double>::infinity(), minY = minX;
+    double maxX = -minX, maxY = -minX;
+    auto add = [&](double x, double y) {
+        minX = std::min(minX, x);
+        minY = std::min(minY, y);
+        maxX = std::max(maxX, x);
+        maxY = std::max(maxY, y);
+    };
+    for (const DrawnNode& b : d.nodes) {
+        add(b.x - b.w / 2, b.y - b.h / 2);
+        add(b.x + b.w / 2, b.y + b.h / 2);
+    }
+    for (const DrawnEdge& e : d.edges) {
+        for (const DrawPoint& p : e.points) {
+            add(p.x, p.y);
+        }
+    }
+    if (minX > maxX) {
+        add(0, 0);
+    }
+    const double margin = kMargin * unit;
+    d.left = minX - margin;
+    d.top = minY - margin;
+    d.width = maxX - minX + 2 * margin;
+    d.height = maxY - minY + 2 * margin;
+    return d;
+}
+
+} // namespace netloom_cli

@@ -1,0 +1,58 @@
+#pragma once
+
+// The geometry of a drawing, shared by every drawn output (SVG, PNG, PDF, the
+// interactive page). All coordinates are layout units: a node's box is centred
+// on the layout's position, and one uniform scale (pixels per unit) turns the
+// drawing into pixels. Box sizes, tracks and fonts are chosen in pixels and
+// stored divided by that scale.
+
+#include "graph_file.h"
+#include "layout_run.h"
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+namespace netloom_cli {
+
+struct DrawPoint {
+    double x = 0.0;
+    double y = 0.0;
+};
+
+struct DrawnNode {
+    double x = 0.0, y = 0.0;      // centre: the layout's position
+    double w = 0.0, h = 0.0;      // box size
+    std::string label;            // as drawn (long labels are cut)
+    int fill = 0;                 // palette index (by component)
+    std::vector<DrawPoint> ports; // one point per entry of LayoutResult::ports
+};
+
+enum class PathKind {
+    Polyline,  // points joined by straight segments
+    Quadratic, // three points: start, control point, end (a bent parallel edge)
+};
+
+struct DrawnEdge {
+    PathKind kind = PathKind::Polyline;
+    std::vector<DrawPoint> points; // from the source's box to the target's
+};
+
+struct Drawing {
+    double scale = 1.0; // pixels per layout unit
+    // The drawn area (layout units): every box and edge lies inside.
+    double left = 0.0, top = 0.0, width = 0.0, height = 0.0;
+    double fontSize = 0.0;        // layout units
+    double strokeWidth = 0.0;     // edge line width, layout units
+    double arrowSize = 0.0;       // arrowhead length, layout units; 0: undirected
+    bool orthogonal = false;      // edges are routed on tracks (hierarchy)
+    std::vector<DrawnNode> nodes; // by node index
+    std::vector<DrawnEdge> edges; // by edge index
+};
+
+Drawing MakeDrawing(const FileGraph& graph, const LayoutResult& result);
+
+// The palette of box fills, by DrawnNode::fill.
+extern const char* const kDrawFills[8];
+
+} // namespace netloom_cli

@@ -1,0 +1,21 @@
+#pragma once
+
+// Orthogonal edges of the hierarchy drawing: each edge leaves and enters at its
+// port slots and runs on tracks of its own through the channels between rows
+// and the gaps between boxes.
+
+#include "drawing.h"
+
+namespace netloom_cli {
+
+// The point of box b (layout units) on side at slot of count.
+DrawPoint PortPoint(const DrawnNode& b, int side, int slot, int count);
+
+// The least scale (pixels per layout unit) at which every channel and gap has
+// room for its tracks. The boxes of d are still in pixels.
+double RoutingScale(const FileGraph& graph, const LayoutResult& result, const Drawing& d);
+
+// Fills d.edges with orthogonal paths; d is in layout units.
+void RouteEdges(const FileGraph& graph, const LayoutResult& result, Drawing& d);
+
+} // namespace netloom_cli
