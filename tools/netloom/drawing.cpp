@@ -184,8 +184,31 @@ DrawPoint BorderToward(const DrawnNode& b, const DrawPoint& p) {
     return {b.x + dx * t, b.y + dy * t};
 }
 
-// Straight edges; parallel edges bend apart, self-loops nest at the box's
-// top right corner.
+// Self-loops without port sides nest at their box's top right corner, each a
+// little larger than the one before.
+void Loops(const FileGraph& graph, const LayoutResult& result, Drawing& d) {
+    std::map<std::size_t, std::vector<std::size_t>> loops;
+    for (std::size_t j = 0; j < graph.edges.size(); ++j) {
+        const FileEdge& e = graph.edges[j];
+        if (e.source == e.target && result.sourcePlace[j].side < 0 &&
+            result.targetPlace[j].side < 0) {
+            loops[e.source].push_back(j);
+        }
+    }
+    for (const auto& [node, edges] : loops) {
+        const DrawnNode& a = d.nodes[node];
+        const double size = 0.8 * std::min(a.w, a.h) / static_cast<double>(edges.size() + 1);
+        const double cx = a.x + a.w / 2;
+        const double cy = a.y - a.h / 2;
+        for (std::size_t k = 0; k < edges.size(); ++k) {
+            const double r = size * static_cast<double>(k + 1);
+            d.edges[edges[k]].points = {
+                {cx - r, cy}, {cx - r, cy - r}, {cx + r, cy - r}, {cx + r, cy + r}, {cx, cy + r}};
+        }
+    }
+}
+
+// Straight edges; parallel edges bend apart.
 void StraightEdges(const FileGraph& graph, Drawing& d) {
     std::map<std::pair<std::size_t, std::size_t>, std::vector<std::size_t>> pairs;
     for (std::size_t j = 0; j < graph.edges.size(); ++j) {
@@ -202,15 +225,7 @@ void StraightEdges(const FileGraph& graph, Drawing& d) {
             const DrawnNode& from = d.nodes[e.source];
             const DrawnNode& to = d.nodes[e.target];
             if (ends.first == ends.second) {
-                const double r = std::min(a.h / 2, (6.0 + 6.0 * static_cast<double>(k)) * unit);
-                const double cx = a.x + a.w / 2;
-                const double cy = a.y - a.h / 2;
-                out.points = {{cx - r, cy},
-                              {cx - r, cy - r},
-                              {cx + r, cy - r},
-                              {cx + r, cy + r},
-                              {cx, cy + r}};
-                continue;
+                continue; // drawn by Loops
             }
             const double offset =
                 (static_cast<double>(k) - static_cast<double>(group.size() - 1) / 2.0) * kParallel *
@@ -230,6 +245,83 @@ void StraightEdges(const FileGraph& graph, Drawing& d) {
             out.points = {BorderToward(from, control), control, BorderToward(to, control)};
         }
     }
+}
+
+// Whether the segment a-b passes through the inside of box b (its border
+// excluded, with a tolerance).
+bool CrossesBox(const DrawPoint& a, const DrawPoint& b, const DrawnNode& box) {
+    const double tol = 1e-7 * (box.w + box.h);
+    double t0 = 0.0, t1 = 1.0;
+    const double dx = b.x - a.x, dy = b.y - a.y;
+    const double p[4] = {-dx, dx, -dy, dy};
+    const double q[4] = {a.x - (box.x - box.w / 2 + tol), (box.x + box.w / 2 - tol) - a.x,
+                         a.y - (box.y - box.h / 2 + tol), (box.y + box.h / 2 - tol) - a.y};
+    for (int k = 0; k < 4; ++k) {
+        if (p[k] == 0.0) {
+            if (q[k] <= 0.0) {
+                return false;
+            }
+        } else {
+            const double t = q[k] / p[k];
+            if (p[k] < 0.0) {
+                t0 = std::max(t0, t);
+            } else {
+                t1 = std::min(t1, t);
+            }
+        }
+    }
+    return t0 < t1;
+}
+
+// The edges whose straight path crosses a box other than its ends'. Boxes are
+// found through a grid of cells as large as the largest box.
+std::vector<std::size_t> EdgesThroughBoxes(const FileGraph& graph, const Drawing& d) {
+    double cell = 0.0;
+    for (const DrawnNode& b : d.nodes) {
+        cell = std::max({cell, b.w, b.h});
+    }
+    std::map<std::pair<long long, long long>, std::vector<std::size_t>> cells;
+    auto cellOf = [&](double v) { return static_cast<long long>(std::floor(v / cell)); };
+    for (std::size_t i = 0; i < d.nodes.size(); ++i) {
+        cells[{cellOf(d.nodes[i].x), cellOf(d.nodes[i].y)}].push_back(i);
+    }
+    std::vector<std::size_t> out;
+    for (std::size_t j = 0; j < graph.edges.size(); ++j) {
+        const FileEdge& e = graph.edges[j];
+        const auto& pts = d.edges[j].points;
+        if (e.source == e.target || pts.size() != 2) {
+            continue; // loops and bent parallels stay as they are
+        }
+        const DrawPoint a = pts[0], b = pts[1];
+        bool crosses = false;
+        const long long x0 = cellOf(std::min(a.x, b.x)) - 1, x1 = cellOf(std::max(a.x, b.x)) + 1;
+        const long long y0 = cellOf(std::min(a.y, b.y)) - 1, y1 = cellOf(std::max(a.y, b.y)) + 1;
+        if ((x1 - x0) * (y1 - y0) > static_cast<long long>(cells.size())) {
+            for (const auto& [at, nodes] : cells) {
+                for (std::size_t i : nodes) {
+                    crosses =
+                        crosses || (i != e.source && i != e.target && CrossesBox(a, b, d.nodes[i]));
+                }
+            }
+        } else {
+            for (long long cx = x0; cx <= x1 && !crosses; ++cx) {
+                for (long long cy = y0; cy <= y1 && !crosses; ++cy) {
+                    const auto it = cells.find({cx, cy});
+                    if (it == cells.end()) {
+                        continue;
+                    }
+                    for (std::size_t i : it->second) {
+                        crosses = crosses ||
+                                  (i != e.source && i != e.target && CrossesBox(a, b, d.nodes[i]));
+                    }
+                }
+            }
+        }
+        if (crosses) {
+            out.push_back(j);
+        }
+    }
+    return out;
 }
 
 } // namespace
@@ -272,10 +364,22 @@ Drawing MakeDrawing(const FileGraph& graph, const LayoutResult& result) {
                 PortPoint(d.nodes[i], port.side, port.slot, result.sideCounts[i][port.side]));
         }
     }
+    Loops(graph, result, d);
     if (d.orthogonal) {
-        RouteEdges(graph, result, d);
+        std::vector<std::size_t> routed;
+        for (std::size_t j = 0; j < graph.edges.size(); ++j) {
+            if (d.edges[j].points.empty()) {
+                routed.push_back(j);
+            }
+        }
+        RouteEdges(graph, result, d, routed);
     } else {
         StraightEdges(graph, d);
+        if (result.layered) {
+            // Tree edges stay straight unless that line would cross a box;
+            // those few go round on the rows' tracks instead.
+            RouteEdges(graph, result, d, EdgesThroughBoxes(graph, d));
+        }
     }
 
     double minX = std::numeric_limits<double>::infinity(), minY = minX;

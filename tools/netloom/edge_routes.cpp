@@ -1,27 +1,605 @@
+// Orthogonal routing on the rows of a layered drawing.
+//
+// Boxes sharing a y form a row; between two rows lies a channel, between two
+// boxes of a row a gap (the outer gaps and channels are open). An edge leaves
+// its port into a channel (up and down sides) or into the gap beside its box
+// (left and right sides), runs horizontally on a track of the channel, crosses
+// each row between its ends through a gap on a vertical track of its own, and
+// enters its other port the same way. Tracks are given per channel so that no
+// two edges share a segment: a vertical that drops from above at x must end
+// above a vertical that rises from below at the same x, and where those
+// constraints form a cycle one edge takes a jog to a second track.
+
 #include "edge_routes.h"
 
 #include <algorithm>
+#include <cmath>
+#include <limits>
+#include <map>
+#include <numeric>
 
 namespace netloom_cli {
 namespace {
 
-constexpr double kStub = 10.0; // pixels
+// Pixels.
+constexpr double kTrack = 6.0;    // preferred distance between tracks
+constexpr double kMargin = 10.0;  // from a box or row to its nearest track
+constexpr double kDistinct = 3.0; // verticals closer than this count as one line
+constexpr int kGapSearch = 6;     // gaps tried on each side of the ideal one
 
-DrawPoint Outward(const DrawPoint& p, int side, double by) {
-    switch (side) {
-    case kSideUp:
-        return {p.x, p.y - by};
-    case kSideDown:
-        return {p.x, p.y + by};
-    case kSideRight:
-        return {p.x + by, p.y};
-    default:
-        return {p.x - by, p.y};
+constexpr double kInf = std::numeric_limits<double>::infinity();
+
+enum Kind { kUp, kDown, kFree }; // where the vertical at a track's end goes
+
+struct Row {
+    double y = 0.0;
+    double top = 0.0, bottom = 0.0; // band of the row's boxes
+    std::vector<std::size_t> boxes; // by x
+};
+
+struct Rows {
+    std::vector<Row> rows;
+    std::vector<int> rowOf, posOf; // per node
+};
+
+Rows BuildRows(const Drawing& d) {
+    Rows r;
+    const std::size_t n = d.nodes.size();
+    std::vector<std::size_t> order(n);
+    std::iota(order.begin(), order.end(), 0);
+    std::sort(order.begin(), order.end(), [&](std::size_t a, std::size_t b) {
+        const DrawnNode& p = d.nodes[a];
+        const DrawnNode& q = d.nodes[b];
+        return p.y != q.y ? p.y < q.y : p.x != q.x ? p.x < q.x : a < b;
+    });
+    r.rowOf.assign(n, 0);
+    r.posOf.assign(n, 0);
+    for (std::size_t i : order) {
+        const DrawnNode& b = d.nodes[i];
+        if (r.rows.empty() || r.rows.back().y != b.y) {
+            r.rows.push_back({b.y, kInf, -kInf, {}});
+        }
+        Row& row = r.rows.back();
+        row.top = std::min(row.top, b.y - b.h / 2);
+        row.bottom = std::max(row.bottom, b.y + b.h / 2);
+        r.rowOf[i] = static_cast<int>(r.rows.size() - 1);
+        r.posOf[i] = static_cast<int>(row.boxes.size());
+        row.boxes.push_back(i);
+    }
+    return r;
+}
+
+// One end of an edge: the side it leaves by and the point on that side.
+struct End {
+    std::size_t node = 0;
+    int side = kSideDown;
+    DrawPoint p;
+};
+
+// A vertical track in a gap. Group 0 holds the stubs of the box left of the
+// gap, group 2 those of the box right of it, group 1 the rest; rank orders a
+// group, nearest to its box first.
+struct GapItem {
+    std::size_t edge = 0;
+    int group = 1;
+    std::pair<int, double> rank;
+    double x = 0.0;
+};
+
+// A horizontal run of an edge in a channel: from (x1, kind1) to (x2, kind2).
+struct Piece {
+    std::size_t edge = 0;
+    double x1 = 0.0, x2 = 0.0;
+    Kind kind1 = kFree, kind2 = kFree;
+    int track = -1;
+    double y = 0.0;
+    int next = -1; // the second half of a piece split by a jog
+    double Lo() const { return std::min(x1, x2); }
+    double Hi() const { return std::max(x1, x2); }
+};
+
+struct EdgePlan {
+    bool straight = false;                // p to q in one segment
+    int direct = -1;                      // gap item of an edge inside one gap
+    int sourceStub = -1, targetStub = -1; // gap items of left and right sides
+    int sourceChannel = 0, targetChannel = 0;
+    std::vector<int> crossings;                      // gap items, one per row crossed
+    std::vector<std::pair<int, std::size_t>> pieces; // channel, piece
+};
+
+class Router {
+public:
+    Router(const Drawing& d, double unit) : m_d(d), m_unit(unit), m_rows(BuildRows(d)) {
+        const std::size_t rows = m_rows.rows.size();
+        m_gapBase.resize(rows + 1, 0);
+        for (std::size_t r = 0; r < rows; ++r) {
+            m_gapBase[r + 1] = m_gapBase[r] + m_rows.rows[r].boxes.size() + 1;
+        }
+        m_gaps.resize(m_gapBase[rows]);
+        m_channels.resize(rows + 1);
+    }
+
+    void Plan(const std::vector<std::size_t>& edges, const std::vector<End>& sources,
+              const std::vector<End>& targets);
+    // Scale needed for the planned tracks; the boxes are at scale 1 / m_unit.
+    double NeededScale() const;
+    // Places the tracks and writes the paths of the planned edges into d.
+    void Draw(Drawing& d);
+
+private:
+    int GapId(int row, int g) const { return static_cast<int>(m_gapBase[row]) + g; }
+    int AddGapItem(int row, int g, std::size_t edge, int group, std::pair<int, double> rank) {
+        std::vector<GapItem>& items = m_gaps[GapId(row, g)];
+        items.push_back({edge, group, rank, 0.0});
+        m_items.emplace_back(GapId(row, g), items.size() - 1);
+        return static_cast<int>(m_items.size() - 1);
+    }
+    GapItem& Item(int id) { return m_gaps[m_items[id].first][m_items[id].second]; }
+    double GapLeft(int row, int g) const;
+    double GapRight(int row, int g) const;
+    int ChooseGap(int row, double ideal);
+    void PlaceGapTracks();
+    void AssignTracks(std::vector<Piece>& pieces);
+    void PlaceChannelTracks();
+
+    const Drawing& m_d;
+    double m_unit;
+    Rows m_rows;
+    std::vector<std::size_t> m_gapBase;
+    std::vector<std::vector<GapItem>> m_gaps;
+    std::vector<std::pair<int, std::size_t>> m_items; // gap, index
+    std::vector<std::vector<Piece>> m_channels;
+    std::vector<std::size_t> m_edges;
+    std::vector<End> m_sources, m_targets;
+    std::vector<EdgePlan> m_plans;
+};
+
+double Router::GapLeft(int row, int g) const {
+    const Row& r = m_rows.rows[row];
+    if (g == 0) {
+        return -kInf;
+    }
+    const DrawnNode& b = m_d.nodes[r.boxes[g - 1]];
+    return b.x + b.w / 2;
+}
+
+double Router::GapRight(int row, int g) const {
+    const Row& r = m_rows.rows[row];
+    if (g == static_cast<int>(r.boxes.size())) {
+        return kInf;
+    }
+    const DrawnNode& b = m_d.nodes[r.boxes[g]];
+    return b.x - b.w / 2;
+}
+
+// The gap of row nearest to x = ideal that still has room for one more track at
+// the preferred spacing; the open outer gaps always have.
+int Router::ChooseGap(int row, double ideal) {
+    const int count = static_cast<int>(m_rows.rows[row].boxes.size());
+    int lo = 0, hi = count; // first gap whose right end lies beyond ideal
+    while (lo < hi) {
+        const int mid = (lo + hi) / 2;
+        if (GapRight(row, mid) < ideal) {
+            lo = mid + 1;
+        } else {
+            hi = mid;
+        }
+    }
+    auto distance = [&](int g) {
+        const double l = GapLeft(row, g), r = GapRight(row, g);
+        return ideal < l ? l - ideal : ideal > r ? ideal - r : 0.0;
+    };
+    auto room = [&](int g) {
+        if (g == 0 || g == count) {
+            return true;
+        }
+        const double width = (GapRight(row, g) - GapLeft(row, g)) / m_unit - 2 * kMargin;
+        const double used = static_cast<double>(m_gaps[GapId(row, g)].size());
+        return used * kTrack <= width;
+    };
+    int best = -1;
+    for (int g = std::max(0, lo - kGapSearch); g <= std::min(count, lo + kGapSearch); ++g) {
+        if (room(g) && (best < 0 || distance(g) < distance(best))) {
+            best = g;
+        }
+    }
+    if (best < 0) {
+        best = distance(0) <= distance(count) ? 0 : count;
+    }
+    return best;
+}
+
+void Router::Plan(const std::vector<std::size_t>& edges, const std::vector<End>& sources,
+                  const std::vector<End>& targets) {
+    m_edges = edges;
+    m_sources = sources;
+    m_targets = targets;
+    m_plans.assign(edges.size(), EdgePlan{});
+    const auto& rowOf = m_rows.rowOf;
+    const auto& posOf = m_rows.posOf;
+    // Edges between facing sides of neighbours in a row stay inside their
+    // gap: a horizontal run from each port to a vertical track of the edge's
+    // own. Where one edge's run from the left box meets another's run into
+    // the right box at the same height, the first must turn before the
+    // second; edges whose constraints close a cycle go round through a
+    // channel instead.
+    std::vector<int> directGap(edges.size(), -1);
+    std::map<int, std::vector<std::size_t>> byGap;
+    for (std::size_t k = 0; k < edges.size(); ++k) {
+        const End& s = sources[k];
+        const End& t = targets[k];
+        if (rowOf[s.node] != rowOf[t.node]) {
+            continue;
+        }
+        const int ps = posOf[s.node], pt = posOf[t.node];
+        if (s.side == kSideRight && t.side == kSideLeft && pt == ps + 1) {
+            directGap[k] = pt;
+        } else if (s.side == kSideLeft && t.side == kSideRight && pt + 1 == ps) {
+            directGap[k] = ps;
+        } else {
+            continue;
+        }
+        if (s.p.y == t.p.y) {
+            m_plans[k].straight = true;
+        } else {
+            byGap[GapId(rowOf[s.node], directGap[k])].push_back(k);
+        }
+    }
+    std::vector<double> directRank(edges.size(), -1.0);
+    const double distinct = kDistinct * m_unit;
+    for (const auto& [gap, ks] : byGap) {
+        auto leftY = [&](std::size_t k) {
+            return sources[k].side == kSideRight ? sources[k].p.y : targets[k].p.y;
+        };
+        auto rightY = [&](std::size_t k) {
+            return sources[k].side == kSideRight ? targets[k].p.y : sources[k].p.y;
+        };
+        std::vector<std::size_t> waiting(ks.size(), 0);
+        for (std::size_t a = 0; a < ks.size(); ++a) {
+            for (std::size_t b = 0; b < ks.size(); ++b) {
+                if (a != b && std::fabs(leftY(ks[b]) - rightY(ks[a])) < distinct) {
+                    ++waiting[a]; // b turns before a
+                }
+            }
+        }
+        double order = 0.0;
+        for (bool progress = true; progress;) {
+            progress = false;
+            for (std::size_t a = 0; a < ks.size(); ++a) {
+                if (waiting[a] != 0 || directRank[ks[a]] >= 0.0) {
+                    continue;
+                }
+                directRank[ks[a]] = order;
+                order += 1.0;
+                progress = true;
+                for (std::size_t b = 0; b < ks.size(); ++b) {
+                    if (b != a && std::fabs(leftY(ks[a]) - rightY(ks[b])) < distinct) {
+                        --waiting[b];
+                    }
+                }
+            }
+        }
+    }
+    // Stubs of left and right sides next: their gaps are fixed.
+    for (std::size_t k = 0; k < edges.size(); ++k) {
+        const End& s = sources[k];
+        const End& t = targets[k];
+        EdgePlan& plan = m_plans[k];
+        const int rs = rowOf[s.node], rt = rowOf[t.node];
+        if (plan.straight) {
+            continue;
+        }
+        if (directRank[k] >= 0.0) {
+            plan.direct = AddGapItem(rs, directGap[k], k, 1, {0, directRank[k]});
+            continue;
+        }
+        // Nearest to the box: the stubs that turn upwards from the top down,
+        // then those that turn downwards from the bottom up. Then no stub
+        // crosses another's vertical.
+        auto stub = [&](const End& e, int row, bool down) {
+            const bool right = e.side == kSideRight;
+            const int g = posOf[e.node] + (right ? 1 : 0);
+            return AddGapItem(row, g, k, right ? 0 : 2, {down ? 1 : 0, down ? -e.p.y : e.p.y});
+        };
+        const bool sDown =
+            s.side == kSideDown || ((s.side == kSideLeft || s.side == kSideRight) && rt >= rs);
+        const bool tDown =
+            t.side == kSideDown || ((t.side == kSideLeft || t.side == kSideRight) && rs >= rt);
+        if (s.side == kSideLeft || s.side == kSideRight) {
+            plan.sourceStub = stub(s, rs, sDown);
+        }
+        if (t.side == kSideLeft || t.side == kSideRight) {
+            plan.targetStub = stub(t, rt, tDown);
+        }
+        plan.sourceChannel = rs + (sDown ? 1 : 0);
+        plan.targetChannel = rt + (tDown ? 1 : 0);
+    }
+    // Rows between the two channels, crossed through the nearest gap with room.
+    for (std::size_t k = 0; k < edges.size(); ++k) {
+        EdgePlan& plan = m_plans[k];
+        if (plan.straight || plan.direct >= 0) {
+            continue;
+        }
+        const End& s = sources[k];
+        const End& t = targets[k];
+        const int c1 = plan.sourceChannel, c2 = plan.targetChannel;
+        const int step = c2 > c1 ? 1 : -1;
+        for (int c = c1; c != c2; c += step) {
+            const int row = step > 0 ? c : c - 1;
+            const double y = m_rows.rows[row].y;
+            const double span = t.p.y - s.p.y;
+            const double f = span != 0.0 ? (y - s.p.y) / span : 0.5;
+            const double ideal = s.p.x + std::clamp(f, 0.0, 1.0) * (t.p.x - s.p.x);
+            plan.crossings.push_back(
+                AddGapItem(row, ChooseGap(row, ideal), k, 1, {1, s.p.x + t.p.x}));
+        }
     }
 }
 
-bool Vertical(int side) {
-    return side == kSideUp || side == kSideDown;
+double Router::NeededScale() const {
+    double scale = 0.0;
+    const auto& rows = m_rows.rows;
+    for (std::size_t r = 0; r < rows.size(); ++r) {
+        const Row& row = rows[r];
+        for (std::size_t g = 1; g < row.boxes.size(); ++g) {
+            const std::size_t items =
+                m_gaps[GapId(static_cast<int>(r), static_cast<int>(g))].size();
+            if (items == 0) {
+                continue;
+            }
+            const DrawnNode& a = m_d.nodes[row.boxes[g - 1]];
+            const DrawnNode& b = m_d.nodes[row.boxes[g]];
+            const double needPx =
+                (a.w + b.w) / 2 / m_unit + 2 * kMargin + static_cast<double>(items - 1) * kTrack;
+            if (b.x > a.x) {
+                scale = std::max(scale, needPx / (b.x - a.x));
+            }
+        }
+    }
+    for (std::size_t c = 1; c < rows.size(); ++c) {
+        const std::vector<Piece>& pieces = m_channels[c];
+        if (pieces.empty()) {
+            continue;
+        }
+        int tracks = 0;
+        for (const Piece& p : pieces) {
+            tracks = std::max(tracks, p.track + 1);
+        }
+        const double needPx =
+            (rows[c - 1].bottom - rows[c - 1].y + rows[c].y - rows[c].top) / m_unit + 2 * kMargin +
+            (tracks - 1) * kTrack;
+        scale = std::max(scale, needPx / (rows[c].y - rows[c - 1].y));
+    }
+    return scale;
+}
+
+void Router::PlaceGapTracks() {
+    const auto& rows = m_rows.rows;
+    for (std::size_t r = 0; r < rows.size(); ++r) {
+        const int count = static_cast<int>(rows[r].boxes.size());
+        for (int g = 0; g <= count; ++g) {
+            std::vector<GapItem>& items = m_gaps[GapId(static_cast<int>(r), g)];
+            if (items.empty()) {
+                continue;
+            }
+            std::vector<std::size_t> order(items.size());
+            std::iota(order.begin(), order.end(), 0);
+            std::stable_sort(order.begin(), order.end(), [&](std::size_t a, std::size_t b) {
+                const GapItem& p = items[a];
+                const GapItem& q = items[b];
+                if (p.group != q.group) {
+                    return p.group < q.group;
+                }
+                return p.group == 2 ? p.rank > q.rank : p.rank < q.rank;
+            });
+            const double left = GapLeft(static_cast<int>(r), g);
+            const double right = GapRight(static_cast<int>(r), g);
+            const double margin = kMargin * m_unit;
+            const double n = static_cast<double>(items.size());
+            double first = 0.0, spacing = kTrack * m_unit;
+            if (g == 0) {
+                first = right - margin - (n - 1) * spacing;
+            } else if (g == count) {
+                first = left + margin;
+            } else {
+                const double room = right - left - 2 * margin;
+                if (n > 1) {
+                    spacing = std::min(spacing, room / (n - 1));
+                }
+                first = (left + right) / 2 - spacing * (n - 1) / 2;
+            }
+            for (std::size_t k = 0; k < order.size(); ++k) {
+                items[order[k]].x = first + spacing * static_cast<double>(k);
+            }
+        }
+    }
+}
+
+// Tracks of one channel, numbered from the top. A piece whose end drops from
+// above at x must lie above a piece whose end rises from below near x; pieces
+// on one track keep apart. When the constraints close a cycle, a piece on it
+// is split at a free x into two pieces joined by a vertical jog.
+void Router::AssignTracks(std::vector<Piece>& pieces) {
+    const double distinct = kDistinct * m_unit;
+    while (true) {
+        struct EndAt {
+            double x;
+            std::size_t piece;
+            Kind kind;
+        };
+        std::vector<EndAt> ups, downs;
+        for (std::size_t i = 0; i < pieces.size(); ++i) {
+            if (pieces[i].track >= 0) {
+                continue;
+            }
+            for (const auto& [x, kind] : {std::make_pair(pieces[i].x1, pieces[i].kind1),
+                                          std::make_pair(pieces[i].x2, pieces[i].kind2)}) {
+                if (kind == kUp) {
+                    ups.push_back({x, i, kind});
+                } else if (kind == kDown) {
+                    downs.push_back({x, i, kind});
+                }
+            }
+        }
+        auto byX = [](const EndAt& a, const EndAt& b) { return a.x < b.x; };
+        std::sort(ups.begin(), ups.end(), byX);
+        std::sort(downs.begin(), downs.end(), byX);
+        std::vector<std::vector<std::size_t>> above(pieces.size()); // must lie above me
+        std::vector<std::vector<std::size_t>> below(pieces.size());
+        std::size_t from = 0;
+        for (const EndAt& dn : downs) {
+            while (from < ups.size() && ups[from].x <= dn.x - distinct) {
+                ++from;
+            }
+            for (std::size_t u = from; u < ups.size() && ups[u].x < dn.x + distinct; ++u) {
+                if (ups[u].piece != dn.piece) {
+                    above[dn.piece].push_back(ups[u].piece);
+                    below[ups[u].piece].push_back(dn.piece);
+                }
+            }
+        }
+        int track = 0;
+        for (const Piece& p : pieces) {
+            track = std::max(track, p.track + 1);
+        }
+        std::vector<std::size_t> waiting(pieces.size(), 0);
+        std::size_t left = 0;
+        for (std::size_t i = 0; i < pieces.size(); ++i) {
+            if (pieces[i].track < 0) {
+                waiting[i] = above[i].size();
+                ++left;
+            }
+        }
+        std::vector<std::size_t> ready;
+        for (std::size_t i = 0; i < pieces.size(); ++i) {
+            if (pieces[i].track < 0 && waiting[i] == 0) {
+                ready.push_back(i);
+            }
+        }
+        while (!ready.empty()) {
+            std::sort(ready.begin(), ready.end(), [&](std::size_t a, std::size_t b) {
+                return pieces[a].Lo() != pieces[b].Lo() ? pieces[a].Lo() < pieces[b].Lo() : a < b;
+            });
+            std::vector<std::size_t> next, placed;
+            double reach = -kInf;
+            for (std::size_t i : ready) {
+                if (pieces[i].Lo() > reach + distinct) {
+                    pieces[i].track = track;
+                    reach = pieces[i].Hi();
+                    placed.push_back(i);
+                } else {
+                    next.push_back(i);
+                }
+            }
+            for (std::size_t i : placed) {
+                --left;
+                for (std::size_t j : below[i]) {
+                    if (--waiting[j] == 0) {
+                        next.push_back(j);
+                    }
+                }
+            }
+            ready = std::move(next);
+            ++track;
+        }
+        if (left == 0) {
+            return;
+        }
+        // A cycle: walk up the constraints from a waiting piece until one repeats.
+        std::size_t at = 0;
+        while (pieces[at].track >= 0) {
+            ++at;
+        }
+        std::vector<char> seen(pieces.size(), 0);
+        while (!seen[at]) {
+            seen[at] = 1;
+            for (std::size_t j : above[at]) {
+                if (pieces[j].track < 0) {
+                    at = j;
+                    break;
+                }
+            }
+        }
+        // Split it at the free x nearest to its middle.
+        std::vector<double> xs;
+        for (const Piece& p : pieces) {
+            xs.push_back(p.x1);
+            xs.push_back(p.x2);
+        }
+        std::sort(xs.begin(), xs.end());
+        Piece& p = pieces[at];
+        const double mid = (p.x1 + p.x2) / 2;
+        double jog = xs.front() - 2 * distinct;
+        auto consider = [&](double x) {
+            if (std::fabs(x - mid) < std::fabs(jog - mid)) {
+                jog = x;
+            }
+        };
+        consider(xs.back() + 2 * distinct);
+        for (std::size_t k = 1; k < xs.size(); ++k) {
+            if (xs[k] - xs[k - 1] >= 2 * distinct) {
+                consider(std::clamp(mid, xs[k - 1] + distinct, xs[k] - distinct));
+            }
+        }
+        Piece second = p;
+        p.x2 = jog;
+        p.kind2 = kFree;
+        p.next = static_cast<int>(pieces.size());
+        second.x1 = jog;
+        second.kind1 = kFree;
+        pieces.push_back(second);
+    }
+}
+
+void Router::PlaceChannelTracks() {
+    const auto& rows = m_rows.rows;
+    const double margin = kMargin * m_unit;
+    for (std::size_t c = 0; c < m_channels.size(); ++c) {
+        std::vector<Piece>& pieces = m_channels[c];
+        int tracks = 0;
+        for (const Piece& p : pieces) {
+            tracks = std::max(tracks, p.track + 1);
+        }
+        if (tracks == 0) {
+            continue;
+        }
+        const double n = tracks;
+        double first = 0.0, spacing = kTrack * m_unit;
+        if (c == 0) {
+            first = rows.front().top - margin - (n - 1) * spacing;
+        } else if (c == rows.size()) {
+            first = rows.back().bottom + margin;
+        } else {
+            const double top = rows[c - 1].bottom, bottom = rows[c].top;
+            if (n > 1) {
+                spacing = std::min(spacing, (bottom - top - 2 * margin) / (n - 1));
+            }
+            first = (top + bottom) / 2 - spacing * (n - 1) / 2;
+        }
+        for (Piece& p : pieces) {
+            p.y = first + spacing * p.track;
+        }
+    }
+}
+
+// Drops repeated points and the middle one of three on a line.
+std::vector<DrawPoint> Simplify(const std::vector<DrawPoint>& points) {
+    std::vector<DrawPoint> out;
+    for (const DrawPoint& p : points) {
+        if (!out.empty() && out.back().x == p.x && out.back().y == p.y) {
+            continue;
+        }
+        if (out.size() >= 2) {
+            const DrawPoint& a = out[out.size() - 2];
+            const DrawPoint& b = out.back();
+            if ((a.x == b.x && b.x == p.x) || (a.y == b.y && b.y == p.y)) {
+                out.back() = p;
+                continue;
+            }
+        }
+        out.push_back(p);
+    }
+    return out;
 }
 
 } // namespace
@@ -43,44 +621,141 @@ DrawPoint PortPoint(const DrawnNode& b, int side, int slot, int count) {
     }
 }
 
-double RoutingScale(const FileGraph&, const LayoutResult&, const Drawing&) {
-    return 0.0;
+namespace {
+
+// The ends of the given edges; an end without a side faces the other end.
+void EdgeEnds(const FileGraph& graph, const LayoutResult& result, const Drawing& d,
+              const std::vector<std::size_t>& edges, std::vector<End>& sources,
+              std::vector<End>& targets) {
+    for (std::size_t j : edges) {
+        const FileEdge& e = graph.edges[j];
+        auto end = [&](std::size_t node, const PortPlace& place, std::size_t other) {
+            End out;
+            out.node = node;
+            if (place.side >= 0) {
+                out.side = place.side;
+                out.p = PortPoint(d.nodes[node], place.side, place.slot,
+                                  result.sideCounts[node][place.side]);
+            } else {
+                const DrawnNode& a = d.nodes[node];
+                const DrawnNode& b = d.nodes[other];
+                out.side = b.y > a.y   ? kSideDown
+                           : b.y < a.y ? kSideUp
+                           : b.x < a.x ? kSideLeft
+                                       : kSideRight;
+                out.p = PortPoint(a, out.side, 0, 1);
+            }
+            return out;
+        };
+        sources.push_back(end(e.source, result.sourcePlace[j], e.target));
+        targets.push_back(end(e.target, result.targetPlace[j], e.source));
+    }
 }
 
-void RouteEdges(const FileGraph& graph, const LayoutResult& result, Drawing& d) {
-    const double stub = kStub / d.scale;
+// The edges the hierarchy drawing routes: all but self-loops without sides.
+std::vector<std::size_t> RoutedEdges(const FileGraph& graph, const LayoutResult& result) {
+    std::vector<std::size_t> edges;
     for (std::size_t j = 0; j < graph.edges.size(); ++j) {
-        const FileEdge& edge = graph.edges[j];
-        const DrawnNode& a = d.nodes[edge.source];
-        const DrawnNode& b = d.nodes[edge.target];
-        const PortPlace& ps = result.sourcePlace[j];
-        const PortPlace& pt = result.targetPlace[j];
-        if (ps.side < 0 || pt.side < 0) {
-            d.edges[j].points = {{a.x, a.y}, {b.x, b.y}};
+        if (graph.edges[j].source != graph.edges[j].target || result.sourcePlace[j].side >= 0) {
+            edges.push_back(j);
+        }
+    }
+    return edges;
+}
+
+} // namespace
+
+void Router::Draw(Drawing& d) {
+    PlaceGapTracks();
+    // Pieces per channel, in the order the edge runs.
+    for (auto& pieces : m_channels) {
+        pieces.clear();
+    }
+    for (std::size_t k = 0; k < m_edges.size(); ++k) {
+        EdgePlan& plan = m_plans[k];
+        plan.pieces.clear();
+        if (plan.straight || plan.direct >= 0) {
             continue;
         }
-        const DrawPoint p = PortPoint(a, ps.side, ps.slot, result.sideCounts[edge.source][ps.side]);
-        const DrawPoint q = PortPoint(b, pt.side, pt.slot, result.sideCounts[edge.target][pt.side]);
-        const DrawPoint p1 = Outward(p, ps.side, stub);
-        const DrawPoint q1 = Outward(q, pt.side, stub);
-        std::vector<DrawPoint> points = {p, p1};
-        if (Vertical(ps.side) && Vertical(pt.side)) {
-            const double mid = (p1.y + q1.y) / 2;
-            points.push_back({p1.x, mid});
-            points.push_back({q1.x, mid});
-        } else if (!Vertical(ps.side) && !Vertical(pt.side)) {
-            const double mid = (p1.x + q1.x) / 2;
-            points.push_back({mid, p1.y});
-            points.push_back({mid, q1.y});
-        } else if (Vertical(ps.side)) {
-            points.push_back({p1.x, q1.y});
-        } else {
-            points.push_back({q1.x, p1.y});
+        const End& s = m_sources[k];
+        const End& t = m_targets[k];
+        // The channel c met from row r: from above when r is c - 1.
+        auto kindOf = [](int channel, int row) { return row == channel - 1 ? kUp : kDown; };
+        double x = plan.sourceStub >= 0 ? Item(plan.sourceStub).x : s.p.x;
+        Kind kind = kindOf(plan.sourceChannel, m_rows.rowOf[s.node]);
+        int c = plan.sourceChannel;
+        const int step = plan.targetChannel > c ? 1 : -1;
+        for (int item : plan.crossings) {
+            const double gx = Item(item).x;
+            const int row = step > 0 ? c : c - 1;
+            m_channels[c].push_back({k, x, gx, kind, kindOf(c, row)});
+            plan.pieces.emplace_back(c, m_channels[c].size() - 1);
+            c += step;
+            x = gx;
+            kind = kindOf(c, row);
         }
-        points.push_back(q1);
-        points.push_back(q);
-        d.edges[j].points = std::move(points);
+        const double tx = plan.targetStub >= 0 ? Item(plan.targetStub).x : t.p.x;
+        m_channels[c].push_back({k, x, tx, kind, kindOf(c, m_rows.rowOf[t.node])});
+        plan.pieces.emplace_back(c, m_channels[c].size() - 1);
     }
+    for (std::size_t c = 0; c < m_channels.size(); ++c) {
+        AssignTracks(m_channels[c]);
+    }
+    PlaceChannelTracks();
+    for (std::size_t k = 0; k < m_edges.size(); ++k) {
+        const EdgePlan& plan = m_plans[k];
+        const End& s = m_sources[k];
+        const End& t = m_targets[k];
+        std::vector<DrawPoint> points{s.p};
+        if (plan.direct >= 0) {
+            const double gx = Item(plan.direct).x;
+            points.push_back({gx, s.p.y});
+            points.push_back({gx, t.p.y});
+        } else if (!plan.straight) {
+            if (plan.sourceStub >= 0) {
+                points.push_back({Item(plan.sourceStub).x, s.p.y});
+            }
+            for (const auto& [c, first] : plan.pieces) {
+                for (int i = static_cast<int>(first); i >= 0; i = m_channels[c][i].next) {
+                    const Piece& p = m_channels[c][i];
+                    points.push_back({p.x1, p.y});
+                    points.push_back({p.x2, p.y});
+                }
+            }
+            if (plan.targetStub >= 0) {
+                points.push_back({Item(plan.targetStub).x, t.p.y});
+            }
+        }
+        points.push_back(t.p);
+        d.edges[m_edges[k]].kind = PathKind::Polyline;
+        d.edges[m_edges[k]].points = Simplify(points);
+    }
+}
+
+double RoutingScale(const FileGraph& graph, const LayoutResult& result, const Drawing& d) {
+    // Plan at the boxes' own clearing scale, in layout units.
+    Drawing atScale = d;
+    const double unit = 1.0 / d.scale;
+    for (DrawnNode& b : atScale.nodes) {
+        b.w *= unit;
+        b.h *= unit;
+    }
+    const std::vector<std::size_t> edges = RoutedEdges(graph, result);
+    std::vector<End> sources, targets;
+    EdgeEnds(graph, result, atScale, edges, sources, targets);
+    Router router(atScale, unit);
+    router.Plan(edges, sources, targets);
+    router.Draw(atScale);
+    return router.NeededScale();
+}
+
+void RouteEdges(const FileGraph& graph, const LayoutResult& result, Drawing& d,
+                const std::vector<std::size_t>& edges) {
+    std::vector<End> sources, targets;
+    EdgeEnds(graph, result, d, edges, sources, targets);
+    Router router(d, 1.0 / d.scale);
+    router.Plan(edges, sources, targets);
+    router.Draw(d);
 }
 
 } // namespace netloom_cli

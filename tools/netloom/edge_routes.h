@@ -15,7 +15,9 @@ DrawPoint PortPoint(const DrawnNode& b, int side, int slot, int count);
 // room for its tracks. The boxes of d are still in pixels.
 double RoutingScale(const FileGraph& graph, const LayoutResult& result, const Drawing& d);
 
-// Fills d.edges with orthogonal paths; d is in layout units.
-void RouteEdges(const FileGraph& graph, const LayoutResult& result, Drawing& d);
+// Gives the listed edges orthogonal paths; d is in layout units. An edge end
+// without a port side leaves by the middle of the side facing the other end.
+void RouteEdges(const FileGraph& graph, const LayoutResult& result, Drawing& d,
+                const std::vector<std::size_t>& edges);
 
 } // namespace netloom_cli

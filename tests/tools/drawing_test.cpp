@@ -1,0 +1,237 @@
+// The drawing's geometry on the sample networks and on generated graphs: boxes
+// apart, layout coordinates kept, hierarchy edges on their ports' sides and
+// never sharing a segment, no edge through a box.
+
+#include "drawing.h"
+#include "readers.h"
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <cmath>
+#include <map>
+#include <random>
+#include <set>
+#include <string>
+
+namespace {
+
+using namespace netloom_cli;
+
+struct Segment {
+    std::size_t edge;
+    DrawPoint a, b;
+};
+
+// Node-link JSON of a random graph in layers: mostly edges one or more layers
+// down, some within a layer or upwards, parallels, loops, and a few named ports.
+std::string RandomGraph(std::mt19937& rng, int n) {
+    nlohmann::json doc = {
+        {"directed", true}, {"nodes", nlohmann::json::array()}, {"links", nlohmann::json::array()}};
+    for (int i = 0; i < n; ++i) {
+        doc["nodes"].push_back({{"id", "n" + std::to_string(i)}});
+    }
+    std::uniform_int_distribution<int> pick(0, n - 1), roll(0, 99);
+    for (int k = 0; k < n * 3 / 2; ++k) {
+        int a = pick(rng), b = roll(rng) < 4 ? a : pick(rng);
+        nlohmann::json link = {{"source", "n" + std::to_string(std::min(a, b))},
+                               {"target", "n" + std::to_string(std::max(a, b))}};
+        if (roll(rng) < 5) {
+            link["sourcePort"] = "p" + std::to_string(roll(rng) % 2);
+        }
+        doc["links"].push_back(link);
+        if (roll(rng) < 5) {
+            doc["links"].push_back(link); // a parallel edge
+        }
+    }
+    return doc.dump();
+}
+
+// Edges that share a named port share its point; they are exempt from the
+// no-overlap rule with each other.
+std::set<std::pair<std::size_t, std::size_t>> SharedPorts(const LayoutResult& r) {
+    std::set<std::pair<std::size_t, std::size_t>> shared;
+    for (const auto& ports : r.ports) {
+        for (const NodePort& port : ports) {
+            for (std::size_t a : port.edges) {
+                for (std::size_t b : port.edges) {
+                    shared.insert({a, b});
+                }
+            }
+        }
+    }
+    return shared;
+}
+
+std::string Path(const Drawing& d, const FileGraph& g, std::size_t edge) {
+    std::string text = "\n  " + g.nodes[g.edges[edge].source].id.key + " -> " +
+                       g.nodes[g.edges[edge].target].id.key + ":";
+    for (const DrawPoint& p : d.edges[edge].points) {
+        text += " " + std::to_string(p.x) + "," + std::to_string(p.y);
+    }
+    return text;
+}
+
+// Whether p lies on side `side` of box b.
+bool OnSide(const DrawPoint& p, const DrawnNode& b, int side, double tol) {
+    const double l = b.x - b.w / 2, r = b.x + b.w / 2, t = b.y - b.h / 2, u = b.y + b.h / 2;
+    const bool inX = p.x > l - tol && p.x<r + tol, inY = p.y> t - tol && p.y < u + tol;
+    switch (side) {
+    case kSideUp:
+        return std::fabs(p.y - t) < tol && inX;
+    case kSideDown:
+        return std::fabs(p.y - u) < tol && inX;
+    case kSideRight:
+        return std::fabs(p.x - r) < tol && inY;
+    default:
+        return std::fabs(p.x - l) < tol && inY;
+    }
+}
+
+// Checks every geometric promise of one drawing; name tells the case.
+void CheckDrawing(const FileGraph& g, const LayoutResult& r, const std::string& name) {
+    const Drawing d = MakeDrawing(g, r);
+    const double tol = 1e-6 / d.scale * 100;
+    const std::size_t n = d.nodes.size();
+    // Layout coordinates are drawing coordinates; boxes at distinct spots are apart.
+    for (std::size_t i = 0; i < n; ++i) {
+        ASSERT_EQ(d.nodes[i].x, r.x[i]) << name;
+        ASSERT_EQ(d.nodes[i].y, r.y[i]) << name;
+        for (std::size_t j = i + 1; j < n; ++j) {
+            const DrawnNode& a = d.nodes[i];
+            const DrawnNode& b = d.nodes[j];
+            const bool sameSpot = std::fabs(a.x - b.x) < r.options.distance * 1e-3 &&
+                                  std::fabs(a.y - b.y) < r.options.distance * 1e-3;
+            EXPECT_TRUE(sameSpot || std::fabs(a.x - b.x) >= (a.w + b.w) / 2 - tol ||
+                        std::fabs(a.y - b.y) >= (a.h + b.h) / 2 - tol)
+                << name << ": boxes " << i << " and " << j << " overlap";
+        }
+    }
+    if (!r.layered) {
+        return; // free layouts keep straight lines (see docs/drawings.md)
+    }
+    std::vector<Segment> segments;
+    for (std::size_t j = 0; j < g.edges.size(); ++j) {
+        const auto& pts = d.edges[j].points;
+        ASSERT_GE(pts.size(), 2u) << name;
+        if (d.edges[j].kind != PathKind::Polyline) {
+            continue;
+        }
+        for (std::size_t k = 0; k + 1 < pts.size(); ++k) {
+            segments.push_back({j, pts[k], pts[k + 1]});
+        }
+        if (!d.orthogonal) {
+            continue;
+        }
+        const FileEdge& e = g.edges[j];
+        for (int end = 0; end < 2; ++end) {
+            const PortPlace& place = end == 0 ? r.sourcePlace[j] : r.targetPlace[j];
+            const DrawPoint& p = end == 0 ? pts.front() : pts.back();
+            const DrawPoint& q = end == 0 ? pts[1] : pts[pts.size() - 2];
+            if (place.side < 0) {
+                continue;
+            }
+            EXPECT_TRUE(OnSide(p, d.nodes[end == 0 ? e.source : e.target], place.side, tol))
+                << name << ": edge " << j << " end " << end << " off its port's side";
+            const bool vertical = place.side == kSideUp || place.side == kSideDown;
+            EXPECT_TRUE(vertical ? p.x == q.x : p.y == q.y)
+                << name << ": edge " << j << " leaves its side at a slant";
+        }
+        for (std::size_t k = 0; k + 1 < pts.size(); ++k) {
+            EXPECT_TRUE(pts[k].x == pts[k + 1].x || pts[k].y == pts[k + 1].y)
+                << name << ": edge " << j << " has a slanted segment";
+        }
+    }
+    // No segment through the inside of a box.
+    for (const Segment& s : segments) {
+        for (std::size_t i = 0; i < n; ++i) {
+            const DrawnNode& b = d.nodes[i];
+            const double l = b.x - b.w / 2 + tol, rr = b.x + b.w / 2 - tol;
+            const double t = b.y - b.h / 2 + tol, u = b.y + b.h / 2 - tol;
+            // Clip the segment to the box's inside.
+            double t0 = 0.0, t1 = 1.0;
+            const double dx = s.b.x - s.a.x, dy = s.b.y - s.a.y;
+            const double pk[4] = {-dx, dx, -dy, dy};
+            const double qk[4] = {s.a.x - l, rr - s.a.x, s.a.y - t, u - s.a.y};
+            bool inside = true;
+            for (int k = 0; k < 4 && inside; ++k) {
+                if (pk[k] == 0.0) {
+                    inside = qk[k] > 0.0;
+                } else if (pk[k] < 0.0) {
+                    t0 = std::max(t0, qk[k] / pk[k]);
+                } else {
+                    t1 = std::min(t1, qk[k] / pk[k]);
+                }
+            }
+            inside = inside && t0 < t1;
+            EXPECT_FALSE(inside) << name << ": edge " << s.edge << " passes through box " << i;
+        }
+    }
+    if (!d.orthogonal) {
+        return;
+    }
+    // No two edges share a stretch of line: collinear segments sorted along
+    // their line must not overlap, unless the edges share a port.
+    const auto shared = SharedPorts(r);
+    std::map<std::pair<bool, long long>, std::vector<std::tuple<double, double, std::size_t>>>
+        lines;
+    for (const Segment& s : segments) {
+        const bool horizontal = s.a.y == s.b.y;
+        const double at = horizontal ? s.a.y : s.a.x;
+        const double lo = horizontal ? std::min(s.a.x, s.b.x) : std::min(s.a.y, s.b.y);
+        const double hi = horizontal ? std::max(s.a.x, s.b.x) : std::max(s.a.y, s.b.y);
+        lines[{horizontal, std::llround(at / tol)}].emplace_back(lo, hi, s.edge);
+    }
+    for (auto& [line, spans] : lines) {
+        std::sort(spans.begin(), spans.end());
+        for (std::size_t k = 0; k < spans.size(); ++k) {
+            for (std::size_t l = k + 1;
+                 l < spans.size() && std::get<0>(spans[l]) < std::get<1>(spans[k]) - tol; ++l) {
+                const std::size_t a = std::get<2>(spans[k]), b = std::get<2>(spans[l]);
+                EXPECT_TRUE(a == b || shared.count({a, b}))
+                    << name << ": edges " << a << " and " << b << " share a segment"
+                    << Path(d, g, a) << Path(d, g, b);
+            }
+        }
+    }
+}
+
+LayoutResult Lay(const FileGraph& g, int type, int direction) {
+    LayoutOptions options;
+    options.type = type;
+    options.direction = direction;
+    options.progress = ProgressMode::Never;
+    options.threads = 1;
+    return RunLayout(g, options);
+}
+
+TEST(Drawing, SamplesAndGeneratedGraphsKeepTheGeometricPromises) {
+    const std::string examples = NETLOOM_EXAMPLES_DIR;
+    const std::pair<const char*, Format> samples[] = {{"campus.json", Format::Json},
+                                                      {"services.edgelist", Format::EdgeList},
+                                                      {"org-tree.graphml", Format::GraphMl},
+                                                      {"mesh.json", Format::Json}};
+    for (const auto& [file, format] : samples) {
+        const FileGraph g = ReadGraph(examples + "/" + file, format);
+        for (int type : {1, 2, 4, 8}) {
+            CheckDrawing(g, Lay(g, type, 0), std::string(file) + " type " + std::to_string(type));
+        }
+        for (int direction = 2; direction <= 4; ++direction) {
+            CheckDrawing(g, Lay(g, 8, direction),
+                         std::string(file) + " direction " + std::to_string(direction));
+        }
+    }
+    std::mt19937 rng(7);
+    for (int round = 0; round < 14; ++round) {
+        const FileGraph g = ReadText("generated", RandomGraph(rng, 10 + round * 13), Format::Json);
+        for (int direction = 0; direction <= 4; ++direction) {
+            CheckDrawing(g, Lay(g, 8, direction),
+                         "generated " + std::to_string(round) + " direction " +
+                             std::to_string(direction));
+        }
+        CheckDrawing(g, Lay(g, 2, 0), "generated tree " + std::to_string(round));
+    }
+}
+
+} // namespace
