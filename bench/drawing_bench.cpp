@@ -1,0 +1,66 @@
+// Drawing geometry of large graphs: the scale search, box sizes and edge
+// paths (MakeDrawing), and the whole SVG text, after the layout.
+
+#include "drawing.h"
+#include "readers.h"
+#include "support/generated_graphs.h"
+#include "writers.h"
+
+#include <benchmark/benchmark.h>
+
+#include <map>
+#include <string>
+
+namespace {
+
+using namespace netloom_cli;
+
+// A layered network of about n nodes (directed) or a sparse random graph, laid out.
+struct Laid {
+    FileGraph graph;
+    LayoutResult result;
+};
+
+const Laid& Get(int type, int n) {
+    static std::map<std::pair<int, int>, Laid> cache;
+    auto it = cache.find({type, n});
+    if (it != cache.end()) {
+        return it->second;
+    }
+    const netloom_test::EdgeList list = type == 8 ? netloom_test::LayeredDag(n / 30, 30, n, 5)
+                                                  : netloom_test::RandomSparse(n, n / 2, 5);
+    std::string text;
+    for (const auto& [a, b] : list.edges) {
+        text += std::to_string(a) + " " + std::to_string(b) + "\n";
+    }
+    Laid laid{ReadText("bench", text, Format::EdgeList), {}};
+    laid.graph.directed = true;
+    LayoutOptions options;
+    options.type = type;
+    options.progress = ProgressMode::Never;
+    laid.result = RunLayout(laid.graph, options);
+    return cache.emplace(std::make_pair(type, n), std::move(laid)).first->second;
+}
+
+void BM_MakeDrawing(benchmark::State& state, int type) {
+    const Laid& laid = Get(type, static_cast<int>(state.range(0)));
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(MakeDrawing(laid.graph, laid.result));
+    }
+}
+
+void BM_WriteSvg(benchmark::State& state, int type) {
+    const Laid& laid = Get(type, static_cast<int>(state.range(0)));
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(WriteSvg(laid.graph, laid.result));
+    }
+}
+
+BENCHMARK_CAPTURE(BM_MakeDrawing, hierarchy, 8)
+    ->Arg(3000)
+    ->Arg(30000)
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(BM_MakeDrawing, force, 1)->Arg(3000)->Arg(30000)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(BM_WriteSvg, hierarchy, 8)->Arg(3000)->Unit(benchmark::kMillisecond);
+
+} // namespace
