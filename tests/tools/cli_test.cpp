@@ -9,6 +9,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cmath>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -386,6 +387,10 @@ TEST_F(CliTest, SvgHasOneElementPerNodeAndEdgeInsideTheViewBox) {
         box >> left >> top >> width >> height;
         ASSERT_GT(width, 0);
         ASSERT_GT(height, 0);
+        // One scale for both axes: the pixel size is the viewBox times the scale.
+        const double scale = root.attribute("data-scale").as_double();
+        EXPECT_EQ(root.attribute("width").as_double(), std::ceil(width * scale)) << c.file;
+        EXPECT_EQ(root.attribute("height").as_double(), std::ceil(height * scale)) << c.file;
         auto inside = [&](double x, double y) {
             return x >= left && x <= left + width && y >= top && y <= top + height;
         };
