@@ -407,6 +407,8 @@ Drawing MakeDrawing(const FileGraph& graph, const LayoutResult& result) {
     d.top = minY - margin;
     d.width = maxX - minX + 2 * margin;
     d.height = maxY - minY + 2 * margin;
+    d.pixel = unit;
+    d.scale = std::min(d.scale, kMaxDrawingSide / std::max(d.width, d.height));
     return d;
 }
 

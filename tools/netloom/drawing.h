@@ -39,7 +39,12 @@ struct DrawnEdge {
 };
 
 struct Drawing {
-    double scale = 1.0; // pixels per layout unit
+    // Pixels per layout unit of the output. It is the scale at which the boxes
+    // and tracks got their sizes, unless that would make the drawing larger
+    // than kMaxDrawingSide: then the whole drawing is shown smaller (vector
+    // outputs stay sharp when zoomed), and nothing comes to overlap.
+    double scale = 1.0;
+    double pixel = 1.0; // one pixel of the box and track sizes, in layout units
     // The drawn area (layout units): every box and edge lies inside.
     double left = 0.0, top = 0.0, width = 0.0, height = 0.0;
     double fontSize = 0.0;        // layout units
@@ -49,6 +54,8 @@ struct Drawing {
     std::vector<DrawnNode> nodes; // by node index
     std::vector<DrawnEdge> edges; // by edge index
 };
+
+constexpr double kMaxDrawingSide = 30000.0; // pixels
 
 Drawing MakeDrawing(const FileGraph& graph, const LayoutResult& result);
 

@@ -11,18 +11,18 @@ namespace netloom_cli {
 namespace {
 
 // Coordinates to a hundredth of a pixel.
-std::string Coord(double value, double scale) {
-    const double step = 0.01 / scale;
+std::string Coord(double value, double pixel) {
+    const double step = 0.01 * pixel;
     return FormatNumber(std::round(value / step) * step);
 }
 
-std::string PathData(const DrawnEdge& edge, double scale) {
+std::string PathData(const DrawnEdge& edge, double pixel) {
     std::string d;
     for (std::size_t k = 0; k < edge.points.size(); ++k) {
         const char* verb = k == 0                             ? "M"
                            : edge.kind == PathKind::Quadratic ? (k == 1 ? " Q" : " ")
                                                               : " L";
-        d += verb + Coord(edge.points[k].x, scale) + " " + Coord(edge.points[k].y, scale);
+        d += verb + Coord(edge.points[k].x, pixel) + " " + Coord(edge.points[k].y, pixel);
     }
     return d;
 }
@@ -32,6 +32,7 @@ std::string PathData(const DrawnEdge& edge, double scale) {
 std::string WriteSvg(const FileGraph& graph, const LayoutResult& result) {
     const Drawing d = MakeDrawing(graph, result);
     const double s = d.scale;
+    const double px = d.pixel;
     std::ostringstream out;
     out << "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
         << "<svg xmlns=\"http://www.w3.org/2000/svg\" viewBox=\"" << FormatNumber(d.left) << " "
@@ -43,10 +44,10 @@ std::string WriteSvg(const FileGraph& graph, const LayoutResult& result) {
         << "  <style>\n"
         << "    .edge { fill: none; stroke: #5b6470; stroke-width: " << FormatNumber(d.strokeWidth)
         << "; stroke-linejoin: round; }\n"
-        << "    .node rect { stroke: #34495e; stroke-width: " << FormatNumber(1.2 / s) << "; }\n"
-        << "    .node.fixed rect { stroke-width: " << FormatNumber(2.6 / s) << "; }\n"
+        << "    .node rect { stroke: #34495e; stroke-width: " << FormatNumber(1.2 * px) << "; }\n"
+        << "    .node.fixed rect { stroke-width: " << FormatNumber(2.6 * px) << "; }\n"
         << "    .node text { font-family: sans-serif; font-size: " << FormatNumber(d.fontSize)
-        << "px; text-anchor: middle; dominant-baseline: central; fill: #1d2630; }\n"
+        << "px; text-anchor: middle; fill: #1d2630; }\n"
         << "    .port { fill: #34495e; }\n"
         << "  </style>\n";
     if (d.arrowSize > 0.0) {
@@ -70,10 +71,10 @@ std::string WriteSvg(const FileGraph& graph, const LayoutResult& result) {
         }
         out << " data-source=\"" << XmlEscape(graph.nodes[edge.source].id.key)
             << "\" data-target=\"" << XmlEscape(graph.nodes[edge.target].id.key) << "\" d=\""
-            << PathData(d.edges[j], s) << "\"/>\n";
+            << PathData(d.edges[j], px) << "\"/>\n";
     }
     out << "  </g>\n  <g class=\"nodes\">\n";
-    const std::string portRadius = FormatNumber(2.5 / s);
+    const std::string portRadius = FormatNumber(2.5 * px);
     for (std::size_t i = 0; i < d.nodes.size(); ++i) {
         const DrawnNode& b = d.nodes[i];
         const FileNode& node = graph.nodes[i];
@@ -82,13 +83,15 @@ std::string WriteSvg(const FileGraph& graph, const LayoutResult& result) {
             << "\" data-y=\"" << FormatNumber(result.y[i]) << "\">\n"
             << "      <rect x=\"" << FormatNumber(b.x - b.w / 2) << "\" y=\""
             << FormatNumber(b.y - b.h / 2) << "\" width=\"" << FormatNumber(b.w) << "\" height=\""
-            << FormatNumber(b.h) << "\" rx=\"" << FormatNumber(4 / s) << "\" fill=\""
-            << kDrawFills[b.fill] << "\"/>\n"
-            << "      <text x=\"" << FormatNumber(b.x) << "\" y=\"" << FormatNumber(b.y) << "\">"
-            << XmlEscape(b.label) << "</text>\n";
+            << FormatNumber(b.h) << "\" rx=\"" << FormatNumber(4 * px) << "\" fill=\""
+            << kDrawFills[b.fill]
+            << "\"/>\n"
+            // Centred by a baseline shift that every renderer honours.
+            << "      <text x=\"" << FormatNumber(b.x) << "\" y=\"" << FormatNumber(b.y)
+            << "\" dy=\"0.35em\">" << XmlEscape(b.label) << "</text>\n";
         for (const DrawPoint& p : b.ports) {
-            out << "      <circle class=\"port\" cx=\"" << Coord(p.x, s) << "\" cy=\""
-                << Coord(p.y, s) << "\" r=\"" << portRadius << "\"/>\n";
+            out << "      <circle class=\"port\" cx=\"" << Coord(p.x, px) << "\" cy=\""
+                << Coord(p.y, px) << "\" r=\"" << portRadius << "\"/>\n";
         }
         out << "    </g>\n";
     }
