@@ -9,6 +9,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <array>
 #include <cstdint>
 #include <cstdlib>
 #include <filesystem>
@@ -456,6 +457,53 @@ TEST_F(CliTest, PngAndPdfHaveTheSizeOfTheSvg) {
     }
 }
 
+// --pack moves whole components into rows: nine paths and a tree, one column
+// far taller than wide, come out near square, no two components' boxes (grown
+// by half the 2 x 40 gap) overlapping, every offset inside one kept exactly.
+TEST_F(CliTest, PackMovesWholeComponentsIntoRows) {
+    std::string text;
+    for (int k = 1; k < 30; ++k)
+        text += "h" + std::to_string(k / 3) + " h" + std::to_string(k) + "\n";
+    for (char p = '0'; p <= '8'; ++p)
+        text += std::string("a") + p + " b" + p + "\nb" + p + " c" + p + "\n";
+    const std::string input = File("parts.edgelist", text).string();
+    const json plain = LayoutJson({"layout", input, "-t", "tree"});
+    const json packed = LayoutJson({"layout", input, "-t", "tree", "--pack"});
+    EXPECT_EQ(plain["layout"]["pack"], false);
+    EXPECT_EQ(packed["layout"]["pack"], true);
+    using Box = std::array<double, 4>; // left, top, right, bottom, grown by 40
+    auto boxes = [](const json& out) {
+        std::map<int, Box> box; // by component, -1: the page
+        for (const json& node : out["nodes"]) {
+            const double x = node["x"], y = node["y"];
+            for (int c : {-1, node["component"].get<int>()}) {
+                Box& b = box.try_emplace(c, Box{1e9, 1e9, -1e9, -1e9}).first->second;
+                b = {std::min(b[0], x - 40), std::min(b[1], y - 40), std::max(b[2], x + 40),
+                     std::max(b[3], y + 40)};
+            }
+        }
+        return box;
+    };
+    const std::map<int, Box> before = boxes(plain), after = boxes(packed);
+    const Box page = after.at(-1), column = before.at(-1);
+    EXPECT_TRUE(page[0] == column[0] && page[1] == column[1]) << "the top-left corner stays";
+    EXPECT_GT(column[3] - column[1], 3 * (column[2] - column[0]));
+    const double aspect = (page[2] - page[0]) / (page[3] - page[1]);
+    EXPECT_TRUE(aspect > 0.5 && aspect < 2) << aspect;
+    for (const auto& [c, a] : after)
+        for (const auto& [d, b] : after)
+            EXPECT_TRUE(c >= d || c < 0 || a[2] <= b[0] || b[2] <= a[0] || a[3] <= b[1] ||
+                        b[3] <= a[1])
+                << "components " << c << " and " << d << " overlap";
+    for (std::size_t i = 0; i < plain["nodes"].size(); ++i) {
+        const int c = plain["nodes"][i]["component"];
+        for (std::size_t k : {0, 1}) // every node of a component moved as its box did
+            EXPECT_EQ(packed["nodes"][i][k ? "y" : "x"].get<double>() -
+                          plain["nodes"][i][k ? "y" : "x"].get<double>(),
+                      after.at(c)[k] - before.at(c)[k]);
+    }
+}
+
 // A bad input names the file and line, exits with its status and leaves an
 // existing output file as it was.
 TEST_F(CliTest, BadInputGivesOneLineAndLeavesTheOutputAlone) {
@@ -620,8 +668,8 @@ TEST_F(CliTest, HelpDocumentsEveryOptionWithItsDefault) {
         EXPECT_EQ(run.status, 0);
         for (const char* option :
              {"--output", "--from", "--to", "--type", "--distance", "--layer-spacing", "--max-cols",
-              "--fixed-layout", "--levels", "--direction", "--arrange-mode", "--progress", "force",
-              "tree", "radial", "hierarchy", "INPUT"}) {
+              "--fixed-layout", "--pack", "--levels", "--direction", "--arrange-mode", "--progress",
+              "force", "tree", "radial", "hierarchy", "INPUT"}) {
             EXPECT_NE(run.out.find(option), std::string::npos) << args[0] << " lacks " << option;
         }
         for (const char* value : {"=hierarchy", "=40", "=200", "=0", "=auto"}) {

@@ -90,6 +90,10 @@ CLI::App* DefineCommandLine(CLI::App& app, CommandLine& line) {
     layout->add_flag("--fixed-layout", line.layout.fixedLayout,
                      "Keep components that hold a fixed node where they are and stack the "
                      "others below them (default: off)");
+    layout->add_flag("--pack", line.layout.pack,
+                     "Place the components in rows, largest first, for a page near 4:3, "
+                     "2 x distance apart, each only moved as a whole (default: off, one "
+                     "column as the layout stacks them)");
     layout->add_option("--levels", line.layout.levels,
                        "Levels of the tree and hierarchy layouts: \"direction\" (each node at "
                        "its longest directed path from a source, cycles broken), \"degree\" (the "
