@@ -9,11 +9,14 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <array>
 #include <cmath>
+#include <cstdint>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <map>
+#include <regex>
 #include <set>
 #include <sstream>
 #include <string>
@@ -417,6 +420,95 @@ TEST_F(CliTest, SvgHasOneElementPerNodeAndEdgeInsideTheViewBox) {
     }
 }
 
+// PNG and PDF render the SVG at its width and height in pixels, the PDF page at
+// 0.75 pt a pixel; a PNG beyond 32767 px a side is scaled down, with a warning.
+TEST_F(CliTest, PngAndPdfHaveTheSizeOfTheSvg) {
+    const std::string tall = File("tall.edgelist", "a b\nb c\n").string();
+    for (const std::vector<std::string>& args :
+         {std::vector<std::string>{(fs::path(kExamples) / "services.edgelist").string()},
+          std::vector<std::string>{tall, "--layer-spacing", "100000"}}) {
+        std::map<std::string, std::string> err, file;
+        for (const std::string ext : {"svg", "png", "pdf"}) {
+            std::vector<std::string> line = {"layout", "-o", Path("out." + ext).string()};
+            line.insert(line.end(), args.begin(), args.end());
+            const ToolRun run = Tool(line);
+            ASSERT_EQ(run.status, 0) << run.err;
+            err[ext] = run.err;
+            file[ext] = Slurp(Path("out." + ext));
+        }
+        pugi::xml_document svg;
+        ASSERT_TRUE(svg.load_string(file["svg"].c_str()));
+        const double width = svg.child("svg").attribute("width").as_double();
+        const double height = svg.child("svg").attribute("height").as_double();
+        const double fit = std::min(1.0, 32767 / std::max(width, height));
+        const std::string& png = file["png"];
+        ASSERT_EQ(png.substr(0, 16), std::string("\x89PNG\r\n\x1a\n\0\0\0\x0dIHDR", 16));
+        auto word = [&](std::size_t at) {
+            return double(std::uint32_t(std::uint8_t(png[at])) << 24 |
+                          std::uint8_t(png[at + 1]) << 16 | std::uint8_t(png[at + 2]) << 8 |
+                          std::uint8_t(png[at + 3]));
+        };
+        EXPECT_NEAR(word(16), width * fit, 0.5) << args[0];
+        EXPECT_NEAR(word(20), height * fit, 0.5) << args[0];
+        EXPECT_EQ(err["png"].rfind("netloom: warning: the drawing is", 0) == 0, fit < 1)
+            << err["png"];
+        EXPECT_EQ(err["svg"] + err["pdf"], "");
+        std::smatch box;
+        ASSERT_EQ(file["pdf"].rfind("%PDF-", 0), 0u);
+        ASSERT_TRUE(std::regex_search(file["pdf"], box,
+                                      std::regex(R"(/MediaBox \[ *0 0 ([0-9.]+) ([0-9.]+) *\])")));
+        EXPECT_NEAR(std::stod(box[1]), width * 0.75, 0.01);
+        EXPECT_NEAR(std::stod(box[2]), height * 0.75, 0.01);
+    }
+}
+
+// --pack moves whole components into rows: nine paths and a tree, one column
+// far taller than wide, come out near square, no two components' boxes (grown
+// by half the 2 x 40 gap) overlapping, every offset inside one kept exactly.
+TEST_F(CliTest, PackMovesWholeComponentsIntoRows) {
+    std::string text;
+    for (int k = 1; k < 30; ++k)
+        text += "h" + std::to_string(k / 3) + " h" + std::to_string(k) + "\n";
+    for (char p = '0'; p <= '8'; ++p)
+        text += std::string("a") + p + " b" + p + "\nb" + p + " c" + p + "\n";
+    const std::string input = File("parts.edgelist", text).string();
+    const json plain = LayoutJson({"layout", input, "-t", "tree"});
+    const json packed = LayoutJson({"layout", input, "-t", "tree", "--pack"});
+    EXPECT_EQ(plain["layout"]["pack"], false);
+    EXPECT_EQ(packed["layout"]["pack"], true);
+    using Box = std::array<double, 4>; // left, top, right, bottom, grown by 40
+    auto boxes = [](const json& out) {
+        std::map<int, Box> box; // by component, -1: the page
+        for (const json& node : out["nodes"]) {
+            const double x = node["x"], y = node["y"];
+            for (int c : {-1, node["component"].get<int>()}) {
+                Box& b = box.try_emplace(c, Box{1e9, 1e9, -1e9, -1e9}).first->second;
+                b = {std::min(b[0], x - 40), std::min(b[1], y - 40), std::max(b[2], x + 40),
+                     std::max(b[3], y + 40)};
+            }
+        }
+        return box;
+    };
+    const std::map<int, Box> before = boxes(plain), after = boxes(packed);
+    const Box page = after.at(-1), column = before.at(-1);
+    EXPECT_TRUE(page[0] == column[0] && page[1] == column[1]) << "the top-left corner stays";
+    EXPECT_GT(column[3] - column[1], 3 * (column[2] - column[0]));
+    const double aspect = (page[2] - page[0]) / (page[3] - page[1]);
+    EXPECT_TRUE(aspect > 0.5 && aspect < 2) << aspect;
+    for (const auto& [c, a] : after)
+        for (const auto& [d, b] : after)
+            EXPECT_TRUE(c >= d || c < 0 || a[2] <= b[0] || b[2] <= a[0] || a[3] <= b[1] ||
+                        b[3] <= a[1])
+                << "components " << c << " and " << d << " overlap";
+    for (std::size_t i = 0; i < plain["nodes"].size(); ++i) {
+        const int c = plain["nodes"][i]["component"];
+        for (std::size_t k : {0, 1}) // every node of a component moved as its box did
+            EXPECT_EQ(packed["nodes"][i][k ? "y" : "x"].get<double>() -
+                          plain["nodes"][i][k ? "y" : "x"].get<double>(),
+                      after.at(c)[k] - before.at(c)[k]);
+    }
+}
+
 // A bad input names the file and line, exits with its status and leaves an
 // existing output file as it was.
 TEST_F(CliTest, BadInputGivesOneLineAndLeavesTheOutputAlone) {
@@ -426,6 +518,7 @@ TEST_F(CliTest, BadInputGivesOneLineAndLeavesTheOutputAlone) {
         std::vector<std::string> extra;
         int status;
         std::string message;
+        std::string output = "keep.json"; // -o; the file before any '/' exists
     };
     const std::vector<Case> cases = {
         {"broken.json",
@@ -491,12 +584,16 @@ TEST_F(CliTest, BadInputGivesOneLineAndLeavesTheOutputAlone) {
          {"--levels", "LEVELS"},
          1,
          "levels.txt:2:4: \"zz\" is not a node"},
+        {"png.edgelist", "a b\nb c many\n", {}, 1, "png.edgelist:2:5:", "keep.png"},
+        {"pdf.edgelist", "a b\nb c many\n", {}, 1, "pdf.edgelist:2:5:", "keep.pdf"},
+        {"dir.edgelist", "a b\n", {}, 1, "keep.png/x.png: cannot create a file", "keep.png/x.png"},
+        {"dir.edgelist", "a b\n", {}, 1, "keep.pdf/x.pdf: cannot create a file", "keep.pdf/x.pdf"},
     };
     for (const Case& c : cases) {
         const fs::path input = File(c.name, c.text);
         File("levels.txt", "0: a\n1: zz\n");
-        const fs::path output = File("keep.json", "keep me\n");
-        std::vector<std::string> args = {"layout", input.string(), "-o", output.string()};
+        const fs::path output = File(c.output.substr(0, c.output.find('/')), "keep me\n");
+        std::vector<std::string> args = {"layout", input.string(), "-o", Path(c.output).string()};
         for (const std::string& e : c.extra) {
             args.push_back(e == "LEVELS" ? Path("levels.txt").string() : e);
         }
@@ -576,8 +673,8 @@ TEST_F(CliTest, HelpDocumentsEveryOptionWithItsDefault) {
         EXPECT_EQ(run.status, 0);
         for (const char* option :
              {"--output", "--from", "--to", "--type", "--distance", "--layer-spacing", "--max-cols",
-              "--fixed-layout", "--levels", "--direction", "--arrange-mode", "--progress", "force",
-              "tree", "radial", "hierarchy", "INPUT"}) {
+              "--fixed-layout", "--pack", "--levels", "--direction", "--arrange-mode", "--progress",
+              "force", "tree", "radial", "hierarchy", "INPUT"}) {
             EXPECT_NE(run.out.find(option), std::string::npos) << args[0] << " lacks " << option;
         }
         for (const char* value : {"=hierarchy", "=40", "=200", "=0", "=auto"}) {

@@ -1,6 +1,7 @@
 #include "layout_run.h"
 
 #include "levels.h"
+#include "pack.h"
 #include "progress.h"
 #include "strategy.h"
 
@@ -8,6 +9,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <map>
 #include <memory>
@@ -218,6 +220,18 @@ LayoutResult RunLayout(const FileGraph& file, const LayoutOptions& options) {
         result.placedByNeighbour = strategy->PlacedByNeighbour();
     }
     CollectResult(file, lib, result);
+    if (options.pack) {
+        // With --fixed-layout, components holding a fixed node stay where they are.
+        std::vector<bool> keep;
+        for (std::size_t i = 0; i < file.nodes.size() && options.fixedLayout; ++i) {
+            const std::size_t c = static_cast<std::size_t>(result.component[i]);
+            if (file.nodes[i].fixed && result.component[i] >= 0) {
+                keep.resize(std::max(keep.size(), c + 1));
+                keep[c] = true;
+            }
+        }
+        PackComponents(result, 2.0 * options.distance, keep);
+    }
     return result;
 }
 

@@ -27,7 +27,8 @@ struct LayoutOptions {
     int direction = 0;    // 0: not given
     int arrangeMode = -1; // -1: not given
     ProgressMode progress = ProgressMode::Auto;
-    int threads = 0; // force layout threads; 0: one per hardware thread
+    int threads = 0;   // force layout threads; 0: one per hardware thread
+    bool pack = false; // components placed in rows by the tool after the layout
 
     bool UsesStrategy() const { return direction != 0 || arrangeMode != -1; }
 };

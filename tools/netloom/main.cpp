@@ -30,10 +30,16 @@ FileGraph ReadInput(const std::string& path, Format format) {
     return ReadText("<stdin>", text, format);
 }
 
-std::string Render(FileGraph& graph, const LayoutResult& result, Format format) {
+// The output file's content; warning gets a note for the user, if any.
+std::string Render(FileGraph& graph, const LayoutResult& result, Format format,
+                   std::string& warning) {
     switch (format) {
     case Format::Svg:
         return WriteSvg(graph, result);
+    case Format::Png:
+        return RenderPng(WriteSvg(graph, result), warning);
+    case Format::Pdf:
+        return RenderPdf(WriteSvg(graph, result));
     case Format::GraphMl:
         return WriteGraphMl(graph, result);
     case Format::EdgeList:
@@ -81,7 +87,11 @@ int main(int argc, char** argv) {
                          "it names; each went one level below its nearest listed neighbour\n",
                          result.placedByNeighbour);
         }
-        const std::string text = Render(graph, result, outputFormat);
+        std::string warning;
+        const std::string text = Render(graph, result, outputFormat, warning);
+        if (!warning.empty()) {
+            std::fprintf(stderr, "netloom: warning: %s\n", warning.c_str());
+        }
         if (line.output.empty()) {
             std::cout << text;
             std::cout.flush();

@@ -14,11 +14,10 @@ std::string Lower(std::string s) {
 
 std::optional<Format> FormatByName(const std::string& name) {
     static const std::map<std::string, Format> names = {
-        {"json", Format::Json},      {"graphml", Format::GraphMl},
-        {"xml", Format::GraphMl},    {"edgelist", Format::EdgeList},
-        {"edges", Format::EdgeList}, {"el", Format::EdgeList},
-        {"txt", Format::EdgeList},   {"gv", Format::Dot},
-        {"dot", Format::Dot},        {"svg", Format::Svg}};
+        {"json", Format::Json},         {"graphml", Format::GraphMl}, {"xml", Format::GraphMl},
+        {"edgelist", Format::EdgeList}, {"edges", Format::EdgeList},  {"el", Format::EdgeList},
+        {"txt", Format::EdgeList},      {"gv", Format::Dot},          {"dot", Format::Dot},
+        {"svg", Format::Svg},           {"png", Format::Png},         {"pdf", Format::Pdf}};
     const auto it = names.find(Lower(name));
     return it == names.end() ? std::nullopt : std::optional<Format>(it->second);
 }
@@ -32,15 +31,21 @@ std::optional<Format> FormatOfPath(const std::string& path) {
     return FormatByName(path.substr(dot + 1));
 }
 
+// Drawings are written, never read.
+bool IsDrawing(Format format) {
+    return format == Format::Svg || format == Format::Png || format == Format::Pdf;
+}
+
 const char* const kFormatHelp = "json, graphml, edgelist or dot";
+const char* const kOutputHelp = "json, svg, png, pdf, graphml, edgelist or dot";
 
 } // namespace
 
 CLI::App* DefineCommandLine(CLI::App& app, CommandLine& line) {
     app.description("netloom lays out network graphs: it reads a graph file, runs one of the "
                     "netloom layouts and writes positions, ports and an edge order (JSON), a "
-                    "drawing (SVG) or the graph back with positions (JSON, GraphML, edge list, "
-                    "DOT).");
+                    "drawing (SVG, PNG, PDF) or the graph back with positions (JSON, GraphML, "
+                    "edge list, DOT).");
     app.set_version_flag("--version", "netloom 0.1.0");
     app.require_subcommand(1);
 
@@ -51,15 +56,17 @@ CLI::App* DefineCommandLine(CLI::App& app, CommandLine& line) {
                      "list (.edgelist, .edges, .txt) or DOT (.gv, .dot); - reads standard input")
         ->required();
     layout->add_option("-o,--output", line.output,
-                       "Output file; its extension picks the format (.json, .svg, .graphml, "
-                       ".edgelist, .gv). Default: JSON on standard output");
+                       "Output file; its extension picks the format (.json, .svg, .png, .pdf, "
+                       ".graphml, .edgelist, .gv). Default: JSON on standard output");
     layout->add_option("--from", line.from,
                        std::string("Input format: ") + kFormatHelp +
                            " (default: from INPUT's "
                            "extension)");
     layout->add_option("--to", line.to,
-                       "Output format: json, svg, graphml, edgelist or dot (default: from OUTPUT's "
-                       "extension, json on standard output)");
+                       std::string("Output format: ") + kOutputHelp +
+                           " (default: from OUTPUT's extension, json on standard output). PNG and "
+                           "PDF render the SVG drawing at its size in pixels (PDF at 96 pixels "
+                           "per inch); a PNG beyond 32767 px a side is scaled down to fit");
     layout
         ->add_option("-t,--type", line.type,
                      "Layout: force (1), tree (2), radial (4) or hierarchy (8)")
@@ -83,6 +90,10 @@ CLI::App* DefineCommandLine(CLI::App& app, CommandLine& line) {
     layout->add_flag("--fixed-layout", line.layout.fixedLayout,
                      "Keep components that hold a fixed node where they are and stack the "
                      "others below them (default: off)");
+    layout->add_flag("--pack", line.layout.pack,
+                     "Place the components in rows, largest first, for a page near 4:3, "
+                     "2 x distance apart, each only moved as a whole (default: off, one "
+                     "column as the layout stacks them)");
     layout->add_option("--levels", line.layout.levels,
                        "Levels of the tree and hierarchy layouts: \"direction\" (each node at "
                        "its longest directed path from a source, cycles broken), \"degree\" (the "
@@ -141,7 +152,7 @@ void ResolveChoices(CommandLine& line) {
 Format InputFormat(const CommandLine& line) {
     if (!line.from.empty()) {
         const auto format = FormatByName(line.from);
-        if (!format || *format == Format::Svg) {
+        if (!format || IsDrawing(*format)) {
             throw UsageError("--from: unknown input format \"" + line.from + "\"; use " +
                              kFormatHelp);
         }
@@ -151,7 +162,7 @@ Format InputFormat(const CommandLine& line) {
         return Format::Json;
     }
     const auto format = FormatOfPath(line.input);
-    if (!format || *format == Format::Svg) {
+    if (!format || IsDrawing(*format)) {
         throw UsageError("cannot tell the format of \"" + line.input +
                          "\" from its extension; use --from " + kFormatHelp);
     }
@@ -162,8 +173,7 @@ Format OutputFormat(const CommandLine& line) {
     if (!line.to.empty()) {
         const auto format = FormatByName(line.to);
         if (!format) {
-            throw UsageError("--to: unknown output format \"" + line.to +
-                             "\"; use json, svg, graphml, edgelist or dot");
+            throw UsageError("--to: unknown output format \"" + line.to + "\"; use " + kOutputHelp);
         }
         return *format;
     }
@@ -173,7 +183,7 @@ Format OutputFormat(const CommandLine& line) {
     const auto format = FormatOfPath(line.output);
     if (!format) {
         throw UsageError("cannot tell the format of \"" + line.output +
-                         "\" from its extension; use --to json, svg, graphml, edgelist or dot");
+                         "\" from its extension; use --to " + kOutputHelp);
     }
     return *format;
 }

@@ -52,9 +52,11 @@ FileGraph ReadText(const std::string& name, const std::string& text, Format form
     case Format::Dot:
         return ReadDot(name, text);
     case Format::Svg:
+    case Format::Png:
+    case Format::Pdf:
         break;
     }
-    throw InputError(name, 0, 0, "SVG is an output format only");
+    throw InputError(name, 0, 0, "SVG, PNG and PDF are output formats only");
 }
 
 FileGraph ReadGraph(const std::string& path, Format format) {

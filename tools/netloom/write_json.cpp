@@ -138,6 +138,7 @@ std::string WriteJson(const FileGraph& graph, const LayoutResult& result) {
     layout["layerSpacing"] = options.layerSpacing;
     layout["maxCols"] = options.maxCols;
     layout["fixedLayout"] = options.fixedLayout;
+    layout["pack"] = options.pack;
     layout["levels"] = result.levels;
     if (result.levels == "file") {
         layout["levelsFile"] = options.levels;

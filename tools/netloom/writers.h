@@ -22,6 +22,12 @@ std::string WriteEdgeList(const FileGraph& graph, const LayoutResult& result);
 std::string WriteDot(FileGraph& graph, const LayoutResult& result);
 // A drawing: boxes with labels, edges between them.
 std::string WriteSvg(const FileGraph& graph, const LayoutResult& result);
+// The SVG drawing rendered by librsvg onto cairo: a PNG image of the SVG's width
+// and height in pixels, scaled down uniformly when that is more than cairo can
+// render (warning then says so), or a one-page PDF of that size at 96 pixels
+// per inch (1 px = 0.75 pt). Throw OutputError when rendering fails.
+std::string RenderPng(const std::string& svg, std::string& warning);
+std::string RenderPdf(const std::string& svg);
 
 // Shortest decimal text that reads back as the same double.
 std::string FormatNumber(double value);
