@@ -14,11 +14,10 @@ std::string Lower(std::string s) {
 
 std::optional<Format> FormatByName(const std::string& name) {
     static const std::map<std::string, Format> names = {
-        {"json", Format::Json},      {"graphml", Format::GraphMl},
-        {"xml", Format::GraphMl},    {"edgelist", Format::EdgeList},
-        {"edges", Format::EdgeList}, {"el", Format::EdgeList},
-        {"txt", Format::EdgeList},   {"gv", Format::Dot},
-        {"dot", Format::Dot},        {"svg", Format::Svg}};
+        {"json", Format::Json},         {"graphml", Format::GraphMl}, {"xml", Format::GraphMl},
+        {"edgelist", Format::EdgeList}, {"edges", Format::EdgeList},  {"el", Format::EdgeList},
+        {"txt", Format::EdgeList},      {"gv", Format::Dot},          {"dot", Format::Dot},
+        {"svg", Format::Svg},           {"html", Format::Html},       {"htm", Format::Html}};
     const auto it = names.find(Lower(name));
     return it == names.end() ? std::nullopt : std::optional<Format>(it->second);
 }
@@ -33,13 +32,20 @@ std::optional<Format> FormatOfPath(const std::string& path) {
 }
 
 const char* const kFormatHelp = "json, graphml, edgelist or dot";
+const char* const kOutputFormatHelp = "json, svg, html, graphml, edgelist or dot";
+
+// SVG and the page are drawings: there is no graph to read back from them.
+bool OutputOnly(Format format) {
+    return format == Format::Svg || format == Format::Html;
+}
 
 } // namespace
 
 CLI::App* DefineCommandLine(CLI::App& app, CommandLine& line) {
     app.description("netloom lays out network graphs: it reads a graph file, runs one of the "
                     "netloom layouts and writes positions, ports and an edge order (JSON), a "
-                    "drawing (SVG) or the graph back with positions (JSON, GraphML, edge list, "
+                    "drawing (SVG), an interactive page to explore it in a browser (HTML) or the "
+                    "graph back with positions (JSON, GraphML, edge list, "
                     "DOT).");
     app.set_version_flag("--version", "netloom 0.1.0");
     app.require_subcommand(1);
@@ -51,15 +57,15 @@ CLI::App* DefineCommandLine(CLI::App& app, CommandLine& line) {
                      "list (.edgelist, .edges, .txt) or DOT (.gv, .dot); - reads standard input")
         ->required();
     layout->add_option("-o,--output", line.output,
-                       "Output file; its extension picks the format (.json, .svg, .graphml, "
-                       ".edgelist, .gv). Default: JSON on standard output");
+                       "Output file; its extension picks the format (.json, .svg, .html, "
+                       ".graphml, .edgelist, .gv). Default: JSON on standard output");
     layout->add_option("--from", line.from,
                        std::string("Input format: ") + kFormatHelp +
                            " (default: from INPUT's "
                            "extension)");
     layout->add_option("--to", line.to,
-                       "Output format: json, svg, graphml, edgelist or dot (default: from OUTPUT's "
-                       "extension, json on standard output)");
+                       std::string("Output format: ") + kOutputFormatHelp +
+                           " (default: from OUTPUT's extension, json on standard output)");
     layout
         ->add_option("-t,--type", line.type,
                      "Layout: force (1), tree (2), radial (4) or hierarchy (8)")
@@ -141,7 +147,7 @@ void ResolveChoices(CommandLine& line) {
 Format InputFormat(const CommandLine& line) {
     if (!line.from.empty()) {
         const auto format = FormatByName(line.from);
-        if (!format || *format == Format::Svg) {
+        if (!format || OutputOnly(*format)) {
             throw UsageError("--from: unknown input format \"" + line.from + "\"; use " +
                              kFormatHelp);
         }
@@ -151,7 +157,7 @@ Format InputFormat(const CommandLine& line) {
         return Format::Json;
     }
     const auto format = FormatOfPath(line.input);
-    if (!format || *format == Format::Svg) {
+    if (!format || OutputOnly(*format)) {
         throw UsageError("cannot tell the format of \"" + line.input +
                          "\" from its extension; use --from " + kFormatHelp);
     }
@@ -162,8 +168,8 @@ Format OutputFormat(const CommandLine& line) {
     if (!line.to.empty()) {
         const auto format = FormatByName(line.to);
         if (!format) {
-            throw UsageError("--to: unknown output format \"" + line.to +
-                             "\"; use json, svg, graphml, edgelist or dot");
+            throw UsageError("--to: unknown output format \"" + line.to + "\"; use " +
+                             kOutputFormatHelp);
         }
         return *format;
     }
@@ -173,7 +179,7 @@ Format OutputFormat(const CommandLine& line) {
     const auto format = FormatOfPath(line.output);
     if (!format) {
         throw UsageError("cannot tell the format of \"" + line.output +
-                         "\" from its extension; use --to json, svg, graphml, edgelist or dot");
+                         "\" from its extension; use --to " + kOutputFormatHelp);
     }
     return *format;
 }

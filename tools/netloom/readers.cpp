@@ -52,9 +52,10 @@ FileGraph ReadText(const std::string& name, const std::string& text, Format form
     case Format::Dot:
         return ReadDot(name, text);
     case Format::Svg:
+    case Format::Html:
         break;
     }
-    throw InputError(name, 0, 0, "SVG is an output format only");
+    throw InputError(name, 0, 0, "SVG and HTML are output formats only");
 }
 
 FileGraph ReadGraph(const std::string& path, Format format) {

@@ -22,6 +22,9 @@ std::string WriteEdgeList(const FileGraph& graph, const LayoutResult& result);
 std::string WriteDot(FileGraph& graph, const LayoutResult& result);
 // A drawing: boxes with labels, edges between them.
 std::string WriteSvg(const FileGraph& graph, const LayoutResult& result);
+// One self-contained HTML page that draws the graph on a canvas, with pan,
+// zoom, search and the edges of the node under the pointer.
+std::string WriteHtml(const FileGraph& graph, const LayoutResult& result);
 
 // Shortest decimal text that reads back as the same double.
 std::string FormatNumber(double value);
