@@ -55,8 +55,8 @@ def main():
     from selenium.webdriver.common.by import By
     from selenium.webdriver.common.keys import Keys
 
-    work = tempfile.mkdtemp(prefix="netloom-page-")
-    page = os.path.join(work, "page.html")
+    work = tempfile.TemporaryDirectory(prefix="netloom-page-")  # removed on exit
+    page = os.path.join(work.name, "page.html")
     subprocess.run([tool, "layout", sample, "-t", "hierarchy", "-o", page], check=True)
     laid = json.loads(subprocess.run([tool, "layout", sample, "-t", "hierarchy"], check=True,
                                      capture_output=True, text=True).stdout)
