@@ -7,7 +7,7 @@ deps:
 	@./scripts/ensure-deps.sh
 
 # Builds the release library, the command-line tool and the example host, and
-# lays out every sample network under examples/ into out/ (SVG and JSON).
+# lays out every sample network under examples/ into out/ (SVG, HTML and JSON).
 demo: deps
 	cmake -S . -B build/release -DCMAKE_BUILD_TYPE=Release -DNETLOOM_BUILD_TESTS=OFF
 	cmake --build build/release --target netloom-cli netloom_demo -j $(JOBS)

@@ -3,7 +3,8 @@
 // reader accepts, a layout type. A reader either returns a graph or throws
 // InputError with a message; anything else is a bug. A small accepted graph is
 // then laid out and written in every output format, and the JSON, GraphML,
-// edge-list and DOT outputs must read back with the same number of nodes and edges.
+// edge-list and DOT outputs, and the graph inside the HTML page, must read back
+// with the same number of nodes and edges.
 
 #include "graph_file.h"
 #include "layout_run.h"
@@ -38,6 +39,7 @@ void LayOutAndWrite(netloom_cli::FileGraph& graph, int type) {
     const std::string json = netloom_cli::WriteJson(graph, result);
     const std::string edgeList = netloom_cli::WriteEdgeList(graph, result);
     netloom_cli::WriteSvg(graph, result);
+    const std::string html = netloom_cli::WriteHtml(graph, result);
     const std::string graphMl = netloom_cli::WriteGraphMl(graph, result);
     const std::string dot = netloom_cli::WriteDot(graph, result);
     try {
@@ -47,6 +49,17 @@ void LayOutAndWrite(netloom_cli::FileGraph& graph, int type) {
         ExpectSameShape(graph, netloom_cli::ReadDot("out.gv", dot), "DOT");
     } catch (const netloom_cli::InputError& e) {
         Fail("written graph does not read back", e.Describe());
+    }
+    // No label may end the page's graph script element early.
+    const std::string open = "id=\"graph\">";
+    const std::size_t begin = html.find(open) + open.size();
+    const netloom_cli::Json page = netloom_cli::Json::parse(
+        html.substr(begin, html.find("</script>", begin) - begin), nullptr, false);
+    const auto count = [&page](const char* key) {
+        return page.is_object() && page.contains(key) ? page[key].size() : ~std::size_t{0};
+    };
+    if (count("nodes") != graph.nodes.size() || count("edges") != graph.edges.size()) {
+        Fail("the page's graph does not read back", "HTML");
     }
 }
 

@@ -11,7 +11,8 @@ fi
 packages=("${extra[@]}" cmake make g++ pkg-config libgtest-dev libgmock-dev libbenchmark-dev
           python3 python3-dev pybind11-dev python3-numpy python3-networkx python3-pytest
           nlohmann-json3-dev libpugixml-dev libcli11-dev
-          libgraphviz-dev graphviz librsvg2-dev libcairo2-dev)
+          libgraphviz-dev graphviz librsvg2-dev libcairo2-dev
+          chromium chromium-driver python3-selenium)
 missing=()
 for p in "${packages[@]}"; do
     if ! dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed"; then

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Lays out every sample network under examples/ with the layouts that suit it
-# and writes SVG and JSON under the output folder.
+# and writes SVG, the interactive HTML page and JSON under the output folder.
 #   scripts/run-demo.sh TOOL OUTDIR
 set -euo pipefail
 
@@ -13,7 +13,7 @@ mkdir -p "$out"
 run() {
     local name=$1 input=$2
     shift 2
-    for ext in svg json; do
+    for ext in svg html json; do
         "$tool" layout "$input" -o "$out/$name.$ext" --progress never "$@"
         echo "wrote $out/$name.$ext"
     done

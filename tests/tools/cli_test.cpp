@@ -370,7 +370,14 @@ std::vector<std::pair<double, double>> PathPoints(const std::string& d) {
     return points;
 }
 
-TEST_F(CliTest, SvgHasOneElementPerNodeAndEdgeInsideTheViewBox) {
+// The graph of an interactive page: the text of its graph script element.
+json PageGraph(const std::string& html) {
+    const std::string open = "<script type=\"application/json\" id=\"graph\">";
+    const std::size_t begin = html.find(open) + open.size();
+    return json::parse(html.substr(begin, html.find("</script>", begin) - begin));
+}
+
+TEST_F(CliTest, DrawingsHaveOneElementPerNodeAndEdgeInsideTheirBounds) {
     struct Case {
         std::string file;
         std::string type;
@@ -416,6 +423,25 @@ TEST_F(CliTest, SvgHasOneElementPerNodeAndEdgeInsideTheViewBox) {
             for (const auto& [x, y] : PathPoints(edge.node().attribute("d").as_string())) {
                 EXPECT_TRUE(inside(x, y)) << c.file << " edge point " << x << "," << y;
             }
+        }
+
+        // The page draws the same: its bounds and boxes are in pixels.
+        const fs::path html = Path("out.html");
+        ASSERT_EQ(Tool({"layout", input.string(), "-t", c.type, "-o", html.string()}).status, 0);
+        const json page = PageGraph(Slurp(html));
+        EXPECT_EQ(page["nodes"].size(), graph["nodes"].size()) << c.file;
+        EXPECT_EQ(page["edges"].size(), graph["links"].size()) << c.file;
+        const double s = root.attribute("data-scale").as_double();
+        const std::vector<double> b = page["bounds"];
+        const double viewBox[] = {left, top, width, height};
+        for (int k = 0; k < 4; ++k) {
+            EXPECT_NEAR(b[k], viewBox[k] * s, 0.006) << c.file;
+        }
+        for (const json& node : page["nodes"]) {
+            const double x = node["x"], y = node["y"], w = node["w"], h = node["h"];
+            EXPECT_TRUE(x - w / 2 > b[0] - 0.02 && x + w / 2 < b[0] + b[2] + 0.02 &&
+                        y - h / 2 > b[1] - 0.02 && y + h / 2 < b[1] + b[3] + 0.02)
+                << c.file << " page node " << node["id"];
         }
     }
 }
@@ -577,6 +603,7 @@ TEST_F(CliTest, BadInputGivesOneLineAndLeavesTheOutputAlone) {
          "--type: unknown layout \"spiral\""},
         {"dir.json", "{\"nodes\": []}", {"--direction", "9"}, 2, "--direction"},
         {"opt.json", "{\"nodes\": []}", {"--colour"}, 2, "--colour"},
+        {"from.json", "{\"nodes\": []}", {"--from", "html"}, 2, "--from: unknown input format"},
         {"graph.xyz", "graph { a -- b }", {}, 2, "cannot tell the format"},
         {"bad.gv", "graph {\n a -- b\n c -- ;\n}", {}, 1, "bad.gv:3: malformed DOT: syntax error"},
         {"levels.json",
@@ -765,8 +792,8 @@ TEST_F(CliTest, BytesThatAreNotUtf8AndNumbersOutOfRange) {
     EXPECT_NE(run.err.find("contains a control character"), std::string::npos) << run.err;
 
     // Labels may carry anything; every output stays well formed.
-    const fs::path labels = File("labels.edgelist", "a label=\"x\xff\x01y\" \n a b\n");
-    for (const char* out : {"out.json", "out.svg", "out.graphml"}) {
+    const fs::path labels = File("labels.edgelist", "a label=\"x\xff\x01y</script><!--\" \n a b\n");
+    for (const char* out : {"out.json", "out.svg", "out.graphml", "out.html"}) {
         run = Tool({"layout", labels.string(), "-o", Path(out).string()});
         EXPECT_EQ(run.status, 0) << run.err;
     }
@@ -775,6 +802,9 @@ TEST_F(CliTest, BytesThatAreNotUtf8AndNumbersOutOfRange) {
         pugi::xml_document doc;
         EXPECT_TRUE(doc.load_string(Slurp(Path(out)).c_str())) << out;
     }
+    // In the page, the label stays inside its script element.
+    const json page = PageGraph(Slurp(Path("out.html")));
+    EXPECT_EQ(page["nodes"][0]["label"], "x\xEF\xBF\xBD\x01y</script><!--");
 
     // A number beyond the range of a double is malformed input, not a crash.
     const fs::path huge = File("huge.json", R"({"nodes": [{"id": 1, "x": 1e999}], "links": []})");

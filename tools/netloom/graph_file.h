@@ -23,7 +23,7 @@ namespace netloom_cli {
 // Key order of objects is kept, so a file written back reads like the original.
 using Json = nlohmann::ordered_json;
 
-enum class Format { Json, GraphMl, EdgeList, Dot, Svg, Png, Pdf };
+enum class Format { Json, GraphMl, EdgeList, Dot, Svg, Png, Pdf, Html };
 
 // A problem with an input file: the file, the line and column where known (0
 // when not) and what is wrong. main prints it as one line and exits with 1.

@@ -46,6 +46,8 @@ std::string Render(FileGraph& graph, const LayoutResult& result, Format format,
         return WriteEdgeList(graph, result);
     case Format::Dot:
         return WriteDot(graph, result);
+    case Format::Html:
+        return WriteHtml(graph, result);
     case Format::Json:
         break;
     }

@@ -17,7 +17,8 @@ std::optional<Format> FormatByName(const std::string& name) {
         {"json", Format::Json},         {"graphml", Format::GraphMl}, {"xml", Format::GraphMl},
         {"edgelist", Format::EdgeList}, {"edges", Format::EdgeList},  {"el", Format::EdgeList},
         {"txt", Format::EdgeList},      {"gv", Format::Dot},          {"dot", Format::Dot},
-        {"svg", Format::Svg},           {"png", Format::Png},         {"pdf", Format::Pdf}};
+        {"svg", Format::Svg},           {"png", Format::Png},         {"pdf", Format::Pdf},
+        {"html", Format::Html},         {"htm", Format::Html}};
     const auto it = names.find(Lower(name));
     return it == names.end() ? std::nullopt : std::optional<Format>(it->second);
 }
@@ -33,19 +34,20 @@ std::optional<Format> FormatOfPath(const std::string& path) {
 
 // Drawings are written, never read.
 bool IsDrawing(Format format) {
-    return format == Format::Svg || format == Format::Png || format == Format::Pdf;
+    return format == Format::Svg || format == Format::Png || format == Format::Pdf ||
+           format == Format::Html;
 }
 
 const char* const kFormatHelp = "json, graphml, edgelist or dot";
-const char* const kOutputHelp = "json, svg, png, pdf, graphml, edgelist or dot";
+const char* const kOutputHelp = "json, svg, png, pdf, html, graphml, edgelist or dot";
 
 } // namespace
 
 CLI::App* DefineCommandLine(CLI::App& app, CommandLine& line) {
     app.description("netloom lays out network graphs: it reads a graph file, runs one of the "
                     "netloom layouts and writes positions, ports and an edge order (JSON), a "
-                    "drawing (SVG, PNG, PDF) or the graph back with positions (JSON, GraphML, "
-                    "edge list, DOT).");
+                    "drawing (SVG, PNG, PDF), an interactive page to explore it in a browser "
+                    "(HTML) or the graph back with positions (JSON, GraphML, edge list, DOT).");
     app.set_version_flag("--version", "netloom 0.1.0");
     app.require_subcommand(1);
 
@@ -55,9 +57,10 @@ CLI::App* DefineCommandLine(CLI::App& app, CommandLine& line) {
                      "Graph file: node-link JSON (.json), GraphML (.graphml, .xml), an edge "
                      "list (.edgelist, .edges, .txt) or DOT (.gv, .dot); - reads standard input")
         ->required();
-    layout->add_option("-o,--output", line.output,
-                       "Output file; its extension picks the format (.json, .svg, .png, .pdf, "
-                       ".graphml, .edgelist, .gv). Default: JSON on standard output");
+    layout->add_option(
+        "-o,--output", line.output,
+        "Output file; its extension picks the format (.json, .svg, .png, .pdf, .html, "
+        ".graphml, .edgelist, .gv). Default: JSON on standard output");
     layout->add_option("--from", line.from,
                        std::string("Input format: ") + kFormatHelp +
                            " (default: from INPUT's "

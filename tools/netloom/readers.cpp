@@ -54,9 +54,10 @@ FileGraph ReadText(const std::string& name, const std::string& text, Format form
     case Format::Svg:
     case Format::Png:
     case Format::Pdf:
+    case Format::Html:
         break;
     }
-    throw InputError(name, 0, 0, "SVG, PNG and PDF are output formats only");
+    throw InputError(name, 0, 0, "SVG, PNG, PDF and HTML are output formats only");
 }
 
 FileGraph ReadGraph(const std::string& path, Format format) {

@@ -28,6 +28,9 @@ std::string WriteSvg(const FileGraph& graph, const LayoutResult& result);
 // per inch (1 px = 0.75 pt). Throw OutputError when rendering fails.
 std::string RenderPng(const std::string& svg, std::string& warning);
 std::string RenderPdf(const std::string& svg);
+// One self-contained HTML page that draws the graph on a canvas, with pan,
+// zoom, search and the edges of the node under the pointer.
+std::string WriteHtml(const FileGraph& graph, const LayoutResult& result);
 
 // Shortest decimal text that reads back as the same double.
 std::string FormatNumber(double value);

@@ -1,0 +1,198 @@
+// The interactive page: page/page.html, compiled in, with the drawing as JSON
+// in its graph script element. The page works in the drawing's pixels (layout
+// units times the drawing's scale), to a hundredth of a pixel. To keep a large
+// page small, ports are given from their box's centre and each point of an
+// edge from the point before it: orthogonal routes then write mostly zeros.
+
+#include "drawing.h"
+#include "page_html.h"
+#include "writers.h"
+
+#include <cmath>
+#include <iterator>
+#include <string_view>
+
+namespace netloom_cli {
+namespace {
+
+constexpr std::string_view kGraphMarker = "@GRAPH@";
+
+class PageJson {
+public:
+    explicit PageJson(double scale) : m_scale(scale) {}
+
+    // Layout units to hundredths of the drawing's pixels.
+    double Hundredths(double value) const { return std::round(value * m_scale * 100.0); }
+    void Pixels(double value) { Offset(Hundredths(value), 0.0); }
+    // The pixels from one value (in hundredths) to another.
+    void Offset(double hundredths, double from) {
+        m_text += FormatNumber((hundredths - from) / 100.0 + 0.0);
+    }
+    void Text(const std::string& text) { m_text += DumpJson(Json(text)); }
+    void Key(const char* key) {
+        m_text += '"';
+        m_text += key;
+        m_text += "\":";
+    }
+    PageJson& operator<<(const char* raw) {
+        m_text += raw;
+        return *this;
+    }
+    PageJson& operator<<(const std::string& raw) {
+        m_text += raw;
+        return *this;
+    }
+
+    // The text, safe inside a script element: '<' only occurs inside JSON
+    // strings, where \u003c stands for it, so "</script>" or "<!--" in a label
+    // cannot end or change the element.
+    std::string Finish() const {
+        std::string out;
+        out.reserve(m_text.size());
+        for (char c : m_text) {
+            if (c == '<') {
+                out += "\\u003c";
+            } else {
+                out += c;
+            }
+        }
+        return out;
+    }
+
+private:
+    double m_scale;
+    std::string m_text;
+};
+
+void WriteNode(PageJson& out, const FileNode& node, const DrawnNode& box,
+               const std::vector<NodePort>& ports) {
+    out << "{";
+    out.Key("id");
+    out.Text(node.id.key);
+    if (!node.label.empty()) {
+        out << ",";
+        out.Key("label");
+        out.Text(node.label);
+    }
+    if (box.label != node.id.key) {
+        out << ",";
+        out.Key("text");
+        out.Text(box.label);
+    }
+    const std::pair<const char*, double> numbers[] = {
+        {"x", box.x}, {"y", box.y}, {"w", box.w}, {"h", box.h}};
+    for (const auto& [key, value] : numbers) {
+        out << ",";
+        out.Key(key);
+        out.Pixels(value);
+    }
+    out << ",\"fill\":" << std::to_string(box.fill);
+    if (node.fixed) {
+        out << ",\"fixed\":true";
+    }
+    if (!ports.empty()) {
+        // [side code, slot, dx, dy, [edges], name when the file names the port]
+        out << ",\"ports\":[";
+        for (std::size_t k = 0; k < ports.size(); ++k) {
+            out << (k ? ",[" : "[") << std::to_string(ports[k].side) << ","
+                << std::to_string(ports[k].slot) << ",";
+            out.Offset(out.Hundredths(box.ports[k].x), out.Hundredths(box.x));
+            out << ",";
+            out.Offset(out.Hundredths(box.ports[k].y), out.Hundredths(box.y));
+            out << ",[";
+            for (std::size_t e = 0; e < ports[k].edges.size(); ++e) {
+                out << (e ? "," : "") << std::to_string(ports[k].edges[e]);
+            }
+            out << "]";
+            if (ports[k].name) {
+                out << ",";
+                out.Text(ports[k].name->key);
+            }
+            out << "]";
+        }
+        out << "]";
+    }
+    out << "}";
+}
+
+void WriteEdge(PageJson& out, const FileEdge& edge, const DrawnEdge& path) {
+    out << "{";
+    if (edge.id) {
+        out.Key("id");
+        out.Text(edge.id->key);
+        out << ",";
+    }
+    out << "\"source\":" << std::to_string(edge.source)
+        << ",\"target\":" << std::to_string(edge.target);
+    if (path.kind == PathKind::Quadratic) {
+        out << ",\"curve\":true";
+    }
+    out << ",\"points\":[";
+    double lastX = 0.0, lastY = 0.0;
+    for (std::size_t k = 0; k < path.points.size(); ++k) {
+        const double x = out.Hundredths(path.points[k].x);
+        const double y = out.Hundredths(path.points[k].y);
+        out << (k ? "," : "");
+        out.Offset(x, lastX);
+        out << ",";
+        out.Offset(y, lastY);
+        lastX = x;
+        lastY = y;
+    }
+    out << "]}";
+}
+
+} // namespace
+
+std::string WriteHtml(const FileGraph& graph, const LayoutResult& result) {
+    const Drawing d = MakeDrawing(graph, result);
+    PageJson out(d.scale);
+    const std::string file = graph.path.substr(graph.path.find_last_of('/') + 1);
+    out << "{";
+    out.Key("title");
+    out.Text(file + ", " + TypeName(result.options.type) + " layout");
+    out << ",\"layout\":\"" << TypeName(result.options.type)
+        << "\",\"directed\":" << (graph.directed ? "true" : "false")
+        << ",\"scale\":" << FormatNumber(d.scale) << ",\"bounds\":[";
+    out.Pixels(d.left);
+    out << ",";
+    out.Pixels(d.top);
+    out << ",";
+    out.Pixels(d.width);
+    out << ",";
+    out.Pixels(d.height);
+    out << "],\"font\":";
+    out.Pixels(d.fontSize);
+    out << ",\"stroke\":";
+    out.Pixels(d.strokeWidth);
+    out << ",\"arrow\":";
+    out.Pixels(d.arrowSize);
+    out << ",\"fills\":[";
+    for (std::size_t k = 0; k < std::size(kDrawFills); ++k) {
+        out << (k ? ",\"" : "\"") << kDrawFills[k] << "\"";
+    }
+    out << "],\"sides\":[";
+    for (int side = 0; side < 4; ++side) {
+        out << (side ? ",\"" : "\"") << SideName(side) << "\"";
+    }
+    out << "],\n\"nodes\":[";
+    for (std::size_t i = 0; i < graph.nodes.size(); ++i) {
+        out << (i ? ",\n" : "\n");
+        WriteNode(out, graph.nodes[i], d.nodes[i], result.ports[i]);
+    }
+    out << "],\n\"edges\":[";
+    for (std::size_t j = 0; j < graph.edges.size(); ++j) {
+        out << (j ? ",\n" : "\n");
+        WriteEdge(out, graph.edges[j], d.edges[j]);
+    }
+    out << "]}";
+
+    const std::string_view page = kPageHtml;
+    const std::size_t at = page.find(kGraphMarker);
+    std::string html(page.substr(0, at));
+    html += out.Finish();
+    html.append(page.substr(at + kGraphMarker.size()));
+    return html;
+}
+
+} // namespace netloom_cli
