@@ -20,3 +20,4 @@ draw florentine-tree      examples/florentine.json      --type tree --layer-spac
 draw karate-force         examples/karate.json          --type force
 draw karate-radial        examples/karate.json          --type radial
 draw org-tree             examples/org-tree.graphml     --type tree --layer-spacing 80
+draw services-packed      examples/services.edgelist --type hierarchy --layer-spacing 80 --pack
