@@ -59,8 +59,10 @@ protected:
     }
     fs::path Path(const std::string& name) const { return m_dir / name; }
 
-    // Runs the tool with args; stdin from /dev/null unless input names a file.
-    ToolRun Tool(const std::vector<std::string>& args, const std::string& stdinFile = "/dev/null") {
+    // Runs the tool with args in folder cwd (default: this one); stdin from
+    // /dev/null unless input names a file.
+    ToolRun Tool(const std::vector<std::string>& args, const std::string& stdinFile = "/dev/null",
+                 const fs::path& cwd = {}) {
         const fs::path out = m_dir / ".stdout";
         const fs::path err = m_dir / ".stderr";
         const pid_t pid = fork();
@@ -71,6 +73,9 @@ protected:
             dup2(in, 0);
             dup2(o, 1);
             dup2(e, 2);
+            if (!cwd.empty() && chdir(cwd.c_str()) != 0) {
+                _exit(126);
+            }
             std::vector<char*> argv;
             std::string tool = NETLOOM_CLI_PATH;
             argv.push_back(tool.data());
@@ -103,253 +108,6 @@ protected:
 };
 
 const std::string kExamples = NETLOOM_EXAMPLES_DIR;
-
-// Every node fixed, force layout with --fixed-layout: nothing moves, so the
-// positions read are the positions written.
-const char* const kPinned[] = {"layout", "--type", "force", "--fixed-layout"};
-
-std::vector<std::string> Pinned(const std::string& input,
-                                std::initializer_list<std::string> more = {}) {
-    std::vector<std::string> args(std::begin(kPinned), std::end(kPinned));
-    args.push_back(input);
-    args.insert(args.end(), more.begin(), more.end());
-    return args;
-}
-
-TEST_F(CliTest, JsonRoundTripKeepsIdsPortsPositionsAndOtherAttributes) {
-    const fs::path input = File("g.json", R"({
-      "directed": false, "graph": {"name": "t"},
-      "nodes": [
-        {"id": "gw", "x": 10.5, "y": -3.25, "fixed": true, "color": "red"},
-        {"id": 7, "x": 200, "y": 40, "fixed": true},
-        {"id": "a b", "x": 0.1, "y": 1e3, "fixed": 1, "label": "A B"}
-      ],
-      "links": [
-        {"source": "gw", "target": 7, "sourcePort": "eth0", "targetPort": 3, "id": "l1", "length": 55},
-        {"source": 7, "target": "a b", "weight": 2},
-        {"source": "a b", "target": "gw", "sourcePort": "eth0", "targetPort": "eth1"}
-      ]})");
-    const json out = LayoutJson(Pinned(input.string()));
-    const json in = json::parse(Slurp(input));
-    ASSERT_EQ(out["nodes"].size(), 3u);
-    for (std::size_t i = 0; i < 3; ++i) {
-        EXPECT_EQ(out["nodes"][i]["id"], in["nodes"][i]["id"]); // type kept: 7 stays a number
-        EXPECT_EQ(out["nodes"][i]["x"].get<double>(), in["nodes"][i]["x"].get<double>());
-        EXPECT_EQ(out["nodes"][i]["y"].get<double>(), in["nodes"][i]["y"].get<double>());
-    }
-    EXPECT_EQ(out["nodes"][0]["color"], "red");
-    EXPECT_EQ(out["graph"]["name"], "t");
-    for (std::size_t j = 0; j < 3; ++j) {
-        for (const char* key : {"source", "target", "sourcePort", "targetPort", "id", "length"}) {
-            EXPECT_EQ(out["links"][j].value(key, json()), in["links"][j].value(key, json()))
-                << "link " << j << " " << key;
-        }
-    }
-    EXPECT_EQ(out["links"][1]["weight"], 2);
-    EXPECT_EQ(out["layout"]["type"], "force");
-    EXPECT_EQ(out["layout"]["fixedLayout"], true);
-
-    // The output reads back as input, giving the same graph and positions.
-    const fs::path again = File("again.json", out.dump());
-    const json second = LayoutJson(Pinned(again.string()));
-    EXPECT_EQ(second["nodes"], out["nodes"]);
-    EXPECT_EQ(second["links"], out["links"]);
-}
-
-TEST_F(CliTest, HierarchyJsonReportsPortSidesSlotsAndEdgeOrder) {
-    const json out =
-        LayoutJson({"layout", (fs::path(kExamples) / "campus.json").string(), "-t", "8"});
-    const json in = json::parse(Slurp(fs::path(kExamples) / "campus.json"));
-    ASSERT_EQ(out["links"].size(), in["links"].size());
-    std::map<std::string, std::size_t> nodeAt;
-    for (std::size_t i = 0; i < out["nodes"].size(); ++i) {
-        nodeAt[out["nodes"][i]["id"].get<std::string>()] = i;
-        EXPECT_TRUE(out["nodes"][i].contains("row"));
-        EXPECT_TRUE(out["nodes"][i].contains("col"));
-    }
-    const std::set<std::string> sides = {"up", "down", "right", "left"};
-    // Each side and slot a link reports is the one its node lists for that port.
-    for (std::size_t j = 0; j < out["links"].size(); ++j) {
-        const json& link = out["links"][j];
-        for (const char* end : {"source", "target"}) {
-            const std::string side = std::string(end) + "Side";
-            if (!link.contains(side)) {
-                continue;
-            }
-            EXPECT_EQ(sides.count(link[side].get<std::string>()), 1u);
-            const json& node = out["nodes"][nodeAt[link[end].get<std::string>()]];
-            bool found = false;
-            for (const json& port : node["ports"]) {
-                if (port.value("port", json()) == link[std::string(end) + "Port"]) {
-                    found = true;
-                    EXPECT_EQ(port["side"], link[side]);
-                    EXPECT_EQ(port["slot"], link[std::string(end) + "Slot"]);
-                    EXPECT_NE(std::find(port["links"].begin(), port["links"].end(), json(j)),
-                              port["links"].end());
-                }
-            }
-            EXPECT_TRUE(found) << "link " << j << " " << end;
-        }
-    }
-    std::set<std::size_t> listed;
-    for (const json& entry : out["edgeOrder"]) {
-        const std::size_t link = entry["link"].get<std::size_t>();
-        ASSERT_LT(link, out["links"].size());
-        EXPECT_TRUE(listed.insert(link).second) << "link " << link << " listed twice";
-        EXPECT_LT(entry["component"].get<int>(), out["layout"]["components"].get<int>());
-    }
-}
-
-TEST_F(CliTest, ComponentsAreStackedFromTheLeftEdgeDownward) {
-    // Without fixed nodes every component's rectangle (10 outside its nodes)
-    // starts at x 100, the first one at y 200, each 200 below the one before.
-    for (const char* type : {"force", "tree", "radial", "hierarchy"}) {
-        const json out = LayoutJson(
-            {"layout", (fs::path(kExamples) / "services.edgelist").string(), "--type", type});
-        std::map<int, std::vector<double>> box; // component: min x, min y, max y
-        for (const json& node : out["nodes"]) {
-            const int c = node["component"].get<int>();
-            const double x = node["x"].get<double>();
-            const double y = node["y"].get<double>();
-            auto [it, fresh] = box.emplace(c, std::vector<double>{x, y, y});
-            if (!fresh) {
-                it->second = {std::min(it->second[0], x), std::min(it->second[1], y),
-                              std::max(it->second[2], y)};
-            }
-        }
-        ASSERT_EQ(box.size(), 2u) << type;
-        EXPECT_EQ(out["layout"]["components"], 2) << type;
-        // Rectangles hold truncated integers, hence the tolerance.
-        EXPECT_NEAR(box[0][0], 110.0, 1.0) << type;
-        EXPECT_NEAR(box[1][0], 110.0, 1.0) << type;
-        EXPECT_NEAR(box[0][1], 210.0, 1.0) << type;
-        EXPECT_NEAR(box[1][1], box[0][2] + 220.0, 2.0) << type;
-    }
-}
-
-TEST_F(CliTest, GraphMlRoundTripKeepsIdsPortsAndPositions) {
-    const fs::path input = File("g.graphml", R"(<?xml version="1.0" encoding="UTF-8"?>
-<graphml xmlns="http://graphml.graphdrawing.org/xmlns">
-  <key id="kx" for="node" attr.name="x" attr.type="double"/>
-  <key id="ky" for="node" attr.name="y" attr.type="double"/>
-  <key id="kf" for="node" attr.name="fixed" attr.type="boolean"/>
-  <key id="kl" for="edge" attr.name="length" attr.type="int"/>
-  <key id="kc" for="node" attr.name="colour" attr.type="string"/>
-  <graph id="G" edgedefault="undirected">
-    <node id="n0"><data key="kx">12.5</data><data key="ky">30</data><data key="kf">true</data><data key="kc">blue</data><port name="p1"/></node>
-    <node id="n1"><data key="kx">-40</data><data key="ky">7.75</data><data key="kf">true</data><port name="p2"/></node>
-    <node id="n2"><data key="kx">100</data><data key="ky">100</data><data key="kf">true</data></node>
-    <edge id="e0" source="n0" target="n1" sourceport="p1" targetport="p2"><data key="kl">70</data></edge>
-    <edge source="n1" target="n2"/>
-  </graph>
-</graphml>
-)");
-    const fs::path output = Path("out.graphml");
-    const ToolRun run = Tool(Pinned(input.string(), {"-o", output.string()}));
-    ASSERT_EQ(run.status, 0) << run.err;
-    pugi::xml_document doc;
-    ASSERT_TRUE(doc.load_file(output.c_str()));
-    const pugi::xml_node graph = doc.child("graphml").child("graph");
-    const std::map<std::string, std::pair<double, double>> expected = {
-        {"n0", {12.5, 30}}, {"n1", {-40, 7.75}}, {"n2", {100, 100}}};
-    int nodes = 0;
-    for (pugi::xml_node node : graph.children("node")) {
-        ++nodes;
-        const auto want = expected.at(node.attribute("id").as_string());
-        EXPECT_EQ(node.find_child_by_attribute("data", "key", "kx").text().as_double(), want.first);
-        EXPECT_EQ(node.find_child_by_attribute("data", "key", "ky").text().as_double(),
-                  want.second);
-    }
-    EXPECT_EQ(nodes, 3);
-    EXPECT_STREQ(graph.find_child_by_attribute("node", "id", "n0")
-                     .find_child_by_attribute("data", "key", "kc")
-                     .text()
-                     .as_string(),
-                 "blue");
-    const pugi::xml_node e0 = graph.find_child_by_attribute("edge", "id", "e0");
-    EXPECT_STREQ(e0.attribute("sourceport").as_string(), "p1");
-    EXPECT_STREQ(e0.attribute("targetport").as_string(), "p2");
-
-    // The written file reads back with the same ids, ports and positions.
-    const json back = LayoutJson(Pinned(output.string()));
-    ASSERT_EQ(back["nodes"].size(), 3u);
-    for (const json& node : back["nodes"]) {
-        const auto want = expected.at(node["id"].get<std::string>());
-        EXPECT_EQ(node["x"].get<double>(), want.first);
-        EXPECT_EQ(node["y"].get<double>(), want.second);
-    }
-    EXPECT_EQ(back["links"][0]["sourcePort"], "p1");
-    EXPECT_EQ(back["links"][0]["targetPort"], "p2");
-    EXPECT_EQ(back["links"][0]["length"], 70);
-    EXPECT_EQ(back["links"][0]["id"], "e0");
-
-    // A graph from another format comes out as GraphML that reads back the same.
-    const fs::path fromJson = Path("from.graphml");
-    ASSERT_EQ(Tool(Pinned(Path("g.graphml").string(), {"-o", fromJson.string()})).status, 0);
-    const json viaJson = LayoutJson(Pinned(File("b.json", back.dump()).string(), {}));
-    const fs::path fresh = Path("fresh.graphml");
-    ASSERT_EQ(Tool(Pinned(Path("b.json").string(), {"-o", fresh.string()})).status, 0);
-    const json freshBack = LayoutJson(Pinned(fresh.string()));
-    for (std::size_t i = 0; i < 3; ++i) {
-        for (const char* key : {"id", "x", "y"}) {
-            EXPECT_EQ(freshBack["nodes"][i][key], viaJson["nodes"][i][key]);
-        }
-    }
-    EXPECT_EQ(freshBack["links"][0]["sourcePort"], "p1");
-}
-
-TEST_F(CliTest, YedGeometryGivesTheBoxCentre) {
-    const fs::path input = File("y.graphml", R"(<?xml version="1.0"?>
-<graphml xmlns="http://graphml.graphdrawing.org/xmlns" xmlns:y="http://www.yworks.com/xml/graphml">
-  <key id="d6" for="node" yfiles.type="nodegraphics"/>
-  <graph id="G" edgedefault="directed">
-    <node id="n0"><data key="d6"><y:ShapeNode><y:Geometry height="30" width="60" x="10" y="20"/><y:NodeLabel>Alpha</y:NodeLabel></y:ShapeNode></data></node>
-  </graph>
-</graphml>
-)");
-    const json out = LayoutJson({"layout", input.string(), "--fixed-layout", "-t", "force"});
-    // Not fixed, so the lone component is stacked; the label still comes through.
-    EXPECT_EQ(out["nodes"][0]["id"], "n0");
-    const ToolRun svg = Tool({"layout", input.string(), "--to", "svg"});
-    ASSERT_EQ(svg.status, 0) << svg.err;
-    EXPECT_NE(svg.out.find(">Alpha</text>"), std::string::npos);
-    // Written back, the yEd box moves with the node (centre at x, y).
-    const ToolRun back =
-        Tool({"layout", input.string(), "--fixed-layout", "-t", "force", "--to", "graphml"});
-    pugi::xml_document doc;
-    ASSERT_TRUE(doc.load_string(back.out.c_str()));
-    const pugi::xml_node geometry = doc.select_node("//*[local-name()='Geometry']").node();
-    EXPECT_DOUBLE_EQ(geometry.attribute("x").as_double() + 30, out["nodes"][0]["x"].get<double>());
-    EXPECT_DOUBLE_EQ(geometry.attribute("y").as_double() + 15, out["nodes"][0]["y"].get<double>());
-}
-
-TEST_F(CliTest, EdgeListRoundTripKeepsIdsPortsAndPositions) {
-    const fs::path input =
-        File("g.edgelist", "# test\n"
-                           "a x=1.5 y=2 fixed=1\n"
-                           "\"b c\" x=-3 y=4 fixed=1 label=\"Bee Sea\"\n"
-                           "7 x=0 y=0 fixed=1\n"
-                           "lonely x=9 y=9 fixed=1\n"
-                           "a \"b c\" 30 sourcePort=ge-0/0/1 targetPort=\"p 2\"\n"
-                           "\"b c\" 7 id=e9\n"
-                           "7 a {'weight': 3}\n");
-    const json first = LayoutJson(Pinned(input.string()));
-    ASSERT_EQ(first["nodes"].size(), 4u);
-    EXPECT_EQ(first["nodes"][1]["id"], "b c");
-    EXPECT_EQ(first["nodes"][1]["label"], "Bee Sea");
-    EXPECT_EQ(first["nodes"][2]["id"], 7);
-    EXPECT_EQ(first["nodes"][0]["x"], 1.5);
-    EXPECT_EQ(first["links"][0]["length"], 30);
-    EXPECT_EQ(first["links"][0]["sourcePort"], "ge-0/0/1");
-    EXPECT_EQ(first["links"][0]["targetPort"], "p 2");
-    EXPECT_EQ(first["links"][1]["id"], "e9");
-
-    const fs::path written = Path("out.edgelist");
-    ASSERT_EQ(Tool(Pinned(input.string(), {"-o", written.string()})).status, 0);
-    const json second = LayoutJson(Pinned(written.string()));
-    EXPECT_EQ(second["nodes"], first["nodes"]);
-    EXPECT_EQ(second["links"], first["links"]);
-}
 
 // Every number in a path's d attribute, pairwise as points.
 std::vector<std::pair<double, double>> PathPoints(const std::string& d) {
@@ -693,6 +451,43 @@ TEST_F(CliTest, CorpusGoesThroughEveryTypeAndFormat) {
     }
 }
 
+// Every case of tests/data/cli/cases.txt prints exactly its expected file
+// (scripts/update-golden.sh writes them); a "+" case's output reads back as the
+// same graph as its input.
+TEST_F(CliTest, GoldenOutputs) {
+    const fs::path root = fs::path(NETLOOM_TEST_DATA_DIR).parent_path().parent_path();
+    std::ifstream cases(root / "tests/data/cli/cases.txt");
+    std::string line;
+    int count = 0;
+    while (std::getline(cases, line)) {
+        std::istringstream words(line);
+        std::string name, input, format, word;
+        if (!(words >> name >> input >> format) || name[0] == '#') {
+            continue;
+        }
+        const bool roundTrip = format.back() == '+';
+        if (roundTrip) {
+            format.pop_back();
+        }
+        std::vector<std::string> args = {"layout", input, "--to", format, "--progress", "never"};
+        while (words >> word) {
+            args.push_back(word);
+        }
+        const ToolRun run = Tool(args, "/dev/null", root);
+        ASSERT_EQ(run.status, 0) << name << ": " << run.err;
+        EXPECT_EQ(run.out, Slurp(root / "tests/data/cli/expected" / (name + "." + format))) << name;
+        if (roundTrip) {
+            // The edge list is the common form: ids, positions, labels, ports, lengths.
+            args[3] = "edgelist";
+            const std::string first = Tool(args, "/dev/null", root).out;
+            args[1] = File("back." + format, run.out).string();
+            EXPECT_EQ(Tool(args, "/dev/null", root).out, first) << name << " read back";
+        }
+        ++count;
+    }
+    EXPECT_GE(count, 10);
+}
+
 TEST_F(CliTest, HelpDocumentsEveryOptionWithItsDefault) {
     for (const std::vector<std::string>& args :
          {std::vector<std::string>{"--help"}, std::vector<std::string>{"layout", "--help"}}) {
@@ -710,21 +505,9 @@ TEST_F(CliTest, HelpDocumentsEveryOptionWithItsDefault) {
     }
 }
 
-// A directed input is layered by direction: every edge points down. A levels
-// file that leaves nodes out places them next to a listed neighbour and says so.
-TEST_F(CliTest, LevelsFromDirectionAndFromPartialFiles) {
-    const std::string dag = std::string(NETLOOM_TEST_DATA_DIR) + "/corpus/uplinks.gv";
-    for (const char* type : {"tree", "hierarchy"}) {
-        const json out = LayoutJson({"layout", dag, "-t", type});
-        EXPECT_EQ(out["layout"]["levels"], "direction");
-        std::map<std::string, double> y;
-        for (const json& node : out["nodes"])
-            y[node["id"]] = node["y"];
-        for (const json& link : out["links"])
-            EXPECT_LT(y[link["source"]], y[link["target"]]) << type << " " << link.dump();
-    }
-    EXPECT_EQ(LayoutJson({"layout", dag, "--levels", "degree"})["layout"]["levels"], "degree");
-
+// A levels file that leaves nodes out places them next to a listed neighbour
+// and says so.
+TEST_F(CliTest, PartialLevelsFile) {
     const std::string part = std::string(NETLOOM_TEST_DATA_DIR) + "/campus-partial.levels";
     const ToolRun run = Tool({"layout", (fs::path(kExamples) / "campus.json").string(), "--levels",
                               part, "-o", Path("p.json").string()});
@@ -738,23 +521,7 @@ TEST_F(CliTest, LevelsFromDirectionAndFromPartialFiles) {
     EXPECT_EQ(places.size(), placed["nodes"].size()) << "no two nodes on one point";
 }
 
-TEST_F(CliTest, OptionsReachTheLayoutAndAreReported) {
-    const fs::path levels = File("levels.txt", "# roots first\n0: core1 core2\n1: fw\n");
-    const json out =
-        LayoutJson({"layout", (fs::path(kExamples) / "campus.json").string(), "-t", "tree",
-                    "--distance", "50", "--layer-spacing", "120", "--max-cols", "3", "--levels",
-                    levels.string(), "--direction", "2", "--arrange-mode", "2"});
-    const json& layout = out["layout"];
-    EXPECT_EQ(layout["type"], "tree");
-    EXPECT_EQ(layout["typeCode"], 2);
-    EXPECT_EQ(layout["distance"], 50);
-    EXPECT_EQ(layout["layerSpacing"], 120);
-    EXPECT_EQ(layout["maxCols"], 3);
-    EXPECT_EQ(layout["direction"], 2);
-    EXPECT_EQ(layout["arrangeMode"], 2);
-    EXPECT_EQ(layout["levels"], "file");
-    EXPECT_EQ(layout["levelsFile"], levels.string());
-
+TEST_F(CliTest, StandardInputAndProgress) {
     // Numbers as layout names, JSON levels, standard input and output formats by name.
     File("levels.json", R"({"0": ["core1"], "3": ["fw", "isp"]})");
     const ToolRun viaStdin = Tool(
