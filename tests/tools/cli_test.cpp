@@ -296,99 +296,34 @@ TEST_F(CliTest, PackMovesWholeComponentsIntoRows) {
 // A bad input names the file and line, exits with its status and leaves an
 // existing output file as it was.
 TEST_F(CliTest, BadInputGivesOneLineAndLeavesTheOutputAlone) {
-    struct Case {
-        std::string name;
-        std::string text;
-        std::vector<std::string> extra;
-        int status;
-        std::string message;
-        std::string output = "keep.json"; // -o; the file before any '/' exists
-    };
-    const std::vector<Case> cases = {
-        {"broken.json",
-         "{\"nodes\": [\n  {\"id\": 1},\n  {\"id\": 2,}\n]}",
-         {},
-         1,
-         "broken.json:3:"},
-        {"unknown.json",
-         "{\"nodes\": [{\"id\": 1}],\n \"links\": [\n  {\"source\": 1,\n   "
-         "\"target\": 5}]}",
-         {},
-         1,
-         "unknown.json:4: link 1 target 5 is not a node"},
-        {"dup.json",
-         "{\"nodes\": [{\"id\": \"a\"},\n {\"id\": \"a\"}]}",
-         {},
-         1,
-         "dup.json:2: duplicate node id \"a\""},
-        {"nan.json",
-         "{\"nodes\": [{\"id\": 1,\n \"x\": \"left\"}]}",
-         {},
-         1,
-         "nan.json:2: node 1 \"x\" must be a number"},
-        {"dup.graphml",
-         "<graphml><graph>\n<node id=\"a\"/>\n<node id=\"a\"/>\n</graph></graphml>",
-         {},
-         1,
-         "dup.graphml:3: duplicate node id \"a\""},
-        {"edge.graphml",
-         "<graphml><graph>\n<node id=\"a\"/>\n<edge source=\"a\" "
-         "target=\"b\"/>\n</graph></graphml>",
-         {},
-         1,
-         "edge.graphml:3: edge 1 target \"b\" is not a node"},
-        {"bad.graphml",
-         "<graphml><graph>\n<node id=\"a\">\n</graph></graphml>",
-         {},
-         1,
-         "bad.graphml:3:"},
-        {"len.edgelist",
-         "a b\nb c many\n",
-         {},
-         1,
-         "len.edgelist:2:5: length \"many\" is not a number"},
-        {"big.edgelist", "a b 99999\n", {}, 1, "big.edgelist:1:5: edge length 99999"},
-        {"dupedge.edgelist",
-         "a b id=1\nb c id=1\n",
-         {},
-         1,
-         "dupedge.edgelist:2: duplicate edge id 1"},
-        {"x.edgelist", "a x=1 y=oops\n", {}, 1, "x.edgelist:1:7: y \"oops\" is not a number"},
-        {"type.json",
-         "{\"nodes\": []}",
-         {"--type", "spiral"},
-         2,
-         "--type: unknown layout \"spiral\""},
-        {"dir.json", "{\"nodes\": []}", {"--direction", "9"}, 2, "--direction"},
-        {"opt.json", "{\"nodes\": []}", {"--colour"}, 2, "--colour"},
-        {"from.json", "{\"nodes\": []}", {"--from", "html"}, 2, "--from: unknown input format"},
-        {"graph.xyz", "graph { a -- b }", {}, 2, "cannot tell the format"},
-        {"bad.gv", "graph {\n a -- b\n c -- ;\n}", {}, 1, "bad.gv:3: malformed DOT: syntax error"},
-        {"levels.json",
-         "{\"nodes\": [{\"id\": \"a\"}]}",
-         {"--levels", "LEVELS"},
-         1,
-         "levels.txt:2:4: \"zz\" is not a node"},
-        {"png.edgelist", "a b\nb c many\n", {}, 1, "png.edgelist:2:5:", "keep.png"},
-        {"pdf.edgelist", "a b\nb c many\n", {}, 1, "pdf.edgelist:2:5:", "keep.pdf"},
-        {"dir.edgelist", "a b\n", {}, 1, "keep.png/x.png: cannot create a file", "keep.png/x.png"},
-        {"dir.edgelist", "a b\n", {}, 1, "keep.pdf/x.pdf: cannot create a file", "keep.pdf/x.pdf"},
-    };
-    for (const Case& c : cases) {
-        const fs::path input = File(c.name, c.text);
-        File("levels.txt", "0: a\n1: zz\n");
-        const fs::path output = File(c.output.substr(0, c.output.find('/')), "keep me\n");
-        std::vector<std::string> args = {"layout", input.string(), "-o", Path(c.output).string()};
-        for (const std::string& e : c.extra) {
-            args.push_back(e == "LEVELS" ? Path("levels.txt").string() : e);
+    const fs::path data = fs::path(NETLOOM_TEST_DATA_DIR) / "cli";
+    std::ifstream cases(data / "bad-inputs.txt");
+    std::string line;
+    int count = 0;
+    while (std::getline(cases, line)) {
+        const std::size_t dashes = line.find(" -- ");
+        if (line.empty() || line[0] == '#' || dashes == std::string::npos) {
+            continue;
         }
-        const ToolRun run = Tool(args);
-        EXPECT_EQ(run.status, c.status) << c.name << ": " << run.err;
-        EXPECT_NE(run.err.find(c.message), std::string::npos) << c.name << ": " << run.err;
+        ++count;
+        const std::string message = line.substr(dashes + 4);
+        std::istringstream words(line.substr(0, dashes));
+        std::string file, output, word;
+        int status = 0;
+        words >> file >> status >> output;
+        const fs::path kept = File(output.substr(0, output.find('/')), "keep me\n");
+        std::vector<std::string> args = {"layout", "bad/" + file, "-o", Path(output).string()};
+        while (words >> word) {
+            args.push_back(word);
+        }
+        const ToolRun run = Tool(args, "/dev/null", data);
+        EXPECT_EQ(run.status, status) << line << ": " << run.err;
+        EXPECT_NE(run.err.find(message), std::string::npos) << line << ": " << run.err;
         EXPECT_EQ(run.err.find("netloom: error: "), 0u) << run.err;
         EXPECT_EQ(std::count(run.err.begin(), run.err.end(), '\n'), 1) << run.err;
-        EXPECT_EQ(Slurp(output), "keep me\n") << c.name;
+        EXPECT_EQ(Slurp(kept), "keep me\n") << line;
     }
+    EXPECT_GE(count, 20);
     // A missing input file is named too; no temporary files stay behind.
     const ToolRun missing =
         Tool({"layout", Path("nope.json").string(), "-o", Path("o.json").string()});
