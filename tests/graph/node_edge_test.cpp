@@ -64,55 +64,23 @@ TEST(NodeTest, EdgeSetHoldsEachEdgeOnceInCreationOrder) {
 TEST(EdgeTest, EqualityIgnoresDirectionButNotPorts) {
     CNode n1(1, 0, 0, false);
     CNode n2(2, 3, 4, false);
-    CEdge a(1, &n1, &n2, 10, 20);
-    CEdge reversed(2, &n2, &n1, 20, 10);
-    CEdge sameWay(3, &n1, &n2, 10, 20);
-    sameWay.SetNormalLength(99.0);
-    CEdge swappedPorts(4, &n2, &n1, 10, 20);
-    CEdge otherNode(5, &n1, &n1, 10, 20);
-    EXPECT_TRUE(a == reversed);
-    EXPECT_TRUE(a.IsEqual(sameWay));
-    EXPECT_FALSE(a == swappedPorts);
-    EXPECT_FALSE(a == otherNode);
-    EXPECT_TRUE(a.IsUnique());
-    EXPECT_EQ(a.GetNormalLength(), 0.0);
-
+    const CEdge a(1, &n1, &n2, 10, 20);
+    EXPECT_TRUE(a == CEdge(2, &n2, &n1, 20, 10));
+    EXPECT_TRUE(a.IsEqual(CEdge(3, &n1, &n2, 10, 20)));
+    EXPECT_FALSE(a == CEdge(4, &n2, &n1, 10, 20));
+    EXPECT_FALSE(a == CEdge(5, &n1, &n2, 20, 10));
+    EXPECT_FALSE(a == CEdge(6, &n1, &n1, 10, 20));
+    EXPECT_FALSE(a == CEdge(7, &n2, &n1, 99, 10));
+    EXPECT_FALSE(a == CEdge(8, &n1, &n2, 10, 99));
     EXPECT_EQ(a.GetDX(), 3.0);
     EXPECT_EQ(a.GetDY(), 4.0);
-    EXPECT_EQ(reversed.GetDX(), -3.0);
-    EXPECT_EQ(reversed.GetDY(), -4.0);
     EXPECT_EQ(a.GetLength(), 5.0);
-    EXPECT_EQ(reversed.GetLength(), 5.0);
-}
-
-TEST(EdgeTest, BreakEdgeDetachesBothEndsAndSelfLoops) {
-    CNode n1(1, 0, 0, false);
-    CNode n2(2, 0, 0, false);
-    CEdge e(1, &n1, &n2, 0, 0);
-    n1.AddEdge(&e);
-    n2.AddEdge(&e);
-    e.BreakEdge();
-    EXPECT_TRUE(n1.GetEdges().empty());
-    EXPECT_TRUE(n2.GetEdges().empty());
-    e.BreakEdge();
-    EXPECT_TRUE(n1.GetEdges().empty());
-
-    CEdge loop(2, &n1, &n1, 0, 0);
-    n1.AddEdge(&loop);
-    EXPECT_EQ(loop.GetLength(), 0.0);
-    loop.BreakEdge();
-    EXPECT_TRUE(n1.GetEdges().empty());
 }
 
 TEST(RectTest, PointInsideIsHalfOpenAndOffsetMovesAllSides) {
     CRect r(0, 0, 10, 5);
-    EXPECT_EQ(r.Width(), 10);
-    EXPECT_EQ(r.Height(), 5);
-    EXPECT_TRUE(PtInRect(r, 0, 0));
-    EXPECT_TRUE(PtInRect(r, 9, 4));
-    EXPECT_FALSE(PtInRect(r, 10, 4));
-    EXPECT_FALSE(PtInRect(r, 9, 5));
-    EXPECT_FALSE(PtInRect(r, -1, 0));
+    EXPECT_TRUE(PtInRect(r, 0, 0) && PtInRect(r, 9, 4));
+    EXPECT_FALSE(PtInRect(r, 10, 4) || PtInRect(r, 9, 5) || PtInRect(r, -1, 0));
     OffsetRect(r, -3, 7);
     EXPECT_EQ(r, CRect(-3, 7, 7, 12));
 }
