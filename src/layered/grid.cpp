@@ -16,16 +16,16 @@ bool CLayeredLayout::AssignGridPositions() {
         // Two-sided: the first group node grows upward, the others downward.
         const int base = m_iMaxLevel;
         const std::vector<CLayerNode*>& groups = m_pRoot->m_vecChildren;
-        NextStamp();
+        NewVisitStamp();
         for (std::size_t i = 0; i < groups.size(); ++i) {
             groups[i]->m_iRow = i == 0 ? base : base - 1;
             AssignRowsAndCount(groups[i], i == 0 ? -1 : 1, table);
         }
-        NextStamp();
+        NewVisitStamp();
         for (CLayerNode* group : groups) {
             ComputeRowCapacity(group, table);
         }
-        NextStamp();
+        NewVisitStamp();
         for (std::size_t i = 0; i < groups.size(); ++i) {
             groups[i]->m_iRow = i == 0 ? base : base - 1;
             AssignColumns(groups[i], i == 0 ? -1 : 1, 0);
@@ -33,11 +33,11 @@ bool CLayeredLayout::AssignGridPositions() {
         return true;
     }
     m_pRoot->m_iRow = -1;
-    NextStamp();
+    NewVisitStamp();
     AssignRowsAndCount(m_pRoot, 1, table);
-    NextStamp();
+    NewVisitStamp();
     ComputeRowCapacity(m_pRoot, table);
-    NextStamp();
+    NewVisitStamp();
     AssignColumns(m_pRoot, 1, 0);
     return true;
 }
@@ -55,7 +55,7 @@ void CLayeredLayout::AssignRowsAndCount(CLayerNode* node, int dir, RowTable& tab
         std::size_t child;
         bool inChildren;
     };
-    const int stamp = m_iVisitStamp;
+    const netloom::layered::PassMark stamp = CurrentVisitStamp();
     std::vector<Frame> stack;
     auto enter = [&](CLayerNode* v) {
         if (!v->m_setSiblings.empty()) {
@@ -71,13 +71,13 @@ void CLayeredLayout::AssignRowsAndCount(CLayerNode* node, int dir, RowTable& tab
             CLayerNode* next = nullptr;
             while (f.sibling != v->m_setSiblings.end()) {
                 CLayerNode* p = *f.sibling++;
-                if (p != nullptr && p->m_iVisitStamp != stamp && p->m_vecParents.empty()) {
+                if (p != nullptr && !stamp.Holds(p->m_iVisitStamp) && p->m_vecParents.empty()) {
                     next = p;
                     break;
                 }
             }
             if (next != nullptr) {
-                next->m_iVisitStamp = stamp;
+                stamp.Set(next->m_iVisitStamp);
                 next->m_iRow = v->m_iRow;
                 ++table[v->m_iRow].count;
                 enter(next); // may move the stack: f is not used below
@@ -91,7 +91,7 @@ void CLayeredLayout::AssignRowsAndCount(CLayerNode* node, int dir, RowTable& tab
         CLayerNode* next = nullptr;
         while (f.child < v->m_vecChildren.size()) {
             CLayerNode* k = v->m_vecChildren[f.child++];
-            if (k->m_iVisitStamp != stamp) {
+            if (!stamp.Holds(k->m_iVisitStamp)) {
                 next = k;
                 break;
             }
@@ -101,7 +101,7 @@ void CLayeredLayout::AssignRowsAndCount(CLayerNode* node, int dir, RowTable& tab
             continue;
         }
         const int row = v->m_iRow + dir;
-        next->m_iVisitStamp = stamp;
+        stamp.Set(next->m_iVisitStamp);
         next->m_iRow = row;
         ++table[row].count;
         enter(next);
@@ -126,7 +126,7 @@ void CLayeredLayout::ComputeRowCapacity(CLayerNode* node, RowTable& table) {
         CLayerNode* current = nullptr;
         LayerNodeSet::const_iterator sibling;
     };
-    const int stamp = m_iVisitStamp;
+    const netloom::layered::PassMark stamp = CurrentVisitStamp();
     std::vector<Frame> stack;
     auto enter = [&stack](CLayerNode* v) {
         if (v != nullptr && !v->m_vecChildren.empty()) {
@@ -159,8 +159,7 @@ void CLayeredLayout::ComputeRowCapacity(CLayerNode* node, RowTable& table) {
                     descend = y;
                     break;
                 }
-                if (y->m_iVisitStamp != stamp) {
-                    y->m_iVisitStamp = stamp;
+                if (stamp.Claim(y->m_iVisitStamp)) {
                     ++f.leafCount;
                     f.queue.push_back(y);
                 }
@@ -173,10 +172,9 @@ void CLayeredLayout::ComputeRowCapacity(CLayerNode* node, RowTable& table) {
         CLayerNode* descend = nullptr;
         while (f.child < v->m_vecChildren.size()) {
             CLayerNode* k = v->m_vecChildren[f.child++];
-            if (k->m_iVisitStamp == stamp) {
+            if (!stamp.Claim(k->m_iVisitStamp)) {
                 continue;
             }
-            k->m_iVisitStamp = stamp;
             if (!k->m_vecChildren.empty()) {
                 f.allLeaves = false;
                 descend = k;
@@ -235,9 +233,9 @@ int CLayeredLayout::AssignColumns(CLayerNode* node, int dir, int next) {
         LayerNodeSet::const_iterator sibling;
         CLayerNode* pending; // neighbour whose placement is under way
     };
-    const int stamp = m_iVisitStamp;
+    const netloom::layered::PassMark stamp = CurrentVisitStamp();
     const int unit = m_iColUnit;
-    if (node == nullptr || node->m_iVisitStamp == stamp) {
+    if (node == nullptr || stamp.Holds(node->m_iVisitStamp)) {
         return next;
     }
     std::vector<Frame> stack;
@@ -258,7 +256,7 @@ int CLayeredLayout::AssignColumns(CLayerNode* node, int dir, int next) {
             CLayerNode* descend = nullptr;
             while (f.child < v->m_vecChildren.size()) {
                 CLayerNode* k = v->m_vecChildren[f.child++];
-                if (k->m_iVisitStamp != stamp) {
+                if (!stamp.Holds(k->m_iVisitStamp)) {
                     k->m_iRow = v->m_iRow + dir;
                     descend = k;
                     break;
@@ -273,7 +271,7 @@ int CLayeredLayout::AssignColumns(CLayerNode* node, int dir, int next) {
             }
             if (!v->m_vecChildren.empty()) {
                 f.next = WrapLeafRows(v, dir, f.start, f.next);
-                v->m_iVisitStamp = stamp;
+                stamp.Set(v->m_iVisitStamp);
                 v->m_iCol = MidColumnOfChildren(v);
                 if (v->m_iCol < f.start) {
                     v->m_iCol = f.start;
@@ -289,7 +287,7 @@ int CLayeredLayout::AssignColumns(CLayerNode* node, int dir, int next) {
                 f.rightFree = v->m_iCol + unit;
                 f.phase = Phase::ParentNeighbours;
             } else {
-                v->m_iVisitStamp = stamp;
+                stamp.Set(v->m_iVisitStamp);
                 v->m_iCol = f.next;
                 f.next = f.next + unit;
                 f.phase = Phase::LeafNeighbours;
@@ -307,7 +305,7 @@ int CLayeredLayout::AssignColumns(CLayerNode* node, int dir, int next) {
         int from = 0;
         while (f.sibling != v->m_setSiblings.end()) {
             CLayerNode* p = *f.sibling++;
-            if (!p->m_vecParents.empty() || p->m_iVisitStamp == stamp) {
+            if (!p->m_vecParents.empty() || stamp.Holds(p->m_iVisitStamp)) {
                 continue;
             }
             p->m_iRow = v->m_iRow;
@@ -319,11 +317,11 @@ int CLayeredLayout::AssignColumns(CLayerNode* node, int dir, int next) {
             if (f.leftFree >= f.start && p->m_vecChildren.empty() && p->m_setSiblings.size() < 2) {
                 p->m_iCol = f.leftFree;
                 f.leftFree -= unit;
-                p->m_iVisitStamp = stamp;
+                stamp.Set(p->m_iVisitStamp);
             } else if (p->m_vecChildren.empty()) {
                 p->m_iCol = f.rightFree;
                 f.rightFree += unit;
-                p->m_iVisitStamp = stamp;
+                stamp.Set(p->m_iVisitStamp);
             } else {
                 descend = p;
                 from = std::max(f.next, f.rightFree);
