@@ -11,34 +11,39 @@
 // that of the recursive description.
 
 bool CLayeredLayout::AssignGridPositions() {
-    RowTable table;
+    // Where each side starts: its first node, that node's row and the direction
+    // in which the rows grow.
+    struct Side {
+        CLayerNode* node;
+        int row;
+        int dir;
+    };
+    std::vector<Side> sides;
     if (!m_pRoot->m_vecChildren.empty() && m_pRoot->m_vecChildren.front()->m_iID < 0) {
         // Two-sided: the first group node grows upward, the others downward.
         const int base = m_iMaxLevel;
-        const std::vector<CLayerNode*>& groups = m_pRoot->m_vecChildren;
-        NewVisitStamp();
-        for (std::size_t i = 0; i < groups.size(); ++i) {
-            groups[i]->m_iRow = i == 0 ? base : base - 1;
-            AssignRowsAndCount(groups[i], i == 0 ? -1 : 1, table);
+        for (CLayerNode* group : m_pRoot->m_vecChildren) {
+            const bool first = sides.empty();
+            sides.push_back(Side{group, first ? base : base - 1, first ? -1 : 1});
         }
-        NewVisitStamp();
-        for (CLayerNode* group : groups) {
-            ComputeRowCapacity(group, table);
-        }
-        NewVisitStamp();
-        for (std::size_t i = 0; i < groups.size(); ++i) {
-            groups[i]->m_iRow = i == 0 ? base : base - 1;
-            AssignColumns(groups[i], i == 0 ? -1 : 1, 0);
-        }
-        return true;
+    } else {
+        sides.push_back(Side{m_pRoot, -1, 1});
     }
-    m_pRoot->m_iRow = -1;
+    RowTable table;
     NewVisitStamp();
-    AssignRowsAndCount(m_pRoot, 1, table);
+    for (const Side& side : sides) {
+        side.node->m_iRow = side.row;
+        AssignRowsAndCount(side.node, side.dir, table);
+    }
     NewVisitStamp();
-    ComputeRowCapacity(m_pRoot, table);
+    for (const Side& side : sides) {
+        ComputeRowCapacity(side.node, table);
+    }
     NewVisitStamp();
-    AssignColumns(m_pRoot, 1, 0);
+    for (const Side& side : sides) {
+        side.node->m_iRow = side.row;
+        AssignColumns(side.node, side.dir, 0);
+    }
     return true;
 }
 
