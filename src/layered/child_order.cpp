@@ -9,15 +9,14 @@ bool CLayeredLayout::FewerChildrenFirst(const CLayerNode* a, const CLayerNode* b
 // Children with the most children of their own go to the middle of their
 // parent's list, the smallest to the two ends.
 bool CLayeredLayout::OrderChildrenCenterOut() {
-    const int stamp = NextStamp();
+    const netloom::layered::PassMark stamp = NewVisitStamp();
     std::vector<CLayerNode*> queue{m_pRoot};
-    m_pRoot->m_iVisitStamp = stamp;
+    stamp.Set(m_pRoot->m_iVisitStamp);
     std::vector<CLayerNode*> sorted;
     for (std::size_t head = 0; head < queue.size(); ++head) {
         CLayerNode* node = queue[head];
         for (CLayerNode* child : node->m_vecChildren) {
-            if (child->m_iVisitStamp != stamp) {
-                child->m_iVisitStamp = stamp;
+            if (stamp.Claim(child->m_iVisitStamp)) {
                 queue.push_back(child);
             }
         }

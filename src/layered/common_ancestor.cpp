@@ -66,11 +66,11 @@ bool IsFull(const std::uint64_t* mask, std::size_t bits) {
 // a step holds a node above every member (its index is returned, the candidates
 // listed in cone.candidateEntries) or a step misses a member (-1; the frontiers
 // of the steps before it are kept). Entries are (node, step) pairs; a node's
-// scratch position points at its newest entry.
+// walk index points at its newest entry.
 int CLayeredLayout::BuildAncestorCone(const LayerNodeList& group, AncestorCone& cone) {
     const std::size_t members = group.size();
     const std::size_t words = Words(members);
-    const int pass = NextScratchPass();
+    const netloom::layered::PassMark pass = NewWalkMark();
     cone.nodes.assign(group.begin(), group.end());
     cone.stepStart.assign(1, 0);
     cone.parentStart.assign(1, 0);
@@ -78,8 +78,8 @@ int CLayeredLayout::BuildAncestorCone(const LayerNodeList& group, AncestorCone& 
     cone.memberMasks.assign(members * words, 0);
     cone.candidateEntries.clear();
     for (std::size_t m = 0; m < members; ++m) {
-        group[m]->m_iScratchPass = pass;
-        group[m]->m_iScratchPos = static_cast<std::int32_t>(m);
+        pass.Set(group[m]->m_iWalkMark);
+        group[m]->m_iWalkIndex = static_cast<std::int32_t>(m);
         cone.memberMasks[m * words + m / 64] |= kOne << (m % 64);
     }
     cone.stepStart.push_back(static_cast<std::uint32_t>(members));
@@ -108,11 +108,11 @@ int CLayeredLayout::BuildAncestorCone(const LayerNodeList& group, AncestorCone& 
         }
         for (std::size_t e = begin; e < end; ++e) {
             for (CLayerNode* parent : cone.nodes[e]->m_vecParents) {
-                std::size_t index = static_cast<std::size_t>(parent->m_iScratchPos);
-                if (parent->m_iScratchPass != pass || index < end) {
+                std::size_t index = static_cast<std::size_t>(parent->m_iWalkIndex);
+                if (!pass.Holds(parent->m_iWalkMark) || index < end) {
                     index = cone.nodes.size();
-                    parent->m_iScratchPass = pass;
-                    parent->m_iScratchPos = static_cast<std::int32_t>(index);
+                    pass.Set(parent->m_iWalkMark);
+                    parent->m_iWalkIndex = static_cast<std::int32_t>(index);
                     cone.nodes.push_back(parent);
                     cone.memberMasks.resize(cone.memberMasks.size() + words, 0);
                 }
@@ -240,6 +240,7 @@ CLayerNode* CLayeredLayout::FindCommonAncestor(LayerNodeList group, int searchSt
         return nullptr;
     }
     AncestorCone& cone = m_ancestorCone;
+    const netloom::layered::PassMark search(searchStamp);
     const int meet = BuildAncestorCone(group, cone);
     CLayerNode* ancestor = nullptr;
     std::size_t stampedEnd = cone.nodes.size();
@@ -248,14 +249,14 @@ CLayerNode* CLayeredLayout::FindCommonAncestor(LayerNodeList group, int searchSt
         stampedEnd = cone.stepStart[static_cast<std::size_t>(meet)];
         for (std::size_t e = stampedEnd; e < cone.nodes.size(); ++e) {
             if (cone.reached[e]) {
-                cone.nodes[e]->m_iVisitStamp = searchStamp;
+                search.Set(cone.nodes[e]->m_iVisitStamp);
             }
         }
     } else {
         stampedEnd = cone.stepStart.back();
     }
     for (std::size_t e = 0; e < stampedEnd; ++e) {
-        cone.nodes[e]->m_iVisitStamp = searchStamp;
+        search.Set(cone.nodes[e]->m_iVisitStamp);
     }
     return ancestor;
 }

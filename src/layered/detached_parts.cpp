@@ -20,15 +20,14 @@ bool CLayeredLayout::AttachDetachedParts() {
     }
 
     // Reach pass: child links, and same-level links to parentless nodes.
-    const int reached = NextStamp();
+    const netloom::layered::PassMark reached = NewVisitStamp();
     std::deque<CLayerNode*> queue{m_pRoot};
     while (!queue.empty()) {
         CLayerNode* node = queue.front();
         queue.pop_front();
-        if (node->m_iVisitStamp == reached) {
+        if (!reached.Claim(node->m_iVisitStamp)) {
             continue;
         }
-        node->m_iVisitStamp = reached;
         for (CLayerNode* neighbour : node->m_setSiblings) {
             if (neighbour->m_vecParents.empty()) {
                 queue.push_back(neighbour);
@@ -38,12 +37,12 @@ bool CLayeredLayout::AttachDetachedParts() {
     }
 
     for (CLayerNode* start : GetLayerNodesById()) {
-        if (!start->m_vecParents.empty() || start->m_iVisitStamp >= reached) {
+        if (!start->m_vecParents.empty() || reached.Reached(start->m_iVisitStamp)) {
             continue;
         }
         // Collect the part: its members by level, with and without parents, and
         // the reached nodes it touches.
-        const int part = NextStamp();
+        const netloom::layered::PassMark part = NewVisitStamp();
         LevelSets parentless;
         LevelSets parented;
         LevelSets boundary;
@@ -51,15 +50,15 @@ bool CLayeredLayout::AttachDetachedParts() {
         while (!queue.empty()) {
             CLayerNode* node = queue.front();
             queue.pop_front();
-            if (node->m_iVisitStamp == part) {
+            if (part.Holds(node->m_iVisitStamp)) {
                 continue;
             }
-            if (node->m_iVisitStamp >= reached) {
+            if (reached.Reached(node->m_iVisitStamp)) {
                 boundary[node->m_iLevel].insert(node);
                 continue;
             }
             (node->m_vecParents.empty() ? parentless : parented)[node->m_iLevel].insert(node);
-            node->m_iVisitStamp = part;
+            part.Set(node->m_iVisitStamp);
             queue.insert(queue.end(), node->m_vecParents.begin(), node->m_vecParents.end());
             queue.insert(queue.end(), node->m_vecChildren.begin(), node->m_vecChildren.end());
             queue.insert(queue.end(), node->m_setSiblings.begin(), node->m_setSiblings.end());
@@ -67,7 +66,7 @@ bool CLayeredLayout::AttachDetachedParts() {
 
         // Thin the parentless members: of each group joined by same-level links
         // only the first stays, and a group touching a member with parents goes.
-        const int thinned = NextStamp();
+        const netloom::layered::PassMark thinned = NewVisitStamp();
         for (auto level = parentless.begin(); level != parentless.end();) {
             LayerNodeSet& members = level->second;
             LayerNodeSet removed;
@@ -76,10 +75,10 @@ bool CLayeredLayout::AttachDetachedParts() {
                 while (!queue.empty()) {
                     CLayerNode* node = queue.front();
                     queue.pop_front();
-                    if (node->m_iVisitStamp != part) {
+                    if (!part.Holds(node->m_iVisitStamp)) {
                         continue;
                     }
-                    node->m_iVisitStamp = thinned;
+                    thinned.Set(node->m_iVisitStamp);
                     if (node != first && members.count(node) != 0) {
                         removed.insert(node);
                     }
@@ -128,18 +127,17 @@ bool CLayeredLayout::AttachDetachedParts() {
         } else if (!boundary.empty()) {
             // Climb from the lowest boundary node to a node on the member's
             // level, or to the node just below it. Each node is expanded once.
-            const int climb = NextScratchPass();
+            const netloom::layered::PassMark climb = NewWalkMark();
             queue.assign(1, *boundary.begin()->second.begin());
             while (!queue.empty() && anchor == nullptr) {
                 CLayerNode* node = queue.front();
                 queue.pop_front();
-                if (node->m_iScratchPass == climb) {
+                if (!climb.Claim(node->m_iWalkMark)) {
                     continue;
                 }
-                node->m_iScratchPass = climb;
                 for (CLayerNode* parent : node->m_vecParents) {
-                    if (parent->m_iVisitStamp < reached || parent->m_iVisitStamp >= part ||
-                        parent == member) {
+                    if (!reached.Reached(parent->m_iVisitStamp) ||
+                        part.Reached(parent->m_iVisitStamp) || parent == member) {
                         continue;
                     }
                     if (parent->m_iLevel == member->m_iLevel) {
@@ -154,7 +152,7 @@ bool CLayeredLayout::AttachDetachedParts() {
                 }
                 if (anchor == nullptr && node->m_vecParents.empty()) {
                     for (CLayerNode* neighbour : node->m_setSiblings) {
-                        if (neighbour->m_iVisitStamp < part) {
+                        if (!part.Reached(neighbour->m_iVisitStamp)) {
                             queue.push_back(neighbour);
                         }
                     }

@@ -11,25 +11,24 @@ const int kNeighbourGroupMark = 1100;
 
 // The nodes reached from the root through the child lists, in depth-first
 // post-order (children before parents); a link back into the path being walked
-// is ignored. Each node's scratch position becomes its index in the order.
-void PostOrder(CLayerNode* root, std::vector<CLayerNode*>& order, int pass) {
+// is ignored. Each node's walk index becomes its index in the order.
+void PostOrder(CLayerNode* root, std::vector<CLayerNode*>& order, netloom::layered::PassMark pass) {
     struct Frame {
         CLayerNode* node;
         std::size_t next;
     };
     std::vector<Frame> stack{{root, 0}};
-    root->m_iScratchPass = pass;
+    pass.Set(root->m_iWalkMark);
     while (!stack.empty()) {
         Frame& top = stack.back();
         if (top.next < top.node->m_vecChildren.size()) {
             CLayerNode* child = top.node->m_vecChildren[top.next++];
-            if (child->m_iScratchPass != pass) {
-                child->m_iScratchPass = pass;
+            if (pass.Claim(child->m_iWalkMark)) {
                 stack.push_back({child, 0});
             }
             continue;
         }
-        top.node->m_iScratchPos = static_cast<int>(order.size());
+        top.node->m_iWalkIndex = static_cast<int>(order.size());
         order.push_back(top.node);
         stack.pop_back();
     }
@@ -48,9 +47,9 @@ void PostOrder(CLayerNode* root, std::vector<CLayerNode*>& order, int pass) {
 // queued: the pass stays linear in practice and exact.
 template <class Work, class MayStop>
 void CLayeredLayout::RunGatheringPass(Work work, MayStop mayStop) {
-    const int stamp = ++m_iVisitStamp;
+    const netloom::layered::PassMark stamp = NewVisitStamp();
     int extra = 0;
-    const int pass = NextScratchPass();
+    const netloom::layered::PassMark pass = NewWalkMark();
     std::vector<CLayerNode*> order;
     PostOrder(m_pRoot, order, pass);
     // The length of every path from the root to a node, when all have one
@@ -61,7 +60,7 @@ void CLayeredLayout::RunGatheringPass(Work work, MayStop mayStop) {
     for (std::size_t i = order.size(); i-- > 0;) {
         const int d = depth[i];
         for (const CLayerNode* child : order[i]->m_vecChildren) {
-            int& c = depth[static_cast<std::size_t>(child->m_iScratchPos)];
+            int& c = depth[static_cast<std::size_t>(child->m_iWalkIndex)];
             c = d < 0 || (c != -2 && c != d + 1) ? -1 : d + 1;
         }
     }
@@ -69,7 +68,7 @@ void CLayeredLayout::RunGatheringPass(Work work, MayStop mayStop) {
         int common = -1;
         for (const CLayerNode* m : members) {
             const int d =
-                m->m_iScratchPass == pass ? depth[static_cast<std::size_t>(m->m_iScratchPos)] : -1;
+                pass.Holds(m->m_iWalkMark) ? depth[static_cast<std::size_t>(m->m_iWalkIndex)] : -1;
             if (d < 0 || (common >= 0 && d != common)) {
                 return false;
             }
@@ -80,13 +79,13 @@ void CLayeredLayout::RunGatheringPass(Work work, MayStop mayStop) {
     for (CLayerNode* node : order) {
         int need = 0;
         for (const CLayerNode* child : node->m_vecChildren) {
-            need = std::max(need, child->m_iPassCap);
+            need = std::max(need, child->m_iGatherCopies);
         }
-        node->m_iPassCap = std::max(1, need + (mayStop(node, meetSurely) ? 1 : 0));
-        node->m_iPassQueued = 0;
+        node->m_iGatherCopies = std::max(1, need + (mayStop(node, meetSurely) ? 1 : 0));
+        node->m_iGatherQueued = 0;
     }
     std::deque<CLayerNode*> queue{m_pRoot};
-    m_pRoot->m_iPassQueued = 1;
+    m_pRoot->m_iGatherQueued = 1;
     while (!queue.empty()) {
         CLayerNode* node = queue.front();
         queue.pop_front();
@@ -94,13 +93,13 @@ void CLayeredLayout::RunGatheringPass(Work work, MayStop mayStop) {
             continue;
         }
         for (CLayerNode* child : node->m_vecChildren) {
-            if (child->m_iPassQueued < child->m_iPassCap) {
-                ++child->m_iPassQueued;
+            if (child->m_iGatherQueued < child->m_iGatherCopies) {
+                ++child->m_iGatherQueued;
                 queue.push_back(child);
             }
         }
     }
-    m_iVisitStamp += extra;
+    SkipVisitStamps(extra);
 }
 
 // The members of N's neighbour group: N, then every same-level neighbour none of
@@ -125,16 +124,16 @@ static void BuildNeighbourGroup(CLayerNode* node, LayerNodeList& group) {
 // end of the first reached parent's list and to the front of the others'.
 bool CLayeredLayout::GatherSharedChildParents() {
     RunGatheringPass(
-        [this](CLayerNode* node, int stamp, int& extra) {
-            if (node->m_iVisitStamp >= stamp) {
+        [this](CLayerNode* node, netloom::layered::PassMark stamp, int& extra) {
+            if (stamp.Reached(node->m_iVisitStamp)) {
                 return true;
             }
-            node->m_iVisitStamp = stamp;
+            stamp.Set(node->m_iVisitStamp);
             if (node->m_vecParents.size() <= 1) {
                 return true;
             }
             ++extra;
-            const int searchStamp = stamp + extra;
+            const int searchStamp = stamp.Value() + extra;
             CLayerNode* ancestor = FindCommonAncestor(node->m_vecParents, searchStamp);
             if (ancestor == nullptr) {
                 return false;
@@ -171,18 +170,18 @@ bool CLayeredLayout::GatherSharedChildParents() {
 // each member toward the others in its parents' lists.
 bool CLayeredLayout::GatherNeighbourGroups() {
     RunGatheringPass(
-        [this](CLayerNode* node, int stamp, int& extra) {
-            if (node->m_iVisitStamp >= stamp || node->m_setSiblings.empty()) {
+        [this](CLayerNode* node, netloom::layered::PassMark stamp, int& extra) {
+            if (stamp.Reached(node->m_iVisitStamp) || node->m_setSiblings.empty()) {
                 return true;
             }
-            node->m_iVisitStamp = stamp;
+            stamp.Set(node->m_iVisitStamp);
             ++extra;
             LayerNodeList group;
             BuildNeighbourGroup(node, group);
             if (group.size() < 2) {
                 return false;
             }
-            const int searchStamp = stamp + extra;
+            const int searchStamp = stamp.Value() + extra;
             CLayerNode* ancestor = FindCommonAncestor(group, searchStamp);
             if (ancestor == nullptr) {
                 return false;

@@ -11,34 +11,39 @@
 // that of the recursive description.
 
 bool CLayeredLayout::AssignGridPositions() {
-    RowTable table;
+    // Where each side starts: its first node, that node's row and the direction
+    // in which the rows grow.
+    struct Side {
+        CLayerNode* node;
+        int row;
+        int dir;
+    };
+    std::vector<Side> sides;
     if (!m_pRoot->m_vecChildren.empty() && m_pRoot->m_vecChildren.front()->m_iID < 0) {
         // Two-sided: the first group node grows upward, the others downward.
         const int base = m_iMaxLevel;
-        const std::vector<CLayerNode*>& groups = m_pRoot->m_vecChildren;
-        NextStamp();
-        for (std::size_t i = 0; i < groups.size(); ++i) {
-            groups[i]->m_iRow = i == 0 ? base : base - 1;
-            AssignRowsAndCount(groups[i], i == 0 ? -1 : 1, table);
+        for (CLayerNode* group : m_pRoot->m_vecChildren) {
+            const bool first = sides.empty();
+            sides.push_back(Side{group, first ? base : base - 1, first ? -1 : 1});
         }
-        NextStamp();
-        for (CLayerNode* group : groups) {
-            ComputeRowCapacity(group, table);
-        }
-        NextStamp();
-        for (std::size_t i = 0; i < groups.size(); ++i) {
-            groups[i]->m_iRow = i == 0 ? base : base - 1;
-            AssignColumns(groups[i], i == 0 ? -1 : 1, 0);
-        }
-        return true;
+    } else {
+        sides.push_back(Side{m_pRoot, -1, 1});
     }
-    m_pRoot->m_iRow = -1;
-    NextStamp();
-    AssignRowsAndCount(m_pRoot, 1, table);
-    NextStamp();
-    ComputeRowCapacity(m_pRoot, table);
-    NextStamp();
-    AssignColumns(m_pRoot, 1, 0);
+    RowTable table;
+    NewVisitStamp();
+    for (const Side& side : sides) {
+        side.node->m_iRow = side.row;
+        AssignRowsAndCount(side.node, side.dir, table);
+    }
+    NewVisitStamp();
+    for (const Side& side : sides) {
+        ComputeRowCapacity(side.node, table);
+    }
+    NewVisitStamp();
+    for (const Side& side : sides) {
+        side.node->m_iRow = side.row;
+        AssignColumns(side.node, side.dir, 0);
+    }
     return true;
 }
 
@@ -55,7 +60,7 @@ void CLayeredLayout::AssignRowsAndCount(CLayerNode* node, int dir, RowTable& tab
         std::size_t child;
         bool inChildren;
     };
-    const int stamp = m_iVisitStamp;
+    const netloom::layered::PassMark stamp = CurrentVisitStamp();
     std::vector<Frame> stack;
     auto enter = [&](CLayerNode* v) {
         if (!v->m_setSiblings.empty()) {
@@ -71,13 +76,13 @@ void CLayeredLayout::AssignRowsAndCount(CLayerNode* node, int dir, RowTable& tab
             CLayerNode* next = nullptr;
             while (f.sibling != v->m_setSiblings.end()) {
                 CLayerNode* p = *f.sibling++;
-                if (p != nullptr && p->m_iVisitStamp != stamp && p->m_vecParents.empty()) {
+                if (p != nullptr && !stamp.Holds(p->m_iVisitStamp) && p->m_vecParents.empty()) {
                     next = p;
                     break;
                 }
             }
             if (next != nullptr) {
-                next->m_iVisitStamp = stamp;
+                stamp.Set(next->m_iVisitStamp);
                 next->m_iRow = v->m_iRow;
                 ++table[v->m_iRow].count;
                 enter(next); // may move the stack: f is not used below
@@ -91,7 +96,7 @@ void CLayeredLayout::AssignRowsAndCount(CLayerNode* node, int dir, RowTable& tab
         CLayerNode* next = nullptr;
         while (f.child < v->m_vecChildren.size()) {
             CLayerNode* k = v->m_vecChildren[f.child++];
-            if (k->m_iVisitStamp != stamp) {
+            if (!stamp.Holds(k->m_iVisitStamp)) {
                 next = k;
                 break;
             }
@@ -101,7 +106,7 @@ void CLayeredLayout::AssignRowsAndCount(CLayerNode* node, int dir, RowTable& tab
             continue;
         }
         const int row = v->m_iRow + dir;
-        next->m_iVisitStamp = stamp;
+        stamp.Set(next->m_iVisitStamp);
         next->m_iRow = row;
         ++table[row].count;
         enter(next);
@@ -126,7 +131,7 @@ void CLayeredLayout::ComputeRowCapacity(CLayerNode* node, RowTable& table) {
         CLayerNode* current = nullptr;
         LayerNodeSet::const_iterator sibling;
     };
-    const int stamp = m_iVisitStamp;
+    const netloom::layered::PassMark stamp = CurrentVisitStamp();
     std::vector<Frame> stack;
     auto enter = [&stack](CLayerNode* v) {
         if (v != nullptr && !v->m_vecChildren.empty()) {
@@ -159,8 +164,7 @@ void CLayeredLayout::ComputeRowCapacity(CLayerNode* node, RowTable& table) {
                     descend = y;
                     break;
                 }
-                if (y->m_iVisitStamp != stamp) {
-                    y->m_iVisitStamp = stamp;
+                if (stamp.Claim(y->m_iVisitStamp)) {
                     ++f.leafCount;
                     f.queue.push_back(y);
                 }
@@ -173,10 +177,9 @@ void CLayeredLayout::ComputeRowCapacity(CLayerNode* node, RowTable& table) {
         CLayerNode* descend = nullptr;
         while (f.child < v->m_vecChildren.size()) {
             CLayerNode* k = v->m_vecChildren[f.child++];
-            if (k->m_iVisitStamp == stamp) {
+            if (!stamp.Claim(k->m_iVisitStamp)) {
                 continue;
             }
-            k->m_iVisitStamp = stamp;
             if (!k->m_vecChildren.empty()) {
                 f.allLeaves = false;
                 descend = k;
@@ -235,9 +238,9 @@ int CLayeredLayout::AssignColumns(CLayerNode* node, int dir, int next) {
         LayerNodeSet::const_iterator sibling;
         CLayerNode* pending; // neighbour whose placement is under way
     };
-    const int stamp = m_iVisitStamp;
+    const netloom::layered::PassMark stamp = CurrentVisitStamp();
     const int unit = m_iColUnit;
-    if (node == nullptr || node->m_iVisitStamp == stamp) {
+    if (node == nullptr || stamp.Holds(node->m_iVisitStamp)) {
         return next;
     }
     std::vector<Frame> stack;
@@ -258,7 +261,7 @@ int CLayeredLayout::AssignColumns(CLayerNode* node, int dir, int next) {
             CLayerNode* descend = nullptr;
             while (f.child < v->m_vecChildren.size()) {
                 CLayerNode* k = v->m_vecChildren[f.child++];
-                if (k->m_iVisitStamp != stamp) {
+                if (!stamp.Holds(k->m_iVisitStamp)) {
                     k->m_iRow = v->m_iRow + dir;
                     descend = k;
                     break;
@@ -273,7 +276,7 @@ int CLayeredLayout::AssignColumns(CLayerNode* node, int dir, int next) {
             }
             if (!v->m_vecChildren.empty()) {
                 f.next = WrapLeafRows(v, dir, f.start, f.next);
-                v->m_iVisitStamp = stamp;
+                stamp.Set(v->m_iVisitStamp);
                 v->m_iCol = MidColumnOfChildren(v);
                 if (v->m_iCol < f.start) {
                     v->m_iCol = f.start;
@@ -289,7 +292,7 @@ int CLayeredLayout::AssignColumns(CLayerNode* node, int dir, int next) {
                 f.rightFree = v->m_iCol + unit;
                 f.phase = Phase::ParentNeighbours;
             } else {
-                v->m_iVisitStamp = stamp;
+                stamp.Set(v->m_iVisitStamp);
                 v->m_iCol = f.next;
                 f.next = f.next + unit;
                 f.phase = Phase::LeafNeighbours;
@@ -307,7 +310,7 @@ int CLayeredLayout::AssignColumns(CLayerNode* node, int dir, int next) {
         int from = 0;
         while (f.sibling != v->m_setSiblings.end()) {
             CLayerNode* p = *f.sibling++;
-            if (!p->m_vecParents.empty() || p->m_iVisitStamp == stamp) {
+            if (!p->m_vecParents.empty() || stamp.Holds(p->m_iVisitStamp)) {
                 continue;
             }
             p->m_iRow = v->m_iRow;
@@ -319,11 +322,11 @@ int CLayeredLayout::AssignColumns(CLayerNode* node, int dir, int next) {
             if (f.leftFree >= f.start && p->m_vecChildren.empty() && p->m_setSiblings.size() < 2) {
                 p->m_iCol = f.leftFree;
                 f.leftFree -= unit;
-                p->m_iVisitStamp = stamp;
+                stamp.Set(p->m_iVisitStamp);
             } else if (p->m_vecChildren.empty()) {
                 p->m_iCol = f.rightFree;
                 f.rightFree += unit;
-                p->m_iVisitStamp = stamp;
+                stamp.Set(p->m_iVisitStamp);
             } else {
                 descend = p;
                 from = std::max(f.next, f.rightFree);

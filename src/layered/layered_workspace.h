@@ -3,7 +3,7 @@
 // Workspace of one tree or hierarchy layout: one layer node per node of the
 // component, the virtual root (id 0, level -1) and the dummy nodes (negative
 // ids) that the steps insert. Every step of the layering pipeline is a member of
-// CLayeredLayout; ArrangeLayers runs them in order.
+// CLayeredLayout; ArrangeLayers runs them in the order of its step table.
 
 #include <netloom/creation_order.h>
 #include <netloom/detail/flat_hash_map.h>
@@ -12,16 +12,48 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <queue>
 #include <set>
+#include <utility>
 #include <vector>
 
+class CLayeredLayout;
 class CNetworkGraph;
 class CNode;
 
 class CLayerNode;
 using LayerNodeSet = netloom::CreationOrderSet<CLayerNode>;
+
+namespace netloom::layered {
+
+// The mark of one walk over the layer nodes. Each walk draws a fresh value from
+// a counter that only grows, so a node is marked in this walk exactly when its
+// mark field holds the value, a field above it was marked by a later walk, and
+// no walk ever clears marks.
+class PassMark {
+public:
+    explicit PassMark(std::int32_t value) : m_value(value) {}
+    std::int32_t Value() const { return m_value; }
+    bool Holds(std::int32_t field) const { return field == m_value; }
+    // Marked by this walk or a later one.
+    bool Reached(std::int32_t field) const { return field >= m_value; }
+    void Set(std::int32_t& field) const { field = m_value; }
+    // Marks the field; false when this walk had marked it already.
+    bool Claim(std::int32_t& field) const {
+        if (field == m_value) {
+            return false;
+        }
+        field = m_value;
+        return true;
+    }
+
+private:
+    std::int32_t m_value;
+};
+
+} // namespace netloom::layered
 
 // One node of the layered structure. Deleted by the workspace only.
 class CLayerNode : public netloom::CreationOrdered {
@@ -45,16 +77,18 @@ public:
     std::int32_t m_iRowCapacity = 0x7fffffff;
     std::int32_t m_iPinMark = 0;
 
-    // Scratch of single passes, apart from the visit marks: the pass that last
-    // touched the node and a position it noted.
-    std::int32_t m_iScratchPass = 0;
-    std::int32_t m_iScratchPos = 0;
-    // Gathering passes: how many times the node may still be queued, and how
-    // many times it was.
-    std::int32_t m_iPassCap = 0;
-    std::int32_t m_iPassQueued = 0;
-    // Walk mark of SplitByFirstReached.
+    // Scratch of single walks, apart from the visit stamps: the walk that last
+    // reached the node, and the node's index in that walk's arrays (its
+    // post-order position, ancestor-cone entry or child-list slot).
     std::int32_t m_iWalkMark = 0;
+    std::int32_t m_iWalkIndex = 0;
+    // A second walk mark, for a walk that runs while m_iWalkMark holds the
+    // region it is confined to (PinPathChildren).
+    std::int32_t m_iInnerWalkMark = 0;
+    // Gathering passes: how many copies of the node a pass may queue, and how
+    // many it has queued.
+    std::int32_t m_iGatherCopies = 0;
+    std::int32_t m_iGatherQueued = 0;
 };
 
 // Ordered by creation, as a node set of the common-ancestor search.
@@ -86,6 +120,26 @@ struct RowTally {
 };
 using RowTable = std::map<int, RowTally>;
 
+namespace netloom::layered {
+
+// One step of the layering pipeline: its name and the member that runs it.
+struct LayeredStep {
+    const char* name;
+    bool (CLayeredLayout::*run)();
+};
+
+// What a step hook tells the pipeline: go on, leave the step out (before it
+// only), or end the pipeline there as a failing step would.
+enum class HookAnswer { Go, SkipStep, Stop };
+
+// Called before (after == false) and after each step that ArrangeLayers runs,
+// so that a caller can inspect or prepare the workspace between steps, replace
+// a step, or stop after any of them.
+using StepHook =
+    std::function<HookAnswer(CLayeredLayout& layout, const LayeredStep& step, bool after)>;
+
+} // namespace netloom::layered
+
 class CLayeredLayout {
 public:
     CLayeredLayout(CNetworkGraph* graph, int colUnit);
@@ -96,11 +150,23 @@ public:
     // Shared operations.
     CLayerNode* GetOrCreateLayerNode(int id, int level);
     int NewDummyID() { return --m_iLastDummyID; }
+    // Visit stamps: a pass takes a fresh one; a pass that hands further stamps
+    // to its searches (stamp + 1, stamp + 2, ...) skips them afterwards, so that
+    // every later pass starts above every stamp written.
+    netloom::layered::PassMark NewVisitStamp() {
+        return netloom::layered::PassMark(++m_iVisitStamp);
+    }
+    void SkipVisitStamps(int count) { m_iVisitStamp += count; }
     int GetColUnit() const { return m_iColUnit; }
     bool IsLayoutEdge(int edgeID) const;
 
-    // The layering pipeline.
+    // The layering pipeline: the steps of Steps(), in order, until one fails.
     bool ArrangeLayers();
+    static const std::vector<netloom::layered::LayeredStep>& Steps();
+    void SetStepHook(netloom::layered::StepHook hook) { m_stepHook = std::move(hook); }
+
+    // Levels: the default ones, or those of the graph's layout strategy.
+    bool ChooseLevels();
 
     // Layout edges and default levels.
     bool CollectLayoutEdges();
@@ -140,6 +206,9 @@ public:
     bool IsCellOccupied(int row, int col) const;
     void MarkCellOccupied(int row, int col);
 
+    // The greatest row and column of all layer nodes.
+    bool MeasureGridExtents();
+
     // Grid records, filed by their vertical grid coordinate.
     bool CollectGridRecords(std::map<int, std::vector<_tagNode>>& rows);
 
@@ -161,13 +230,7 @@ public:
     int GetMaxRow() const { return m_iMaxRow; }
     int GetMaxCol() const { return m_iMaxCol; }
     int GetMaxColCount() const { return m_iMaxColCount; }
-    void SetExtents(int maxRow, int maxCol) {
-        m_iMaxRow = maxRow;
-        m_iMaxCol = maxCol;
-    }
     int GetVisitStamp() const { return m_iVisitStamp; }
-    void SetVisitStamp(int stamp) { m_iVisitStamp = stamp; }
-    void SetMaxColCount(int count) { m_iMaxColCount = count; }
 
 private:
     // Builds the id map from the component's ids and the extra ids.
@@ -177,7 +240,14 @@ private:
         parent->AddChild(child);
         child->AddParent(parent);
     }
-    int NextStamp() { return ++m_iVisitStamp; }
+    // The stamp of the pass under way, for the parts of a pass.
+    netloom::layered::PassMark CurrentVisitStamp() const {
+        return netloom::layered::PassMark(m_iVisitStamp);
+    }
+    // A fresh mark for the scratch fields (m_iWalkMark, m_iInnerWalkMark).
+    netloom::layered::PassMark NewWalkMark() {
+        return netloom::layered::PassMark(++m_iWalkCounter);
+    }
     // The frame of both gathering passes; work(N, S, extra) returns whether N's
     // children are queued from this visit, and mayStop(N, meetSurely) whether
     // it can return false.
@@ -185,7 +255,6 @@ private:
     // Moves one node in one parent's list; true when the push goes on upward.
     bool PushInParent(CLayerNode* stop, CLayerNode* parent, CLayerNode* node, bool towardEnd,
                       int mark);
-    int NextScratchPass() { return ++m_iScratchPass; }
     // The two halves of FindCommonAncestor.
     int BuildAncestorCone(const LayerNodeList& group, netloom::layered::AncestorCone& cone);
     CLayerNode* GreedyFirstSingleton(int meet, netloom::layered::AncestorCone& cone);
@@ -208,12 +277,13 @@ private:
     std::int32_t m_iMaxColCount;
     std::int32_t m_iColUnit;
 
-    std::int32_t m_iScratchPass = 0;
+    std::int32_t m_iWalkCounter = 0;
     // Layer nodes by id without walking the ordered map.
     netloom::detail::FlatHashMap<CLayerNode*> m_mapLayerNodeIndex;
     // Sorted host ids when they are remapped; empty for the identity.
     std::vector<int> m_vecHostIDs;
     netloom::layered::AncestorCone m_ancestorCone;
+    netloom::layered::StepHook m_stepHook;
 };
 
 namespace netloom {

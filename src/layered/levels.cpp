@@ -52,12 +52,12 @@ bool CLayeredLayout::AssignLevelsBreadthFirst(std::queue<CLayerNode*>& queue) {
     if (m_pGraph == nullptr) {
         return true;
     }
-    const int pass = NextScratchPass();
+    const netloom::layered::PassMark expanded = NewWalkMark();
     while (!queue.empty()) {
         CLayerNode* u = queue.front();
         queue.pop();
         CNode* node = FindGraphNode(u->m_iID);
-        if (node == nullptr || u->m_iScratchPass == pass) {
+        if (node == nullptr || expanded.Holds(u->m_iWalkMark)) {
             continue;
         }
         for (CEdge* e : node->GetEdges()) {
@@ -67,7 +67,7 @@ bool CLayeredLayout::AssignLevelsBreadthFirst(std::queue<CLayerNode*>& queue) {
             CNode* other = e->GetSourceNode() == node ? e->GetDestNode() : e->GetSourceNode();
             const int otherID = ToLayoutID(other->GetID());
             CLayerNode* known = FindLayerNode(otherID);
-            if (known != nullptr && known != u && known->m_iScratchPass == pass) {
+            if (known != nullptr && known != u && expanded.Holds(known->m_iWalkMark)) {
                 continue; // crossed from the other end
             }
             CLayerNode* v = GetOrCreateLayerNode(otherID, u->m_iLevel + 1);
@@ -79,7 +79,7 @@ bool CLayeredLayout::AssignLevelsBreadthFirst(std::queue<CLayerNode*>& queue) {
                 queue.push(v);
             }
         }
-        u->m_iScratchPass = pass;
+        expanded.Set(u->m_iWalkMark);
     }
     return true;
 }

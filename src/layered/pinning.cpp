@@ -17,11 +17,12 @@ bool IsNeighbour(const CLayerNode* node, CLayerNode* other) {
 // order of the result depends on that. Returns the first child on a path.
 CLayerNode* CLayeredLayout::PinPathChildren(CLayerNode* ancestor, int searchStamp, int mark) {
     std::vector<CLayerNode*>& list = ancestor->m_vecChildren;
+    const netloom::layered::PassMark search(searchStamp);
     CLayerNode* first = nullptr;
     long next = -1;
     for (long i = 0; i < static_cast<long>(list.size()); ++i) {
         CLayerNode* w = list[static_cast<std::size_t>(i)];
-        if (w->m_iVisitStamp != searchStamp) {
+        if (!search.Holds(w->m_iVisitStamp)) {
             continue;
         }
         if (first == nullptr) {
@@ -76,12 +77,11 @@ bool CLayeredLayout::SplitByFirstReached(CLayerNode* start, LayerNodeList group,
     if (start == nullptr) {
         return true;
     }
-    const int region = NextScratchPass();
+    const netloom::layered::PassMark region = NewWalkMark();
     bool confined = true;
     std::vector<CLayerNode*> climb;
     for (CLayerNode* member : group) {
-        if (member->m_iScratchPass != region) {
-            member->m_iScratchPass = region;
+        if (region.Claim(member->m_iWalkMark)) {
             climb.push_back(member);
         }
     }
@@ -93,22 +93,21 @@ bool CLayeredLayout::SplitByFirstReached(CLayerNode* start, LayerNodeList group,
                 confined = false; // levels out of step: walk everything below start
                 break;
             }
-            if (parent->m_iLevel >= start->m_iLevel && parent->m_iScratchPass != region) {
-                parent->m_iScratchPass = region;
+            if (parent->m_iLevel >= start->m_iLevel && region.Claim(parent->m_iWalkMark)) {
                 climb.push_back(parent);
             }
         }
     }
     auto worth = [&](const CLayerNode* node) {
-        return !confined || node->m_iScratchPass == region;
+        return !confined || region.Holds(node->m_iWalkMark);
     };
 
-    const int walk = NextScratchPass();
+    const netloom::layered::PassMark walk = NewWalkMark();
     std::deque<CLayerNode*> queue;
     if (worth(start)) {
         queue.push_back(start);
     }
-    start->m_iWalkMark = walk;
+    walk.Set(start->m_iInnerWalkMark);
     while (!queue.empty()) {
         CLayerNode* x = queue.front();
         queue.pop_front();
@@ -120,8 +119,8 @@ bool CLayeredLayout::SplitByFirstReached(CLayerNode* start, LayerNodeList group,
             return true;
         }
         for (CLayerNode* child : x->m_vecChildren) {
-            if (child->m_iWalkMark != walk && worth(child)) {
-                child->m_iWalkMark = walk;
+            if (!walk.Holds(child->m_iInnerWalkMark) && worth(child)) {
+                walk.Set(child->m_iInnerWalkMark);
                 queue.push_back(child);
             }
         }

@@ -43,15 +43,14 @@ bool CLayeredLayout::GroupSiblingNeighbours() {
             GroupNeighboursInList(list);
             continue;
         }
-        const int pass = NextScratchPass();
+        const netloom::layered::PassMark pass = NewWalkMark();
         bool repeated = false;
         for (std::size_t p = 0; p < list.size(); ++p) {
-            if (list[p]->m_iScratchPass == pass) {
+            if (!pass.Claim(list[p]->m_iWalkMark)) {
                 repeated = true;
                 break;
             }
-            list[p]->m_iScratchPass = pass;
-            list[p]->m_iScratchPos = static_cast<int>(p);
+            list[p]->m_iWalkIndex = static_cast<int>(p);
         }
         if (repeated) {
             GroupNeighboursInList(list);
@@ -61,16 +60,16 @@ bool CLayeredLayout::GroupSiblingNeighbours() {
             const CLayerNode* a = list[i];
             places.clear();
             for (const CLayerNode* s : a->m_setSiblings) {
-                if (s->m_iScratchPass == pass && s->m_iScratchPos > static_cast<int>(i)) {
-                    places.push_back(s->m_iScratchPos);
+                if (pass.Holds(s->m_iWalkMark) && s->m_iWalkIndex > static_cast<int>(i)) {
+                    places.push_back(s->m_iWalkIndex);
                 }
             }
             std::sort(places.begin(), places.end());
             std::size_t k = 1;
             for (int j : places) {
                 std::swap(list[static_cast<std::size_t>(j)], list[i + k]);
-                list[static_cast<std::size_t>(j)]->m_iScratchPos = j;
-                list[i + k]->m_iScratchPos = static_cast<int>(i + k);
+                list[static_cast<std::size_t>(j)]->m_iWalkIndex = j;
+                list[i + k]->m_iWalkIndex = static_cast<int>(i + k);
                 ++k;
             }
         }

@@ -20,6 +20,8 @@
 namespace {
 
 using NodeSet = std::set<CLayerNode*, netloom::CreationOrderLess>;
+using netloom::layered::HookAnswer;
+using netloom::layered::LayeredStep;
 
 // Appends one set per combination of parent choices, as first written.
 void EnumerateParentChoices(std::list<NodeSet>& queue, const NodeSet& current,
@@ -145,8 +147,7 @@ public:
 
 private:
     template <class Work> void Pass(Work work) {
-        const int s = m_ws.GetVisitStamp() + 1;
-        m_ws.SetVisitStamp(s);
+        const int s = m_ws.NewVisitStamp().Value();
         int extra = 0;
         std::deque<CLayerNode*> queue{m_ws.GetRoot()};
         while (!queue.empty()) {
@@ -156,7 +157,7 @@ private:
                 queue.insert(queue.end(), n->m_vecChildren.begin(), n->m_vecChildren.end());
             }
         }
-        m_ws.SetVisitStamp(m_ws.GetVisitStamp() + extra);
+        m_ws.SkipVisitStamps(extra);
     }
 
     static bool In(CLayerNode* w, CLayerNode* x) { return w->m_setSiblings.count(x) != 0; }
@@ -466,21 +467,20 @@ TEST(GatheringTest, FastPassesMatchTheLiteralOnesOnGeneratedGraphs) {
             CConnectedGraph* comp = *host.GetConnectedGraphs().begin();
             CLayeredLayout fast(comp, 1);
             CLayeredLayout literal(comp, 1);
-            for (CLayeredLayout* ws : {&fast, &literal}) {
-                ws->CollectLayoutEdges();
-                ws->AssignLevels();
-                ws->OrderChildrenCenterOut();
-                ws->GroupSiblingNeighbours();
-                ws->BalanceIsolatedLeaves();
-            }
-            fast.GatherSharedChildParents();
-            LiteralGathering(literal).SharedChildParents();
-            fast.GatherNeighbourGroups();
-            LiteralGathering(literal).NeighbourGroups();
-            for (CLayeredLayout* ws : {&fast, &literal}) {
-                ws->SplitIntoTwoGroups();
-                ws->AssignGridPositions();
-            }
+            // The literal passes stand in for the two gathering steps.
+            literal.SetStepHook([](CLayeredLayout& ws, const LayeredStep& step, bool after) {
+                if (after)
+                    return HookAnswer::Go;
+                if (step.run == &CLayeredLayout::GatherSharedChildParents)
+                    LiteralGathering(ws).SharedChildParents();
+                else if (step.run == &CLayeredLayout::GatherNeighbourGroups)
+                    LiteralGathering(ws).NeighbourGroups();
+                else
+                    return HookAnswer::Go;
+                return HookAnswer::SkipStep;
+            });
+            ASSERT_TRUE(fast.ArrangeLayers());
+            ASSERT_TRUE(literal.ArrangeLayers());
             ASSERT_EQ(Snapshot(fast), Snapshot(literal)) << "round " << round;
         }
     }

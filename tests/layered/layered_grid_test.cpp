@@ -100,8 +100,10 @@ TEST(LayeredGrid, LeavesUnderOneRootForBothTypes) {
 
 TEST(LayeredGrid, RowCapacitiesCarryAlongTheRow) {
     // P with children holding 3, 3 and 2 leaves: 8 nodes in the leaves' row.
-    CLayeredLayout ws(nullptr, 1);
-    ws.SetMaxColCount(6);
+    // The workspace takes the column limit from its graph.
+    CNetworkGraph six;
+    six.SetMaxColCount(6);
+    CLayeredLayout ws(&six, 1);
     int id = 1;
     auto link = [&](CLayerNode* p) {
         CLayerNode* c = ws.GetOrCreateLayerNode(id++, p->m_iLevel + 1);
@@ -129,8 +131,9 @@ TEST(LayeredGrid, RowCapacitiesCarryAlongTheRow) {
     EXPECT_EQ(mids[0]->m_vecChildren[2]->m_iRow, 3);
 
     // Leaves within their share: the capacity is the truncated share.
-    CLayeredLayout ws2(nullptr, 1);
-    ws2.SetMaxColCount(10);
+    CNetworkGraph ten;
+    ten.SetMaxColCount(10);
+    CLayeredLayout ws2(&ten, 1);
     CLayerNode* q = ws2.GetOrCreateLayerNode(1, 0);
     ws2.GetRoot()->AddChild(q);
     q->AddParent(ws2.GetRoot());

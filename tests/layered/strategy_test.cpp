@@ -18,6 +18,8 @@
 namespace {
 
 using Levels = std::map<int, std::vector<int>>;
+using netloom::layered::HookAnswer;
+using netloom::layered::LayeredStep;
 
 class Strategy : public CLayoutStrategy {
 public:
@@ -253,11 +255,23 @@ TEST(Orientation, RecordsOfOneNodeInEveryDirection) {
     for (int dir : {1, 2, 3, 4, 0, 5, -1}) {
         StrategyHost s(7, {{1, 2}, {2, 3}, {3, 4}, {4, 5}, {5, 6}, {6, 7}}, {{0, {7}}}, 1);
         s.strategy.m_direction = dir;
+        // Node 7 is put at (2, 3) and a dummy at (4, 5) before the extents are
+        // measured.
         CLayeredLayout ws(s.comp, 1);
-        CLayerNode* seven = ws.GetOrCreateLayerNode(7, 0);
-        seven->m_iRow = 2;
-        seven->m_iCol = 3;
-        ws.SetExtents(4, 5);
+        ws.SetStepHook([](CLayeredLayout& w, const LayeredStep& step, bool after) {
+            if (!after && step.run == &CLayeredLayout::MeasureGridExtents) {
+                CLayerNode* seven = w.FindLayerNode(7);
+                seven->m_iRow = 2;
+                seven->m_iCol = 3;
+                CLayerNode* corner = w.GetOrCreateLayerNode(w.NewDummyID(), 0);
+                corner->m_iRow = 4;
+                corner->m_iCol = 5;
+            }
+            return HookAnswer::Go;
+        });
+        ASSERT_TRUE(ws.ArrangeLayers());
+        ASSERT_EQ(ws.GetMaxRow(), 4);
+        ASSERT_EQ(ws.GetMaxCol(), 5);
         std::map<int, std::vector<_tagNode>> rows;
         ws.CollectGridRecords(rows);
         const int* want = expected[dir >= 1 && dir <= 4 ? dir : 1];
