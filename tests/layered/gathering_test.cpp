@@ -331,14 +331,6 @@ std::vector<std::vector<CLayerNode*>> BuildRandomLayers(CLayeredLayout& ws, std:
     return byLevel;
 }
 
-// A new node one level below p, as p's last child.
-CLayerNode* AddChildNode(CLayeredLayout& ws, CLayerNode* p, int id) {
-    CLayerNode* c = ws.GetOrCreateLayerNode(id, p->m_iLevel + 1);
-    p->AddChild(c);
-    c->AddParent(p);
-    return c;
-}
-
 // Ids of the nodes carrying a stamp.
 std::vector<int> Stamped(const CLayeredLayout& ws, int stamp) {
     std::vector<int> ids;
@@ -371,58 +363,6 @@ TEST(GatheringTest, CommonAncestorMatchesTheEnumeration) {
     EXPECT_GT(seen["none"], 200);
     EXPECT_GT(seen["near"], 200);
     EXPECT_GT(seen["far"], 200);
-}
-
-TEST(GatheringTest, SharedChildExample) {
-    CLayeredLayout ws(nullptr, 1);
-    auto link = [&](CLayerNode* p, int id) { return AddChildNode(ws, p, id); };
-    CLayerNode* a = link(ws.GetRoot(), 1);
-    CLayerNode* x = link(a, 2);
-    CLayerNode* p2 = link(a, 3);
-    CLayerNode* y = link(a, 4);
-    CLayerNode* p1 = link(a, 5);
-    CLayerNode* other = link(p2, 6);
-    CLayerNode* n = link(p1, 7);
-    p2->AddChild(n);
-    n->AddParent(p2);
-    CLayerNode* last = link(p1, 8);
-    const int before = ws.GetVisitStamp();
-    ws.GatherSharedChildParents();
-    EXPECT_EQ(a->m_vecChildren, (std::vector<CLayerNode*>{x, p2, p1, y}));
-    EXPECT_EQ(p1->m_iPinMark, 1000);
-    EXPECT_EQ(p2->m_iPinMark, 0) << "the first marked child is not pinned";
-    EXPECT_EQ(p2->m_vecChildren, (std::vector<CLayerNode*>{other, n}));
-    EXPECT_EQ(p1->m_vecChildren, (std::vector<CLayerNode*>{n, last}));
-    EXPECT_EQ(ws.GetVisitStamp(), before + 2) << "one pass plus one node with two parents";
-}
-
-TEST(GatheringTest, NeighbourGroupExample) {
-    CLayeredLayout ws(nullptr, 1);
-    auto link = [&](CLayerNode* p, int id) { return AddChildNode(ws, p, id); };
-    CLayerNode* r = link(ws.GetRoot(), 1);
-    CLayerNode* p = link(r, 2);
-    CLayerNode* q = link(r, 3);
-    CLayerNode* x = link(p, 4);
-    CLayerNode* a = link(p, 5);
-    CLayerNode* b = link(q, 6);
-    CLayerNode* y = link(q, 7);
-    x->AddSibling(y);
-    y->AddSibling(x);
-    ws.GatherNeighbourGroups();
-    EXPECT_EQ(r->m_vecChildren, (std::vector<CLayerNode*>{p, q}));
-    EXPECT_EQ(q->m_iPinMark, 1100);
-    EXPECT_EQ(p->m_vecChildren, (std::vector<CLayerNode*>{a, x}));
-    EXPECT_EQ(q->m_vecChildren, (std::vector<CLayerNode*>{y, b}));
-
-    // In a pure tree nothing moves; the stamp still advances by one per step.
-    CLayeredLayout tree(nullptr, 1);
-    CLayerNode* t = tree.GetOrCreateLayerNode(1, 0);
-    tree.GetRoot()->AddChild(t);
-    t->AddParent(tree.GetRoot());
-    const int before = tree.GetVisitStamp();
-    tree.GatherSharedChildParents();
-    tree.GatherNeighbourGroups();
-    EXPECT_EQ(tree.GetVisitStamp(), before + 2);
 }
 
 TEST(GatheringTest, FastPassesMatchTheLiteralOnesOnRandomLayers) {

@@ -83,24 +83,6 @@ EdgeList LongTree(int n, std::uint32_t trial) {
 
 } // namespace
 
-TEST(LayeredLevels, PathRootsAndLevels) {
-    CNetworkGraph five;
-    netloom_test::Fill(five, EdgeList{5, {{1, 2}, {2, 3}, {3, 4}, {4, 5}}});
-    CLayeredLayout ws(&five, 1);
-    ws.CollectLayoutEdges();
-    ws.AssignLevels();
-    ASSERT_EQ(Ids(ws.GetRoot()->m_vecChildren), std::vector<int>{3});
-    const int expected[] = {2, 1, 0, 1, 2};
-    for (int id = 1; id <= 5; ++id) {
-        EXPECT_EQ(ws.FindLayerNode(id)->m_iLevel, expected[id - 1]) << id;
-    }
-    EXPECT_EQ(Ids(ws.FindLayerNode(3)->m_vecChildren), (std::vector<int>{2, 4}));
-
-    CNetworkGraph four;
-    netloom_test::Fill(four, EdgeList{4, {{1, 2}, {2, 3}, {3, 4}}});
-    EXPECT_EQ(RootsOf(&four), std::vector<int>{2});
-}
-
 TEST(LayeredLevels, ParallelEdgesTriangleAndSharedChild) {
     // Edges 1 (1-2) and 2 (2-1) join one pair: only edge 1 is a layout edge.
     CNetworkGraph g;

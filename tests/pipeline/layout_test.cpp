@@ -31,25 +31,6 @@ std::vector<std::vector<int>> ComponentNodeIds(const CNetworkGraph& g) {
     return result;
 }
 
-TEST(LayoutTest, SetsTheLayoutParameters) {
-    CNetworkGraph empty;
-    g_dLayoutDistanceSqr = 1234.0;
-    EXPECT_TRUE(empty.Layout(50, 4, 80));
-    EXPECT_EQ(g_dLayoutDistance, 50.0);
-    EXPECT_EQ(g_dColumnSpacing, 50.0);
-    EXPECT_EQ(g_dLayerSpacing, 80.0);
-    EXPECT_EQ(g_dLayoutDistanceSqr, 1234.0) << "no component, so no preprocessing";
-    EXPECT_EQ(empty.GetLayoutType(), 4);
-    EXPECT_TRUE(empty.GetConnectedGraphs().empty());
-
-    CNetworkGraph one;
-    one.AddNode(1, 0, 0, false);
-    EXPECT_TRUE(one.Layout(50, kNoMethod, 80));
-    EXPECT_EQ(g_dLayoutDistanceSqr, 2500.0);
-    EXPECT_EQ(one.FindEdgeSqrLen(1, 2), 2500.0);
-    one.Layout(40, kNoMethod, 200); // restore the defaults for other tests
-}
-
 TEST(LayoutTest, UniqueFlagsCompareOnlyNeighboursInIdOrder) {
     CNetworkGraph g;
     for (int id = 1; id <= 6; ++id) {
