@@ -13,23 +13,13 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
-#include <limits>
 
+using netloom::SaturateToInt;
 using netloom::TruncToInt;
 using netloom::detail::FlatHashMap;
 using netloom::detail::IdKey;
 
 namespace {
-
-std::int32_t Saturate(std::int64_t v) {
-    if (v > std::numeric_limits<std::int32_t>::max()) {
-        return std::numeric_limits<std::int32_t>::max();
-    }
-    if (v < std::numeric_limits<std::int32_t>::min()) {
-        return std::numeric_limits<std::int32_t>::min();
-    }
-    return static_cast<std::int32_t>(v);
-}
 
 // Positions this far from the origin keep every cell square and unsaturated,
 // so each node lies inside every cell on its path and cells beyond the cut-off
@@ -198,9 +188,9 @@ CRect CForceWorkspace::RootCell() {
     const std::int64_t width = netloom::force::CellWidth(bound);
     const std::int64_t height = netloom::force::CellHeight(bound);
     if (width > height) {
-        bound.bottom = Saturate(bound.bottom + (width - height));
+        bound.bottom = SaturateToInt(bound.bottom + (width - height));
     } else {
-        bound.right = Saturate(bound.right + (height - width));
+        bound.right = SaturateToInt(bound.right + (height - width));
     }
     return bound;
 }
