@@ -8,6 +8,7 @@
 #include "force/force_math.h"
 #include "force/parallel_blocks.h"
 #include "force/quad_geometry.h"
+#include "graph/point_bounds.h"
 #include "graph/truncate.h"
 
 #include <algorithm>
@@ -15,7 +16,6 @@
 #include <cstdint>
 
 using netloom::SaturateToInt;
-using netloom::TruncToInt;
 using netloom::detail::FlatHashMap;
 using netloom::detail::IdKey;
 
@@ -160,31 +160,16 @@ double CForceWorkspace::PairStrength(int i, int j) const {
 // at the right or bottom. Also decides whether cells beyond the cut-off may be
 // skipped.
 CRect CForceWorkspace::RootCell() {
-    double minX = 9999999999.0;
-    double minY = 9999999999.0;
-    double maxX = -9999999999.0;
-    double maxY = -9999999999.0;
+    netloom::CPointBounds points;
     bool bounded = true;
     for (std::size_t i = 0; i < m_nCount; ++i) {
         const double x = m_vecX[i];
         const double y = m_vecY[i];
-        if (x < minX) {
-            minX = x;
-        }
-        if (y < minY) {
-            minY = y;
-        }
-        if (x > maxX) {
-            maxX = x;
-        }
-        if (y > maxY) {
-            maxY = y;
-        }
+        points.Add(x, y);
         bounded = bounded && std::fabs(x) < kPruneLimit && std::fabs(y) < kPruneLimit;
     }
     m_bPrune = bounded;
-    CRect bound(TruncToInt(minX - 10.0), TruncToInt(minY - 10.0), TruncToInt(maxX + 10.0),
-                TruncToInt(maxY + 10.0));
+    CRect bound = points.Rect();
     const std::int64_t width = netloom::force::CellWidth(bound);
     const std::int64_t height = netloom::force::CellHeight(bound);
     if (width > height) {
