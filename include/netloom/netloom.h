@@ -6,6 +6,7 @@
 #include <netloom/edge.h>
 #include <netloom/export.h>
 #include <netloom/layout_strategy.h>
+#include <netloom/names.h>
 #include <netloom/network_graph.h>
 #include <netloom/node.h>
 #include <netloom/params.h>

@@ -15,6 +15,7 @@ import warnings
 from ._netloom import (  # noqa: F401
     FORCE_DIRECTED,
     HIERARCHY,
+    LAYOUT_TYPE_NAMES,
     RADIANT,
     SIDES,
     TREE,
@@ -40,14 +41,8 @@ __all__ = [
     "SIDES",
 ]
 
-KINDS = {
-    "force": FORCE_DIRECTED,
-    "force-directed": FORCE_DIRECTED,
-    "tree": TREE,
-    "radial": RADIANT,
-    "radiant": RADIANT,
-    "hierarchy": HIERARCHY,
-}
+# The library's layout type names, and "force-directed", which only Python accepts.
+KINDS = {**LAYOUT_TYPE_NAMES, "force-directed": FORCE_DIRECTED}
 
 
 class LayoutResult:

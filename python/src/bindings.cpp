@@ -245,11 +245,14 @@ void AddEdges(PyGraph& g, const IntArray& ids, const IntArray& sources, const In
 }
 
 py::dict Sides(const CNode* node) {
+    // By side code: up, down, right, left.
+    const std::vector<int>* lists[netloom::kSideCount] = {
+        &node->GetUpsideSubs(), &node->GetDownsideSubs(), &node->GetRightsideSubs(),
+        &node->GetLeftsideSubs()};
     py::dict sides;
-    sides["up"] = node->GetUpsideSubs();
-    sides["down"] = node->GetDownsideSubs();
-    sides["right"] = node->GetRightsideSubs();
-    sides["left"] = node->GetLeftsideSubs();
+    for (int side = 0; side < netloom::kSideCount; ++side) {
+        sides[netloom::SideName(side)] = *lists[side];
+    }
     return sides;
 }
 
@@ -261,7 +264,20 @@ PYBIND11_MODULE(_netloom, m) {
     m.attr("TREE") = CNetworkGraph::m_iTreeLayout;
     m.attr("RADIANT") = CNetworkGraph::m_iRadiantLayout;
     m.attr("HIERARCHY") = CNetworkGraph::m_iHierarchyLayout;
-    m.attr("SIDES") = py::make_tuple("up", "down", "right", "left");
+    py::tuple sides(netloom::kSideCount);
+    for (int side = 0; side < netloom::kSideCount; ++side) {
+        sides[static_cast<py::size_t>(side)] = netloom::SideName(side);
+    }
+    m.attr("SIDES") = sides;
+    // Layout type names and the other names they go by, each with its code.
+    py::dict typeNames;
+    for (const netloom::NamedLayoutType& entry : netloom::kLayoutTypeNames) {
+        typeNames[entry.name] = entry.type;
+    }
+    for (const netloom::NamedLayoutType& entry : netloom::kLayoutTypeAliases) {
+        typeNames[entry.name] = entry.type;
+    }
+    m.attr("LAYOUT_TYPE_NAMES") = typeNames;
 
     m.def(
         "layout_parameters",

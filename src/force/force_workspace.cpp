@@ -8,28 +8,18 @@
 #include "force/force_math.h"
 #include "force/parallel_blocks.h"
 #include "force/quad_geometry.h"
+#include "graph/point_bounds.h"
 #include "graph/truncate.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
-#include <limits>
 
-using netloom::TruncToInt;
+using netloom::SaturateToInt;
 using netloom::detail::FlatHashMap;
 using netloom::detail::IdKey;
 
 namespace {
-
-std::int32_t Saturate(std::int64_t v) {
-    if (v > std::numeric_limits<std::int32_t>::max()) {
-        return std::numeric_limits<std::int32_t>::max();
-    }
-    if (v < std::numeric_limits<std::int32_t>::min()) {
-        return std::numeric_limits<std::int32_t>::min();
-    }
-    return static_cast<std::int32_t>(v);
-}
 
 // Positions this far from the origin keep every cell square and unsaturated,
 // so each node lies inside every cell on its path and cells beyond the cut-off
@@ -170,37 +160,22 @@ double CForceWorkspace::PairStrength(int i, int j) const {
 // at the right or bottom. Also decides whether cells beyond the cut-off may be
 // skipped.
 CRect CForceWorkspace::RootCell() {
-    double minX = 9999999999.0;
-    double minY = 9999999999.0;
-    double maxX = -9999999999.0;
-    double maxY = -9999999999.0;
+    netloom::CPointBounds points;
     bool bounded = true;
     for (std::size_t i = 0; i < m_nCount; ++i) {
         const double x = m_vecX[i];
         const double y = m_vecY[i];
-        if (x < minX) {
-            minX = x;
-        }
-        if (y < minY) {
-            minY = y;
-        }
-        if (x > maxX) {
-            maxX = x;
-        }
-        if (y > maxY) {
-            maxY = y;
-        }
+        points.Add(x, y);
         bounded = bounded && std::fabs(x) < kPruneLimit && std::fabs(y) < kPruneLimit;
     }
     m_bPrune = bounded;
-    CRect bound(TruncToInt(minX - 10.0), TruncToInt(minY - 10.0), TruncToInt(maxX + 10.0),
-                TruncToInt(maxY + 10.0));
+    CRect bound = points.Rect();
     const std::int64_t width = netloom::force::CellWidth(bound);
     const std::int64_t height = netloom::force::CellHeight(bound);
     if (width > height) {
-        bound.bottom = Saturate(bound.bottom + (width - height));
+        bound.bottom = SaturateToInt(bound.bottom + (width - height));
     } else {
-        bound.right = Saturate(bound.right + (height - width));
+        bound.right = SaturateToInt(bound.right + (height - width));
     }
     return bound;
 }

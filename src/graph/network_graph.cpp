@@ -2,14 +2,13 @@
 #include <netloom/network_graph.h>
 #include <netloom/params.h>
 
-#include "graph/truncate.h"
+#include "graph/point_bounds.h"
 
 #include <algorithm>
 #include <unordered_map>
 
-using netloom::detail::IdKey;
 using netloom::PairKey;
-using netloom::TruncToInt;
+using netloom::detail::IdKey;
 
 namespace {
 
@@ -336,28 +335,11 @@ CRect CNetworkGraph::GetBoundRect() const {
     if (m_mapNodes.empty()) {
         return CRect(0, 0, 0, 0);
     }
-    double minX = 9999999999.0;
-    double minY = 9999999999.0;
-    double maxX = -9999999999.0;
-    double maxY = -9999999999.0;
+    netloom::CPointBounds points;
     for (const auto& entry : m_mapNodes) {
-        const double x = entry.second->X();
-        const double y = entry.second->Y();
-        if (x < minX) {
-            minX = x;
-        }
-        if (y < minY) {
-            minY = y;
-        }
-        if (x > maxX) {
-            maxX = x;
-        }
-        if (y > maxY) {
-            maxY = y;
-        }
+        points.Add(entry.second->X(), entry.second->Y());
     }
-    return CRect(TruncToInt(minX - 10.0), TruncToInt(minY - 10.0), TruncToInt(maxX + 10.0),
-                 TruncToInt(maxY + 10.0));
+    return points.Rect();
 }
 
 void CNetworkGraph::OffsetGraph(double dx, double dy) {

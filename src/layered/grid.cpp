@@ -1,6 +1,7 @@
 #include "layered/layered_workspace.h"
 
 #include "graph/truncate.h"
+#include "layered/column_limit.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -400,7 +401,7 @@ int CLayeredLayout::WrapLeafRows(CLayerNode* node, int dir, int start, int end) 
 }
 
 int CLayeredLayout::MidColumnOfChildren(const CLayerNode* node) const {
-    int lowest = 268435455;
+    int lowest = kNoColumnLimit;
     int highest = 0;
     for (const CLayerNode* child : node->m_vecChildren) {
         if (child->m_iCol > highest) {

@@ -2,10 +2,12 @@
 
 #include <netloom/network_graph.h>
 
+#include "layered/column_limit.h"
+
 #include <algorithm>
 
 CLayeredLayout::CLayeredLayout(CNetworkGraph* graph, int colUnit)
-    : m_pGraph(graph), m_iMaxColCount(0xfffffff), m_iColUnit(colUnit) {
+    : m_pGraph(graph), m_iMaxColCount(kNoColumnLimit), m_iColUnit(colUnit) {
     if (m_pGraph != nullptr && m_pGraph->GetMaxColCount() > 0) {
         m_iMaxColCount = m_pGraph->GetMaxColCount();
     }

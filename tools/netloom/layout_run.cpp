@@ -17,26 +17,6 @@
 
 namespace netloom_cli {
 
-const char* SideName(int side) {
-    static const char* const names[] = {"up", "down", "right", "left"};
-    return side >= 0 && side < 4 ? names[side] : "none";
-}
-
-const char* TypeName(int type) {
-    switch (type) {
-    case CNetworkGraph::m_iForceDirectedLayout:
-        return "force";
-    case CNetworkGraph::m_iTreeLayout:
-        return "tree";
-    case CNetworkGraph::m_iRadiantLayout:
-        return "radial";
-    case CNetworkGraph::m_iHierarchyLayout:
-        return "hierarchy";
-    default:
-        return "unknown";
-    }
-}
-
 namespace {
 
 // The file's graph as the library sees it. Library ids: node i is i + 1, edge j

@@ -5,6 +5,8 @@
 
 #include "graph_file.h"
 
+#include <netloom/names.h>
+
 #include <array>
 #include <map>
 #include <optional>
@@ -33,14 +35,13 @@ struct LayoutOptions {
     bool UsesStrategy() const { return direction != 0 || arrangeMode != -1; }
 };
 
-// Side codes as the library reports them.
-constexpr int kSideUp = 0;
-constexpr int kSideDown = 1;
-constexpr int kSideRight = 2;
-constexpr int kSideLeft = 3;
-const char* SideName(int side);
-// Layout type code to its name on the command line ("force", ...).
-const char* TypeName(int type);
+// Side codes and layout type names as the library names them.
+using netloom::kSideDown;
+using netloom::kSideLeft;
+using netloom::kSideRight;
+using netloom::kSideUp;
+using netloom::LayoutTypeName;
+using netloom::SideName;
 
 struct PortPlace {
     int side = -1; // -1: the port is on no side

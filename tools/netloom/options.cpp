@@ -1,6 +1,9 @@
 #include "options.h"
 
+#include <netloom/names.h>
+
 #include <algorithm>
+#include <iterator>
 #include <map>
 
 namespace netloom_cli {
@@ -38,6 +41,46 @@ bool IsDrawing(Format format) {
            format == Format::Html;
 }
 
+// A layout type by its name, another name it goes by, or its code.
+std::optional<int> TypeByName(const std::string& name) {
+    const std::string key = Lower(name);
+    for (const netloom::NamedLayoutType& entry : netloom::kLayoutTypeNames) {
+        if (key == entry.name || key == std::to_string(entry.type)) {
+            return entry.type;
+        }
+    }
+    for (const netloom::NamedLayoutType& entry : netloom::kLayoutTypeAliases) {
+        if (key == entry.name) {
+            return entry.type;
+        }
+    }
+    return std::nullopt;
+}
+
+// "force (1), tree (2), radial (4) or hierarchy (8)"
+std::string TypeHelp() {
+    const std::size_t count = std::size(netloom::kLayoutTypeNames);
+    std::string text;
+    for (std::size_t i = 0; i < count; ++i) {
+        const netloom::NamedLayoutType& entry = netloom::kLayoutTypeNames[i];
+        text += i == 0 ? "" : i + 1 == count ? " or " : ", ";
+        text += std::string(entry.name) + " (" + std::to_string(entry.type) + ")";
+    }
+    return text;
+}
+
+// "force, tree, radial, hierarchy (or 1, 2, 4, 8)"
+std::string TypeNamesThenCodes() {
+    std::string names;
+    std::string codes;
+    for (const netloom::NamedLayoutType& entry : netloom::kLayoutTypeNames) {
+        const char* separator = names.empty() ? "" : ", ";
+        names += separator + std::string(entry.name);
+        codes += separator + std::to_string(entry.type);
+    }
+    return names + " (or " + codes + ")";
+}
+
 const char* const kFormatHelp = "json, graphml, edgelist or dot";
 const char* const kOutputHelp = "json, svg, png, pdf, html, graphml, edgelist or dot";
 
@@ -70,10 +113,7 @@ CLI::App* DefineCommandLine(CLI::App& app, CommandLine& line) {
                            " (default: from OUTPUT's extension, json on standard output). PNG and "
                            "PDF render the SVG drawing at its size in pixels (PDF at 96 pixels "
                            "per inch); a PNG beyond 32767 px a side is scaled down to fit");
-    layout
-        ->add_option("-t,--type", line.type,
-                     "Layout: force (1), tree (2), radial (4) or hierarchy (8)")
-        ->capture_default_str();
+    layout->add_option("-t,--type", line.type, "Layout: " + TypeHelp())->capture_default_str();
     layout
         ->add_option("-d,--distance", line.layout.distance,
                      "Node distance: spring length of the force layout, column unit of the "
@@ -132,15 +172,12 @@ CLI::App* DefineCommandLine(CLI::App& app, CommandLine& line) {
 }
 
 void ResolveChoices(CommandLine& line) {
-    static const std::map<std::string, int> types = {{"force", 1}, {"1", 1},         {"tree", 2},
-                                                     {"2", 2},     {"radial", 4},    {"radiant", 4},
-                                                     {"4", 4},     {"hierarchy", 8}, {"8", 8}};
-    const auto type = types.find(Lower(line.type));
-    if (type == types.end()) {
-        throw UsageError("--type: unknown layout \"" + line.type +
-                         "\"; use force, tree, radial, hierarchy (or 1, 2, 4, 8)");
+    const std::optional<int> type = TypeByName(line.type);
+    if (!type) {
+        throw UsageError("--type: unknown layout \"" + line.type + "\"; use " +
+                         TypeNamesThenCodes());
     }
-    line.layout.type = type->second;
+    line.layout.type = *type;
     static const std::map<std::string, ProgressMode> modes = {{"auto", ProgressMode::Auto},
                                                               {"always", ProgressMode::Always},
                                                               {"never", ProgressMode::Never}};

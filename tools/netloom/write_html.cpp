@@ -150,8 +150,8 @@ std::string WriteHtml(const FileGraph& graph, const LayoutResult& result) {
     const std::string file = graph.path.substr(graph.path.find_last_of('/') + 1);
     out << "{";
     out.Key("title");
-    out.Text(file + ", " + TypeName(result.options.type) + " layout");
-    out << ",\"layout\":\"" << TypeName(result.options.type)
+    out.Text(file + ", " + LayoutTypeName(result.options.type) + " layout");
+    out << ",\"layout\":\"" << LayoutTypeName(result.options.type)
         << "\",\"directed\":" << (graph.directed ? "true" : "false")
         << ",\"scale\":" << FormatNumber(d.scale) << ",\"bounds\":[";
     out.Pixels(d.left);

@@ -132,7 +132,7 @@ std::string WriteJson(const FileGraph& graph, const LayoutResult& result) {
     }
 
     Json& layout = doc["layout"] = Json::object();
-    layout["type"] = TypeName(options.type);
+    layout["type"] = LayoutTypeName(options.type);
     layout["typeCode"] = options.type;
     layout["distance"] = options.distance;
     layout["layerSpacing"] = options.layerSpacing;

@@ -39,7 +39,7 @@ std::string WriteSvg(const FileGraph& graph, const LayoutResult& result) {
         << FormatNumber(d.top) << " " << FormatNumber(d.width) << " " << FormatNumber(d.height)
         << "\" width=\"" << FormatNumber(std::ceil(d.width * s)) << "\" height=\""
         << FormatNumber(std::ceil(d.height * s)) << "\" data-scale=\"" << FormatNumber(s) << "\">\n"
-        << "  <title>" << XmlEscape(graph.path) << ", " << TypeName(result.options.type)
+        << "  <title>" << XmlEscape(graph.path) << ", " << LayoutTypeName(result.options.type)
         << " layout</title>\n"
         << "  <style>\n"
         << "    .edge { fill: none; stroke: #5b6470; stroke-width: " << FormatNumber(d.strokeWidth)

@@ -1,0 +1,56 @@
+#pragma once
+
+// Codes and names of port sides and layout types, one table for every front end
+// (the command-line tool, the Python bindings) that prints or parses them.
+
+#include <netloom/network_graph.h>
+
+#include <cstddef>
+
+namespace netloom {
+
+// Side codes of a port, as CNode::GetSubNodePosition reports them.
+inline constexpr int kSideUp = 0;
+inline constexpr int kSideDown = 1;
+inline constexpr int kSideRight = 2;
+inline constexpr int kSideLeft = 3;
+inline constexpr int kSideCount = 4;
+
+// Side names by side code.
+inline constexpr const char* kSideNames[kSideCount] = {"up", "down", "right", "left"};
+
+// The name of a side code; "none" for a code outside 0 to 3 (a port on no side).
+constexpr const char* SideName(int side) {
+    return side >= 0 && side < kSideCount ? kSideNames[side] : "none";
+}
+
+// A layout type code of CNetworkGraph::Layout and a name for it.
+struct NamedLayoutType {
+    int type;
+    const char* name;
+};
+
+// Each layout type with its name, in the order of the codes.
+inline constexpr NamedLayoutType kLayoutTypeNames[] = {
+    {CNetworkGraph::m_iForceDirectedLayout, "force"},
+    {CNetworkGraph::m_iTreeLayout, "tree"},
+    {CNetworkGraph::m_iRadiantLayout, "radial"},
+    {CNetworkGraph::m_iHierarchyLayout, "hierarchy"},
+};
+
+// Further names accepted for a layout type when parsing.
+inline constexpr NamedLayoutType kLayoutTypeAliases[] = {
+    {CNetworkGraph::m_iRadiantLayout, "radiant"},
+};
+
+// The name of a layout type code; "unknown" for any other code.
+constexpr const char* LayoutTypeName(int type) {
+    for (const NamedLayoutType& entry : kLayoutTypeNames) {
+        if (entry.type == type) {
+            return entry.name;
+        }
+    }
+    return "unknown";
+}
+
+} // namespace netloom
