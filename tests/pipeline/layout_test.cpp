@@ -59,33 +59,6 @@ TEST(LayoutTest, UniqueFlagsCompareOnlyNeighboursInIdOrder) {
     EXPECT_FALSE(g.GetEdge(3)->IsUnique()) << "now edge 3 follows edge 1";
 }
 
-TEST(LayoutTest, ComponentsStackAtLeft100Top200WithGapsOf200) {
-    CNetworkGraph g;
-    g.AddNode(1, 0, 0, false);
-    g.AddNode(2, 30, 0, false);
-    g.AddNode(3, 500, 500, false);
-    g.AddNode(4, -50, -50, false);
-    g.AddNode(5, -50, 10, false);
-    g.AddEdge(1, 1, 2, 10, 0, 0, true);
-    g.AddEdge(2, 5, 4, 10, 0, 0, true);
-    g.Layout(40, kNoMethod, 200);
-
-    EXPECT_EQ(ComponentNodeIds(g), (std::vector<std::vector<int>>{{1, 2}, {3}, {4, 5}}));
-    const std::vector<std::pair<int, Placed>> expected = {
-        {1, {110, 210}}, {2, {140, 210}}, {3, {110, 430}}, {4, {110, 650}}, {5, {110, 710}}};
-    for (const auto& e : expected) {
-        EXPECT_EQ(PositionOf(g, e.first).x, e.second.x) << "node " << e.first;
-        EXPECT_EQ(PositionOf(g, e.first).y, e.second.y) << "node " << e.first;
-    }
-    int previousBottom = 0;
-    for (CConnectedGraph* comp : g.GetConnectedGraphs()) {
-        const CRect r = comp->GetBoundRect();
-        EXPECT_EQ(r.left, 100);
-        EXPECT_EQ(r.top, previousBottom + 200);
-        previousBottom = r.bottom;
-    }
-}
-
 TEST(LayoutTest, FixedLayoutKeepsComponentsWithFixedNodes) {
     CNetworkGraph g;
     g.SetFixedLayoutFlag(true);
