@@ -106,33 +106,6 @@ TEST(ForceLayoutTest, SmallComponentsThresholdsAndFixedNodes) {
     comp->LayoutComponent(1);
     EXPECT_EQ(Read(*comp), before);
     EXPECT_EQ(comp->GetTotalEnergy(), 0.0);
-
-    // A fixed node among free ones keeps its radiant position; its neighbour
-    // moves. The iteration count follows the oracle's, whose threshold is n / 2.
-    CNetworkGraph mixed;
-    mixed.AddNode(1, 0.0, 0.0, false);
-    mixed.AddNode(2, 0.0, 0.0, true);
-    mixed.AddNode(3, 0.0, 0.0, false);
-    mixed.AddNode(4, 0.0, 0.0, false);
-    mixed.AddEdge(1, 1, 2, 40, 0, 0, false);
-    mixed.AddEdge(2, 1, 3, 40, 0, 0, false);
-    mixed.AddEdge(3, 1, 4, 40, 0, 0, false);
-    mixed.Layout(40, 3, 200);
-    comp = *mixed.GetConnectedGraphs().begin();
-    Restore(mixed, {{1, {0, 0}}, {2, {0, 0}}, {3, {0, 0}}, {4, {0, 0}}});
-    comp->RadiantLayout();
-    const Positions radiant = Read(*comp);
-    Restore(mixed, {{1, {0, 0}}, {2, {0, 0}}, {3, {0, 0}}, {4, {0, 0}}});
-    comp->LayoutComponent(1);
-    EXPECT_EQ(comp->GetNode(2)->X(), radiant.at(2).first);
-    EXPECT_EQ(comp->GetNode(2)->Y(), radiant.at(2).second);
-    EXPECT_NE(comp->GetNode(3)->X(), radiant.at(3).first);
-    EXPECT_LT(comp->GetTotalEnergy(), 2.0);
-    Restore(mixed, {{1, {0, 0}}, {2, {0, 0}}, {3, {0, 0}}, {4, {0, 0}}});
-    double energy = 0.0;
-    const int iterations = force_oracle::ForceDirected(*comp, false, energy);
-    EXPECT_GT(iterations, 1);
-    EXPECT_LT(energy, 2.0);
 }
 
 // Energy exactly at the threshold does not stop, and the step halves after ten
