@@ -224,7 +224,7 @@ TEST(LayeredGrid, OneNodeIdsAndLongPaths) {
     EXPECT_EQ(Cell(g, 200000), std::make_pair(100000, 40));
 }
 
-TEST(LayeredGrid, StrategyLevelsAndOrientation) {
+TEST(LayeredGrid, StrategyLevelsAndADecliningStrategy) {
     CNetworkGraph g;
     netloom_test::Fill(g, EdgeList{3, {{1, 3}, {2, 3}}});
     FixedLevels strategy({{5, {1, 2}}, {9, {}}, {12, {3}}}, 1, true);
@@ -234,21 +234,6 @@ TEST(LayeredGrid, StrategyLevelsAndOrientation) {
     EXPECT_EQ(Cell(g, 1), std::make_pair(0, 0));
     EXPECT_EQ(Cell(g, 2), std::make_pair(0, 1));
     EXPECT_EQ(Cell(g, 3), std::make_pair(1, 0));
-
-    // Orientation 2 transposes, 3 mirrors about the greatest column (here the
-    // leaves' column 1), 4 transposes and mirrors about the greatest row.
-    const std::pair<int, int> transposed[] = {{0, 0}, {1, 0}, {0, 1}};
-    const std::pair<int, int> mirrored[] = {{0, 1}, {0, 0}, {1, 1}};
-    const std::pair<int, int> turned[] = {{0, 1}, {1, 1}, {0, 0}};
-    for (int dir : {2, 3, 4}) {
-        strategy.m_direction = dir;
-        g.Layout(40, CNetworkGraph::m_iHierarchyLayout, 200);
-        for (int id = 1; id <= 3; ++id) {
-            const auto& want =
-                dir == 2 ? transposed[id - 1] : (dir == 3 ? mirrored[id - 1] : turned[id - 1]);
-            EXPECT_EQ(Cell(g, id), want) << "orientation " << dir << " node " << id;
-        }
-    }
 
     // A strategy that declines leaves the nodes where they are.
     FixedLevels declines({}, 1, false);

@@ -297,35 +297,6 @@ TEST(Orientation, RecordsOfOneNodeInEveryDirection) {
     EXPECT_EQ(strategy.m_directionCalls, calls);
 }
 
-// A strategy that declines: no levels are made, the layered layout still
-// succeeds and the nodes keep their places relative to each other.
-TEST(StrategyLevels, DecliningStrategyLeavesTheNodesWhereTheyWere) {
-    for (int type : {2, 8}) {
-        CNetworkGraph g;
-        const double xs[] = {5.0, 57.5, 130.25, 20.0};
-        const double ys[] = {300.0, 12.5, 80.0, -40.0};
-        for (int id = 1; id <= 4; ++id) {
-            g.AddNode(id, xs[id - 1], ys[id - 1], false);
-        }
-        g.AddEdge(1, 1, 2, 40, 1, 2, true);
-        g.AddEdge(2, 2, 3, 40, 3, 4, true);
-        g.AddEdge(3, 2, 4, 40, 5, 6, true);
-        Strategy strategy(Levels{{0, {1}}});
-        strategy.m_accept = false;
-        g.SetLayoutStrategy(&strategy);
-        EXPECT_TRUE(g.Layout(40, type, 200));
-        EXPECT_EQ(strategy.m_levelCalls, 1);
-        double x1 = 0, y1 = 0;
-        g.GetNodePosition(1, x1, y1);
-        for (int id = 2; id <= 4; ++id) {
-            double x = 0, y = 0;
-            g.GetNodePosition(id, x, y);
-            EXPECT_EQ(x - x1, xs[id - 1] - xs[0]) << "type " << type << " node " << id;
-            EXPECT_EQ(y - y1, ys[id - 1] - ys[0]) << "type " << type << " node " << id;
-        }
-    }
-}
-
 // Random graphs under random strategies: level maps with unknown, repeated and
 // missing ids, every mode and direction, both layered types.
 TEST(StrategyLevels, RandomStrategiesPlaceTheListedNodesDeterministically) {
