@@ -58,6 +58,11 @@ std::string ShortLabel(const std::string& text) {
     return text.substr(0, cut) + "\xE2\x80\xA6";
 }
 
+// The hash key of grid cell (cx, cy).
+std::uint64_t CellKey(std::int64_t cx, std::int64_t cy) {
+    return (static_cast<std::uint64_t>(cx) << 32) ^ static_cast<std::uint64_t>(cy & 0xffffffff);
+}
+
 // One distinct layout position with the largest box (pixels) placed there.
 struct Spot {
     double x = 0.0, y = 0.0;
@@ -69,16 +74,13 @@ struct Spot {
 std::vector<Spot> DistinctSpots(const std::vector<DrawnNode>& nodes, double eps) {
     std::vector<Spot> spots;
     std::unordered_map<std::uint64_t, std::vector<std::size_t>> cells;
-    auto key = [](std::int64_t cx, std::int64_t cy) {
-        return (static_cast<std::uint64_t>(cx) << 32) ^ static_cast<std::uint64_t>(cy & 0xffffffff);
-    };
     for (const DrawnNode& node : nodes) {
         const auto cx = static_cast<std::int64_t>(std::floor(node.x / eps));
         const auto cy = static_cast<std::int64_t>(std::floor(node.y / eps));
         Spot* same = nullptr;
         for (std::int64_t dx = -1; dx <= 1 && same == nullptr; ++dx) {
             for (std::int64_t dy = -1; dy <= 1 && same == nullptr; ++dy) {
-                const auto it = cells.find(key(cx + dx, cy + dy));
+                const auto it = cells.find(CellKey(cx + dx, cy + dy));
                 if (it == cells.end()) {
                     continue;
                 }
@@ -95,7 +97,7 @@ std::vector<Spot> DistinctSpots(const std::vector<DrawnNode>& nodes, double eps)
             same->w = std::max(same->w, node.w);
             same->h = std::max(same->h, node.h);
         } else {
-            cells[key(cx, cy)].push_back(spots.size());
+            cells[CellKey(cx, cy)].push_back(spots.size());
             spots.push_back({node.x, node.y, node.w, node.h});
         }
     }
@@ -108,15 +110,12 @@ std::vector<Spot> DistinctSpots(const std::vector<DrawnNode>& nodes, double eps)
 bool AnyOverlap(const std::vector<Spot>& spots, double s, double cellW, double cellH) {
     std::unordered_map<std::uint64_t, std::vector<std::size_t>> cells;
     cells.reserve(spots.size() * 2);
-    auto key = [](std::int64_t cx, std::int64_t cy) {
-        return (static_cast<std::uint64_t>(cx) << 32) ^ static_cast<std::uint64_t>(cy & 0xffffffff);
-    };
     for (std::size_t i = 0; i < spots.size(); ++i) {
         const auto cx = static_cast<std::int64_t>(std::floor(spots[i].x * s / cellW));
         const auto cy = static_cast<std::int64_t>(std::floor(spots[i].y * s / cellH));
         for (std::int64_t dx = -1; dx <= 1; ++dx) {
             for (std::int64_t dy = -1; dy <= 1; ++dy) {
-                const auto it = cells.find(key(cx + dx, cy + dy));
+                const auto it = cells.find(CellKey(cx + dx, cy + dy));
                 if (it == cells.end()) {
                     continue;
                 }
@@ -130,7 +129,7 @@ bool AnyOverlap(const std::vector<Spot>& spots, double s, double cellW, double c
                 }
             }
         }
-        cells[key(cx, cy)].push_back(i);
+        cells[CellKey(cx, cy)].push_back(i);
     }
     return false;
 }

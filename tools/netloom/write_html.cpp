@@ -154,19 +154,18 @@ std::string WriteHtml(const FileGraph& graph, const LayoutResult& result) {
     out << ",\"layout\":\"" << LayoutTypeName(result.options.type)
         << "\",\"directed\":" << (graph.directed ? "true" : "false")
         << ",\"scale\":" << FormatNumber(d.scale) << ",\"bounds\":[";
-    out.Pixels(d.left);
-    out << ",";
-    out.Pixels(d.top);
-    out << ",";
-    out.Pixels(d.width);
-    out << ",";
-    out.Pixels(d.height);
-    out << "],\"font\":";
-    out.Pixels(d.fontSize);
-    out << ",\"stroke\":";
-    out.Pixels(d.strokeWidth);
-    out << ",\"arrow\":";
-    out.Pixels(d.arrowSize);
+    const double bounds[] = {d.left, d.top, d.width, d.height};
+    for (std::size_t k = 0; k < std::size(bounds); ++k) {
+        out << (k ? "," : "");
+        out.Pixels(bounds[k]);
+    }
+    out << "]";
+    const std::pair<const char*, double> sizes[] = {
+        {"font", d.fontSize}, {"stroke", d.strokeWidth}, {"arrow", d.arrowSize}};
+    for (const auto& [key, value] : sizes) {
+        out << ",\"" << key << "\":";
+        out.Pixels(value);
+    }
     out << ",\"fills\":[";
     for (std::size_t k = 0; k < std::size(kDrawFills); ++k) {
         out << (k ? ",\"" : "\"") << kDrawFills[k] << "\"";
