@@ -45,7 +45,12 @@ int IgnoreDotError(char*) {
 // start of the next text. Closes what is open until a probe reads cleanly.
 void ResetScanner() {
     agseterrf(IgnoreDotError);
-    for (const char* closer : {"", "\"", "*/", ">", ">", ">", ">", ">", ">", ">", ">"}) {
+    // An HTML string may be nested deeply: each run of '>' closes up to 1024
+    // levels (the '>' left over are mere syntax errors).
+    const std::string closeHtml(1024, '>');
+    for (const char* closer : {"", "\"", "*/", ">", closeHtml.c_str(), closeHtml.c_str(),
+                               closeHtml.c_str(), closeHtml.c_str(), closeHtml.c_str(),
+                               closeHtml.c_str(), closeHtml.c_str(), closeHtml.c_str()}) {
         if (*closer != '\0') {
             if (Agraph_t* g = agmemread(closer)) {
                 agclose(g);
