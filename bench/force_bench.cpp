@@ -1,6 +1,9 @@
 // Force-directed layout: one iteration (tree build, force pass, move pass) and
 // whole layouts, on sparse graphs (random spanning tree plus n/2 extra edges)
 // and square grids. Counters: ns per node per iteration, iterations.
+// The last argument is the walk width: 1 is the one-node walk, 0 the widest
+// this CPU runs. Run with --benchmark_enable_random_interleaving=true and
+// repetitions to alternate the two.
 
 #include <netloom/netloom.h>
 
@@ -42,6 +45,9 @@ void BM_ForceIteration(benchmark::State& state) {
     comp->SetFixedLayoutFlag(true);
     comp->LayoutComponent(1);
     CForceWorkspace workspace(*comp, true);
+    if (state.range(2) != 0) {
+        workspace.SetLanes(static_cast<int>(state.range(2)));
+    }
     const double nodes = static_cast<double>(workspace.Size());
     CQuadTree tree;
     double energy = 0.0;
@@ -52,6 +58,7 @@ void BM_ForceIteration(benchmark::State& state) {
         benchmark::DoNotOptimize(energy);
     }
     state.counters["nodes"] = nodes;
+    state.counters["lanes"] = workspace.Lanes();
     state.counters["ns_per_node"] =
         benchmark::Counter(nodes * static_cast<double>(state.iterations()) * 1e-9,
                            benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
@@ -71,6 +78,9 @@ void BM_ForceLayout(benchmark::State& state) {
         state.ResumeTiming();
         const auto start = std::chrono::steady_clock::now();
         CForceWorkspace workspace(*comp, true);
+        if (state.range(2) != 0) {
+            workspace.SetLanes(static_cast<int>(state.range(2)));
+        }
         CQuadTree tree;
         double energy = 0.0;
         iterations = workspace.Iterate(tree, energy);
@@ -90,11 +100,11 @@ void BM_ForceLayout(benchmark::State& state) {
 
 // Real time: the force pass runs on several threads.
 BENCHMARK(BM_ForceIteration)
-    ->ArgsProduct({{0, 1}, {1000, 10000, 100000}})
+    ->ArgsProduct({{0, 1}, {1000, 10000, 100000}, {1, 0}})
     ->Unit(benchmark::kMicrosecond)
     ->UseRealTime();
 BENCHMARK(BM_ForceLayout)
-    ->ArgsProduct({{0, 1}, {1000, 10000}})
+    ->ArgsProduct({{0, 1}, {1000, 10000}, {1, 0}})
     ->Unit(benchmark::kMillisecond)
     ->Iterations(1);
-BENCHMARK(BM_ForceLayout)->Args({0, 100000})->Unit(benchmark::kMillisecond)->Iterations(1);
+BENCHMARK(BM_ForceLayout)->Args({0, 100000, 0})->Unit(benchmark::kMillisecond)->Iterations(1);

@@ -18,6 +18,28 @@
 
 namespace netloom::force {
 
+// The constants of the repulsion descent, taken once by the thread that runs
+// the layout.
+struct RepulsionConstants {
+    bool prune = false;       // skip cells wholly beyond reachSqr
+    double reachSqr = 0.0;    // ReachSqr() when pruning
+    double cutoff = 0.0;      // 8 D^2
+    double pushX = 0.0;       // D / 8
+    double pushY = 0.0;       // D / 4
+    double strengthFar = 0.0; // D^2, the charge of a far cell's nodes
+
+    static RepulsionConstants Current(bool prune) {
+        RepulsionConstants k;
+        k.prune = prune;
+        k.reachSqr = prune ? ReachSqr() : 0.0;
+        k.cutoff = 8.0 * g_dLayoutDistanceSqr;
+        k.pushX = g_dLayoutDistance / 8.0;
+        k.pushY = g_dLayoutDistance / 4.0;
+        k.strengthFar = g_dLayoutDistanceSqr;
+        return k;
+    }
+};
+
 struct FlatCell {
     double centerX = 0.0;
     double centerY = 0.0;
@@ -47,19 +69,13 @@ public:
     const std::vector<std::int32_t>& LeafOrder() const { return m_vecOrder; }
 
     // Adds to (fx, fy) the repulsion of the tree on a node at (px, py), in the
-    // order of SumCells; with `prune`, cells wholly beyond the cut-off are
+    // order of SumCells; with `k.prune`, cells wholly beyond the cut-off are
     // skipped (they would only add zeros).
     template <class Strength>
-    void Sum(double px, double py, bool prune, Strength strength, double& fx, double& fy) const {
-        SumRange(0, static_cast<std::int32_t>(m_vecCells.size()), px, py, prune, strength, fx, fy);
-    }
+    void Sum(double px, double py, const RepulsionConstants& k, Strength strength, double& fx,
+             double& fy) const;
 
 private:
-    // The descent through the cells first .. end-1 (whole subtrees).
-    template <class Strength>
-    void SumRange(std::int32_t first, std::int32_t end, double px, double py, bool prune,
-                  Strength strength, double& fx, double& fy) const;
-
     struct Point {
         std::int32_t x;
         std::int32_t y;
@@ -80,19 +96,21 @@ private:
 };
 
 template <class Strength>
-void FlatQuadTree::SumRange(std::int32_t first, std::int32_t end, double px, double py, bool prune,
-                            Strength strength, double& fx, double& fy) const {
+void FlatQuadTree::Sum(double px, double py, const RepulsionConstants& k, Strength strength,
+                       double& fx, double& fy) const {
     const FlatCell* cells = m_vecCells.data();
-    const double reachSqr = prune ? ReachSqr() : 0.0;
-    const double cutoff = 8.0 * g_dLayoutDistanceSqr;
+    const auto end = static_cast<std::int32_t>(m_vecCells.size());
+    const bool prune = k.prune;
+    const double reachSqr = k.reachSqr;
+    const double cutoff = k.cutoff;
     // Local sums: the compiler cannot keep fx and fy in registers while the
     // loop reads memory they might alias.
     double sx = fx;
     double sy = fy;
-    const double pushX = g_dLayoutDistance / 8.0;
-    const double pushY = g_dLayoutDistance / 4.0;
-    const double strengthFar = g_dLayoutDistanceSqr;
-    std::int32_t i = first;
+    const double pushX = k.pushX;
+    const double pushY = k.pushY;
+    const double strengthFar = k.strengthFar;
+    std::int32_t i = 0;
     while (i < end) {
         const FlatCell& c = cells[i];
         if (prune) {
@@ -124,9 +142,9 @@ void FlatQuadTree::SumRange(std::int32_t first, std::int32_t end, double px, dou
                 sx += pushX;
                 sy += pushY;
             } else if (d2 <= cutoff) {
-                const double k = strength(c.node);
-                sx += -k * dx / d2;
-                sy += -k * dy / d2;
+                const double pair = strength(c.node);
+                sx += -pair * dx / d2;
+                sy += -pair * dy / d2;
             } else if (!prune) {
                 sx += 0.0;
                 sy += 0.0;

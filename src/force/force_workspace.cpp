@@ -14,6 +14,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <cstring>
 
 using netloom::SaturateToInt;
 using netloom::detail::FlatHashMap;
@@ -97,6 +98,11 @@ CForceWorkspace::CForceWorkspace(CConnectedGraph& graph, bool springs) : m_graph
     }
     // Only the component's own nodes go into the tree and move.
     m_nCount = count;
+    m_vecPlain.assign(count, 0);
+    if (springs) {
+        MarkPlainNodes(g_dLayoutDistanceSqr);
+    }
+    SetLanes(netloom::force::WidestLanes());
     m_vecIdOrder.resize(count);
     for (std::size_t i = 0; i < count; ++i) {
         m_vecIdOrder[i] = static_cast<std::int32_t>(i);
@@ -144,6 +150,25 @@ bool CForceWorkspace::ParentKeepsOnlyEdgePairs(const CConnectedGraph& graph) {
     return clean;
 }
 
+void CForceWorkspace::MarkPlainNodes(double strength) {
+    m_dPlainStrength = strength;
+    for (std::size_t i = 0; i < m_nCount; ++i) {
+        bool plain = !m_bLookupAllPairs;
+        for (std::int32_t p = m_vecPairStart[i]; plain && p < m_vecPairStart[i + 1]; ++p) {
+            plain = std::memcmp(&m_vecPairStrength[p], &strength, sizeof strength) == 0;
+        }
+        m_vecPlain[i] = plain ? 1 : 0;
+    }
+}
+
+void CForceWorkspace::SetLanes(int lanes) {
+    m_iLanes = netloom::force::LaneWalk(lanes) != nullptr ? lanes : 1;
+}
+
+double CForceWorkspace::StrengthOf(const void* workspace, std::int32_t i, std::int32_t j) {
+    return static_cast<const CForceWorkspace*>(workspace)->PairStrength(i, j);
+}
+
 double CForceWorkspace::PairStrength(int i, int j) const {
     for (std::int32_t p = m_vecPairStart[i]; p < m_vecPairStart[i + 1]; ++p) {
         if (m_vecPairNode[p] == j) {
@@ -185,6 +210,11 @@ void CForceWorkspace::BuildTree(CQuadTree& tree) {
         return;
     }
     const CRect bound = RootCell();
+    m_constants = netloom::force::RepulsionConstants::Current(m_bPrune);
+    if (!m_vecPairStart.empty() &&
+        std::memcmp(&m_dPlainStrength, &m_constants.strengthFar, sizeof(double)) != 0) {
+        MarkPlainNodes(m_constants.strengthFar); // the layout distance changed
+    }
     if (m_bPrune) {
         // Every point lies inside every cell on its path: the cells can be
         // distributed directly, without inserting node by node.
@@ -278,6 +308,7 @@ void CForceWorkspace::Renumber(const std::vector<std::int32_t>& order) {
     permute(m_vecVx);
     permute(m_vecVy);
     permute(m_vecFixed);
+    permute(m_vecPlain);
     for (std::int32_t& i : m_vecIdOrder) {
         i = newIndex[i];
     }
@@ -320,8 +351,35 @@ void CForceWorkspace::Renumber(const std::vector<std::int32_t>& order) {
 
 void CForceWorkspace::SumRepulsion(int i, double& fx, double& fy) const {
     m_flatTree.Sum(
-        m_vecX[i], m_vecY[i], m_bPrune,
+        m_vecX[i], m_vecY[i], m_constants,
         [this, i](std::int32_t other) { return PairStrength(i, other); }, fx, fy);
+}
+
+void CForceWorkspace::SumRepulsionGroup(const std::int32_t* nodes, int count, double* fx,
+                                        double* fy) const {
+    const netloom::force::LaneWalkFn walk = netloom::force::LaneWalk(m_iLanes);
+    if (walk == nullptr || count == 1) {
+        for (int l = 0; l < count; ++l) {
+            fx[l] = 0.0;
+            fy[l] = 0.0;
+            SumRepulsion(nodes[l], fx[l], fy[l]);
+        }
+        return;
+    }
+    netloom::force::LaneWalkArgs args;
+    args.cells = m_flatTree.Cells().data();
+    args.cellCount = static_cast<std::int32_t>(m_flatTree.Cells().size());
+    args.k = m_constants;
+    args.strength = &CForceWorkspace::StrengthOf;
+    args.context = this;
+    args.plain = m_vecPlain.data();
+    args.x = m_vecX.data();
+    args.y = m_vecY.data();
+    args.nodes = nodes;
+    args.count = count;
+    args.fx = fx;
+    args.fy = fy;
+    walk(args);
 }
 
 void CForceWorkspace::SpringForce(int i, double& fx, double& fy) const {
@@ -352,23 +410,40 @@ void CForceWorkspace::IterateOnce(CQuadTree& tree, double step, double& energy) 
     // as they are during this pass: the nodes can be handled in any order and on
     // several threads without changing a bit.
     auto forces = [this, step](std::size_t begin, std::size_t end) {
+        std::int32_t group[8];
+        double rx[8];
+        double ry[8];
+        int grouped = 0;
+        auto finish = [&]() {
+            SumRepulsionGroup(group, grouped, rx, ry);
+            for (int l = 0; l < grouped; ++l) {
+                const std::int32_t i = group[l];
+                double fx = 0.0;
+                double fy = 0.0;
+                fx += rx[l];
+                fy += ry[l];
+                double tx = 0.0;
+                double ty = 0.0;
+                SpringForce(i, tx, ty);
+                fx += tx;
+                fy += ty;
+                m_vecVx[i] = force::Accelerated(m_vecVx[i], step, 0.6, fx);
+                m_vecVy[i] = force::Accelerated(m_vecVy[i], step, 0.6, fy);
+            }
+            grouped = 0;
+        };
         for (std::size_t k = begin; k < end; ++k) {
             const std::int32_t i = m_vecOrder[k];
             if (m_vecFixed[i] != 0) {
                 continue;
             }
-            double fx = 0.0;
-            double fy = 0.0;
-            double tx = 0.0;
-            double ty = 0.0;
-            SumRepulsion(i, tx, ty);
-            fx += tx;
-            fy += ty;
-            SpringForce(i, tx, ty);
-            fx += tx;
-            fy += ty;
-            m_vecVx[i] = force::Accelerated(m_vecVx[i], step, 0.6, fx);
-            m_vecVy[i] = force::Accelerated(m_vecVy[i], step, 0.6, fy);
+            group[grouped++] = i;
+            if (grouped == m_iLanes) {
+                finish();
+            }
+        }
+        if (grouped > 0) {
+            finish();
         }
     };
     const int threads = count >= kParallelNodes ? force::LayoutThreads() : 1;

@@ -1,0 +1,46 @@
+// The group walk on two lanes (SSE2, which every x86-64 CPU has).
+
+#if defined(NETLOOM_LANES_X86)
+
+#include "force/lane_walk_impl.h"
+
+#include <emmintrin.h>
+
+namespace netloom::force {
+namespace {
+
+struct Lanes2 {
+    static constexpr int kWidth = 2;
+    using V = __m128d;
+    static V Set1(double v) { return _mm_set1_pd(v); }
+    static V Load(const double* p) { return _mm_load_pd(p); }
+    static void Store(double* p, V v) { _mm_store_pd(p, v); }
+    static V Add(V a, V b) { return _mm_add_pd(a, b); }
+    static V Sub(V a, V b) { return _mm_sub_pd(a, b); }
+    static V Mul(V a, V b) { return _mm_mul_pd(a, b); }
+    static V Div(V a, V b) { return _mm_div_pd(a, b); }
+    static unsigned Lt(V a, V b) {
+        return static_cast<unsigned>(_mm_movemask_pd(_mm_cmplt_pd(a, b)));
+    }
+    static unsigned Le(V a, V b) {
+        return static_cast<unsigned>(_mm_movemask_pd(_mm_cmple_pd(a, b)));
+    }
+    static unsigned Gt(V a, V b) {
+        return static_cast<unsigned>(_mm_movemask_pd(_mm_cmpgt_pd(a, b)));
+    }
+    static V Select(unsigned m, V a, V b) {
+        const __m128d mask =
+            _mm_castsi128_pd(_mm_set_epi64x((m & 2u) != 0 ? -1 : 0, (m & 1u) != 0 ? -1 : 0));
+        return _mm_or_pd(_mm_and_pd(mask, a), _mm_andnot_pd(mask, b));
+    }
+};
+
+} // namespace
+
+void WalkLanes2(const LaneWalkArgs& args) {
+    WalkLanes<Lanes2>(args);
+}
+
+} // namespace netloom::force
+
+#endif
