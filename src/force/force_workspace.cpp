@@ -15,6 +15,7 @@
 #include <cmath>
 #include <cstdint>
 #include <cstring>
+#include <unordered_map>
 
 using netloom::SaturateToInt;
 using netloom::detail::FlatHashMap;
@@ -26,6 +27,8 @@ namespace {
 // so each node lies inside every cell on its path and cells beyond the cut-off
 // can be skipped.
 constexpr double kPruneLimit = 5.0e8;
+// Marks a spring at the edge's destination end.
+constexpr std::uint32_t kAtDest = 0x80000000u;
 
 } // namespace
 
@@ -53,18 +56,23 @@ CForceWorkspace::CForceWorkspace(CConnectedGraph& graph, bool springs) : m_graph
             return added;
         };
         m_bLookupAllPairs = !ParentKeepsOnlyEdgePairs(graph);
+        std::unordered_map<const CEdge*, std::uint32_t> edgeIndex;
         m_vecSpringStart.reserve(count + 1);
         m_vecPairStart.reserve(count + 1);
         for (std::size_t i = 0; i < count; ++i) {
             CNode* node = m_vecNodes[i];
-            m_vecSpringStart.push_back(static_cast<std::int32_t>(m_vecSprings.size()));
+            m_vecSpringStart.push_back(static_cast<std::int32_t>(m_vecSpringEdge.size()));
             m_vecPairStart.push_back(static_cast<std::int32_t>(m_vecPairNode.size()));
             const std::size_t pairBegin = m_vecPairNode.size();
             for (const CEdge* edge : node->GetEdges()) {
                 const std::int32_t source = indexOf(edge->GetSourceNode());
                 const std::int32_t dest = indexOf(edge->GetDestNode());
-                m_vecSprings.push_back(
-                    {source, dest, edge->GetNormalLength(), edge->GetDestNode() == node});
+                const auto added = static_cast<std::uint32_t>(m_vecSprings.size());
+                const std::uint32_t e = edgeIndex.emplace(edge, added).first->second;
+                if (e == added) {
+                    m_vecSprings.push_back({source, dest, edge->GetNormalLength()});
+                }
+                m_vecSpringEdge.push_back(e | (edge->GetDestNode() == node ? kAtDest : 0u));
                 const std::int32_t other = edge->GetSourceNode() == node ? dest : source;
                 if (static_cast<std::size_t>(other) >= count) {
                     continue;
@@ -80,8 +88,9 @@ CForceWorkspace::CForceWorkspace(CConnectedGraph& graph, bool springs) : m_graph
                 }
             }
         }
-        m_vecSpringStart.push_back(static_cast<std::int32_t>(m_vecSprings.size()));
+        m_vecSpringStart.push_back(static_cast<std::int32_t>(m_vecSpringEdge.size()));
         m_vecPairStart.push_back(static_cast<std::int32_t>(m_vecPairNode.size()));
+        m_vecTerms.resize(m_vecSprings.size());
     }
     const std::size_t all = m_vecNodes.size();
     m_vecX.resize(all);
@@ -315,24 +324,34 @@ void CForceWorkspace::Renumber(const std::vector<std::int32_t>& order) {
     if (m_vecSpringStart.empty()) {
         return;
     }
-    std::vector<std::int32_t> springStart;
+    // Edges are renumbered too, in order of first appearance, so that a node's
+    // springs and their terms lie together.
+    std::vector<std::uint32_t> newEdge(m_vecSprings.size(), kAtDest);
     std::vector<Spring> springs;
+    springs.reserve(m_vecSprings.size());
+    std::vector<std::int32_t> springStart;
+    std::vector<std::uint32_t> springEdge;
     std::vector<std::int32_t> pairStart;
     std::vector<std::int32_t> pairNode;
     std::vector<double> pairStrength;
     springStart.reserve(count + 1);
-    springs.reserve(m_vecSprings.size());
+    springEdge.reserve(m_vecSpringEdge.size());
     pairStart.reserve(count + 1);
     pairNode.reserve(m_vecPairNode.size());
     pairStrength.reserve(m_vecPairStrength.size());
     for (std::size_t k = 0; k < count; ++k) {
         const std::int32_t old = order[k];
-        springStart.push_back(static_cast<std::int32_t>(springs.size()));
+        springStart.push_back(static_cast<std::int32_t>(springEdge.size()));
         for (std::int32_t s = m_vecSpringStart[old]; s < m_vecSpringStart[old + 1]; ++s) {
-            Spring spring = m_vecSprings[s];
-            spring.source = newIndex[spring.source];
-            spring.dest = newIndex[spring.dest];
-            springs.push_back(spring);
+            const std::uint32_t e = m_vecSpringEdge[s] & ~kAtDest;
+            if (newEdge[e] == kAtDest) {
+                newEdge[e] = static_cast<std::uint32_t>(springs.size());
+                Spring spring = m_vecSprings[e];
+                spring.source = newIndex[spring.source];
+                spring.dest = newIndex[spring.dest];
+                springs.push_back(spring);
+            }
+            springEdge.push_back(newEdge[e] | (m_vecSpringEdge[s] & kAtDest));
         }
         pairStart.push_back(static_cast<std::int32_t>(pairNode.size()));
         for (std::int32_t p = m_vecPairStart[old]; p < m_vecPairStart[old + 1]; ++p) {
@@ -340,9 +359,10 @@ void CForceWorkspace::Renumber(const std::vector<std::int32_t>& order) {
             pairStrength.push_back(m_vecPairStrength[p]);
         }
     }
-    springStart.push_back(static_cast<std::int32_t>(springs.size()));
+    springStart.push_back(static_cast<std::int32_t>(springEdge.size()));
     pairStart.push_back(static_cast<std::int32_t>(pairNode.size()));
     m_vecSpringStart.swap(springStart);
+    m_vecSpringEdge.swap(springEdge);
     m_vecSprings.swap(springs);
     m_vecPairStart.swap(pairStart);
     m_vecPairNode.swap(pairNode);
@@ -382,18 +402,47 @@ void CForceWorkspace::SumRepulsionGroup(const std::int32_t* nodes, int count, do
     walk(args);
 }
 
+void CForceWorkspace::SpringTerms(std::size_t first, std::size_t end) {
+    for (std::size_t e = first; e < end; ++e) {
+        const Spring& spring = m_vecSprings[e];
+        netloom::force::Spring(m_vecX[spring.source], m_vecY[spring.source], m_vecX[spring.dest],
+                               m_vecY[spring.dest], spring.normalLength, false, m_vecTerms[e].x,
+                               m_vecTerms[e].y);
+    }
+}
+
+// The pull on a destination end, (-length) * dx / n, is the negated pull on the
+// source end bit for bit: negation commutes with correctly rounded products
+// and quotients.
+void CForceWorkspace::PrefetchTerm(std::uint32_t spring) const {
+#if defined(__GNUC__)
+    __builtin_prefetch(&m_vecTerms[spring & ~kAtDest]);
+#else
+    (void)spring;
+#endif
+}
+
 void CForceWorkspace::SpringForce(int i, double& fx, double& fy) const {
-    fx = 0.0;
-    fy = 0.0;
+    double sx = 0.0;
+    double sy = 0.0;
     for (std::int32_t s = m_vecSpringStart[i]; s < m_vecSpringStart[i + 1]; ++s) {
-        const Spring& spring = m_vecSprings[s];
+        const std::uint32_t spring = m_vecSpringEdge[s];
+        const Term& term = m_vecTerms[spring & ~kAtDest];
+        // The sign bit flipped at a destination end: branch-free negation.
+        const std::uint64_t flip = static_cast<std::uint64_t>(spring & kAtDest) << 32;
+        std::uint64_t bits[2];
+        std::memcpy(bits, &term, sizeof bits);
+        bits[0] ^= flip;
+        bits[1] ^= flip;
         double tx = 0.0;
         double ty = 0.0;
-        netloom::force::Spring(m_vecX[spring.source], m_vecY[spring.source], m_vecX[spring.dest],
-                               m_vecY[spring.dest], spring.normalLength, spring.atDest, tx, ty);
-        fx += tx;
-        fy += ty;
+        std::memcpy(&tx, &bits[0], sizeof tx);
+        std::memcpy(&ty, &bits[1], sizeof ty);
+        sx += tx;
+        sy += ty;
     }
+    fx = sx;
+    fy = sy;
 }
 
 void CForceWorkspace::IterateOnce(CQuadTree& tree, double step, double& energy) {
@@ -406,6 +455,9 @@ void CForceWorkspace::IterateOnce(CQuadTree& tree, double step, double& energy) 
     }
     ++m_nIterations;
     BuildTree(tree);
+    const int threads = count >= kParallelNodes ? force::LayoutThreads() : 1;
+    force::ParallelBlocks(m_vecSprings.size(), kParallelBlock, threads,
+                          [this](std::size_t begin, std::size_t end) { SpringTerms(begin, end); });
     // Each node's force depends only on the tree and the positions, which stay
     // as they are during this pass: the nodes can be handled in any order and on
     // several threads without changing a bit.
@@ -415,6 +467,14 @@ void CForceWorkspace::IterateOnce(CQuadTree& tree, double step, double& energy) 
         double ry[8];
         int grouped = 0;
         auto finish = [&]() {
+            // The springs' far ends lie anywhere in the arrays: their terms are
+            // fetched while the walk runs.
+            for (int l = 0; l < grouped; ++l) {
+                for (std::int32_t s = m_vecSpringStart[group[l]];
+                     s < m_vecSpringStart[group[l] + 1]; ++s) {
+                    PrefetchTerm(m_vecSpringEdge[s]);
+                }
+            }
             SumRepulsionGroup(group, grouped, rx, ry);
             for (int l = 0; l < grouped; ++l) {
                 const std::int32_t i = group[l];
@@ -446,7 +506,6 @@ void CForceWorkspace::IterateOnce(CQuadTree& tree, double step, double& energy) 
             finish();
         }
     };
-    const int threads = count >= kParallelNodes ? force::LayoutThreads() : 1;
     force::ParallelBlocks(count, kParallelBlock, threads, forces);
     // The energy is summed in ascending id order.
     for (std::size_t rank = 0; rank < count; ++rank) {

@@ -42,7 +42,10 @@ public:
     // one-node walk). Results do not depend on it.
     int Lanes() const { return m_iLanes; }
     void SetLanes(int lanes);
-    // Sum of the spring pulls on node i.
+    // Spring pulls of the edges first .. end-1 on their source ends (a
+    // destination end is pulled by exactly the negated force).
+    void SpringTerms(std::size_t first, std::size_t end);
+    // Sum of the spring pulls on node i, from the last SpringTerms.
     void SpringForce(int i, double& fx, double& fy) const;
 
     // Runs the damped iteration and writes positions and velocities back.
@@ -66,6 +69,7 @@ private:
     void OrderByTree(const CQuadNode* root);
     void Renumber(const std::vector<std::int32_t>& order);
     void MarkPlainNodes(double strength);
+    void PrefetchTerm(std::uint32_t spring) const;
     static double StrengthOf(const void* workspace, std::int32_t i, std::int32_t j);
 
     // Iterations between two renumberings.
@@ -79,7 +83,6 @@ private:
         std::int32_t source;
         std::int32_t dest;
         double normalLength;
-        bool atDest;
     };
 
     CConnectedGraph& m_graph;
@@ -93,8 +96,16 @@ private:
     std::vector<std::int32_t> m_vecOrder; // force-pass order: the tree's leaves
     std::vector<char> m_vecListed;
     std::vector<std::int32_t> m_vecIdOrder; // index of each node, in ascending id order
+    // Each node's springs in its edge-set order: an edge index, with the top
+    // bit set where the node is the edge's destination.
     std::vector<std::int32_t> m_vecSpringStart;
-    std::vector<Spring> m_vecSprings;
+    std::vector<std::uint32_t> m_vecSpringEdge;
+    std::vector<Spring> m_vecSprings; // one per edge
+    struct Term {
+        double x;
+        double y;
+    };
+    std::vector<Term> m_vecTerms; // per edge, on its source end
     std::vector<std::int32_t> m_vecPairStart;
     std::vector<std::int32_t> m_vecPairNode;
     std::vector<double> m_vecPairStrength;
