@@ -63,6 +63,9 @@ public:
     void SetFixedLayoutFlag(bool fixed) { m_bFixedLayout = fixed; }
     void SetLayoutStrategy(CLayoutStrategy* strategy) { m_pLayoutStrategy = strategy; }
     void SetMaxColCount(int count) { m_iMaxColCount = count; }
+    // Threads the force-directed layout may use for large components; 0 (the
+    // default) or below: one per hardware thread. Positions do not depend on it.
+    void SetLayoutThreads(int threads) { m_iLayoutThreads = threads; }
 
     // Runs the whole layout pipeline; always returns true.
     bool Layout(int nDistance, int nLayoutType, int nLayerSpacing);
@@ -93,6 +96,7 @@ public:
     CLayoutStrategy* GetLayoutStrategy() const { return m_pLayoutStrategy; }
     int GetMaxColCount() const { return m_iMaxColCount; }
     bool GetFixedLayoutFlag() const { return m_bFixedLayout; }
+    int GetLayoutThreads() const { return m_iLayoutThreads; }
 
 protected:
     bool IsEdgeExist(CEdge* e) const;
@@ -126,6 +130,7 @@ protected:
     CLayoutStrategy* m_pLayoutStrategy = nullptr;
     std::int32_t m_iMaxColCount = -1;
     std::int32_t m_nParam; // first constructor argument, handed to components
+    std::int32_t m_iLayoutThreads = 0;
     ProgressCallback m_fnProgress;
 
 private:

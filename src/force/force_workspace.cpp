@@ -103,6 +103,8 @@ CForceWorkspace::CForceWorkspace(CConnectedGraph& graph, bool springs) : m_graph
         MarkPlainNodes(g_dLayoutDistanceSqr);
     }
     SetLanes(netloom::force::WidestLanes());
+    const CNetworkGraph* parent = graph.GetParentGraph();
+    SetThreads(parent != nullptr ? parent->GetLayoutThreads() : 0);
     m_vecIdOrder.resize(count);
     for (std::size_t i = 0; i < count; ++i) {
         m_vecIdOrder[i] = static_cast<std::int32_t>(i);
@@ -163,6 +165,10 @@ void CForceWorkspace::MarkPlainNodes(double strength) {
 
 void CForceWorkspace::SetLanes(int lanes) {
     m_iLanes = netloom::force::LaneWalk(lanes) != nullptr ? lanes : 1;
+}
+
+void CForceWorkspace::SetThreads(int threads) {
+    m_iThreads = netloom::force::LayoutThreads(threads);
 }
 
 double CForceWorkspace::StrengthOf(const void* workspace, std::int32_t i, std::int32_t j) {
@@ -446,7 +452,7 @@ void CForceWorkspace::IterateOnce(CQuadTree& tree, double step, double& energy) 
             finish();
         }
     };
-    const int threads = count >= kParallelNodes ? force::LayoutThreads() : 1;
+    const int threads = count >= kParallelNodes ? m_iThreads : 1;
     force::ParallelBlocks(count, kParallelBlock, threads, forces);
     // The energy is summed in ascending id order.
     for (std::size_t rank = 0; rank < count; ++rank) {

@@ -100,6 +100,7 @@ void CNetworkGraph::Swap(CNetworkGraph& other) noexcept {
     std::swap(m_pLayoutStrategy, other.m_pLayoutStrategy);
     std::swap(m_iMaxColCount, other.m_iMaxColCount);
     std::swap(m_nParam, other.m_nParam);
+    std::swap(m_iLayoutThreads, other.m_iLayoutThreads);
     std::swap(m_fnProgress, other.m_fnProgress);
     std::swap(m_mapEdgesByPair, other.m_mapEdgesByPair);
     std::swap(m_bPairIndexBuilt, other.m_bPairIndexBuilt);
@@ -142,6 +143,7 @@ void CNetworkGraph::CopyFrom(const CNetworkGraph& other) {
     m_vecSortedEdgesInGraph = other.m_vecSortedEdgesInGraph;
     m_pLayoutStrategy = other.m_pLayoutStrategy;
     m_iMaxColCount = other.m_iMaxColCount;
+    m_iLayoutThreads = other.m_iLayoutThreads;
     m_fnProgress = other.m_fnProgress;
 }
 
