@@ -53,6 +53,9 @@ public:
     double FindEdgeSqrLen(int idA, int idB) const;
     // Number of node pairs with a stored squared length (pairs of deleted edges too).
     std::size_t GetEdgeSqrLenCount() const { return m_mapEdgeSqrLen.Size(); }
+    // True once the table may hold a pair that no edge joins: the last edge
+    // between two nodes was deleted, and the table keeps its entry.
+    bool HasUnjoinedSqrLenPairs() const { return m_bUnjoinedSqrLenPairs; }
     bool GetNodePosition(int id, double& x, double& y) const;
     bool GetNodePhyPosition(int id, int& row, int& col) const;
     void SetNodePosition(int id, double x, double y, _tagNode& pos);
@@ -121,6 +124,7 @@ protected:
     // Squared natural length per node pair, keyed by PairKey(smaller id, larger id).
     // Only ever looked up, so a hash map.
     netloom::detail::FlatHashMap<double> m_mapEdgeSqrLen;
+    bool m_bUnjoinedSqrLenPairs = false;
     double m_dEnergy = 0.0;
     std::int32_t m_iLayoutType;
     bool m_bFixedLayout = false;
