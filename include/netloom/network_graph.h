@@ -53,6 +53,9 @@ public:
     double FindEdgeSqrLen(int idA, int idB) const;
     // Number of node pairs with a stored squared length (pairs of deleted edges too).
     std::size_t GetEdgeSqrLenCount() const { return m_mapEdgeSqrLen.Size(); }
+    // True once the table may hold a pair that no edge joins: the last edge
+    // between two nodes was deleted, and the table keeps its entry.
+    bool HasUnjoinedSqrLenPairs() const { return m_bUnjoinedSqrLenPairs; }
     bool GetNodePosition(int id, double& x, double& y) const;
     bool GetNodePhyPosition(int id, int& row, int& col) const;
     void SetNodePosition(int id, double x, double y, _tagNode& pos);
@@ -63,6 +66,9 @@ public:
     void SetFixedLayoutFlag(bool fixed) { m_bFixedLayout = fixed; }
     void SetLayoutStrategy(CLayoutStrategy* strategy) { m_pLayoutStrategy = strategy; }
     void SetMaxColCount(int count) { m_iMaxColCount = count; }
+    // Threads the force-directed layout may use for large components; 0 (the
+    // default) or below: one per hardware thread. Positions do not depend on it.
+    void SetLayoutThreads(int threads) { m_iLayoutThreads = threads; }
 
     // Runs the whole layout pipeline; always returns true.
     bool Layout(int nDistance, int nLayoutType, int nLayerSpacing);
@@ -93,6 +99,7 @@ public:
     CLayoutStrategy* GetLayoutStrategy() const { return m_pLayoutStrategy; }
     int GetMaxColCount() const { return m_iMaxColCount; }
     bool GetFixedLayoutFlag() const { return m_bFixedLayout; }
+    int GetLayoutThreads() const { return m_iLayoutThreads; }
 
 protected:
     bool IsEdgeExist(CEdge* e) const;
@@ -117,6 +124,7 @@ protected:
     // Squared natural length per node pair, keyed by PairKey(smaller id, larger id).
     // Only ever looked up, so a hash map.
     netloom::detail::FlatHashMap<double> m_mapEdgeSqrLen;
+    bool m_bUnjoinedSqrLenPairs = false;
     double m_dEnergy = 0.0;
     std::int32_t m_iLayoutType;
     bool m_bFixedLayout = false;
@@ -126,6 +134,7 @@ protected:
     CLayoutStrategy* m_pLayoutStrategy = nullptr;
     std::int32_t m_iMaxColCount = -1;
     std::int32_t m_nParam; // first constructor argument, handed to components
+    std::int32_t m_iLayoutThreads = 0;
     ProgressCallback m_fnProgress;
 
 private:

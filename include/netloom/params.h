@@ -7,6 +7,3 @@ extern NETLOOM_API double g_dLayoutDistance;    // start value 40.0
 extern NETLOOM_API double g_dLayoutDistanceSqr; // start value 1600.0
 extern NETLOOM_API double g_dColumnSpacing;     // start value 200.0
 extern NETLOOM_API double g_dLayerSpacing;      // start value 200.0
-// Threads the force-directed layout may use for large components; 0 (the start
-// value) or below: one per hardware thread. The result does not depend on it.
-extern NETLOOM_API int g_iLayoutThreads;

@@ -23,7 +23,6 @@ from ._netloom import (  # noqa: F401
     LayoutStrategy,
     direction_levels,
     layout_parameters,
-    set_layout_threads,
 )
 
 __all__ = [
@@ -33,7 +32,6 @@ __all__ = [
     "layout",
     "layout_result",
     "layout_parameters",
-    "set_layout_threads",
     "FORCE_DIRECTED",
     "TREE",
     "RADIANT",
@@ -126,6 +124,7 @@ def layout_result(
     source_port="source_port",
     target_port="target_port",
     flip_y=True,
+    threads=0,
 ):
     """Lays out G and returns a LayoutResult.
 
@@ -146,6 +145,9 @@ def layout_result(
     length, source_port, target_port: edge attribute names.
     flip_y: the library's y grows downward; by default y is negated so that
        matplotlib (y upward) shows the first layer on top.
+    threads: threads of the force-directed layout for components of 1,024
+       nodes or more; 0 for one per hardware thread. Positions do not depend
+       on it.
     """
     if isinstance(G, tuple) and len(G) == 2:
         nodes, raw_edges = G
@@ -210,6 +212,7 @@ def layout_result(
     if max_cols is not None:
         graph.set_max_col_count(int(max_cols))
     graph.set_fixed_layout(bool(fixed_layout))
+    graph.set_layout_threads(int(threads))
     layered = type_code in (KINDS["tree"], KINDS["hierarchy"])
     directed = hasattr(G, "is_directed") and G.is_directed()
     if levels is None and strategy is None and directed and layered:

@@ -304,17 +304,6 @@ PYBIND11_MODULE(_netloom, m) {
         "Levels by edge direction for nodes 0..count-1 and (source, target) index pairs: the "
         "longest directed path from a source, cycles broken by reversing the edges a "
         "depth-first search in the given order finds going back.");
-    m.def(
-        "set_layout_threads",
-        [](int threads) {
-            if (threads < 0) {
-                throw py::value_error("threads must be 0 (one per hardware thread) or more");
-            }
-            g_iLayoutThreads = threads;
-        },
-        py::arg("threads"),
-        "Threads of the force-directed layout for components of 1,024 nodes or more; 0 (the "
-        "default) for one per hardware thread. Positions do not depend on it.");
 
     py::class_<CLayoutStrategy, PyLayoutStrategy>(
         m, "LayoutStrategy",
@@ -358,6 +347,17 @@ PYBIND11_MODULE(_netloom, m) {
         .def(
             "set_max_col_count", [](PyGraph& g, int n) { g.graph.SetMaxColCount(n); },
             py::arg("count"))
+        .def(
+            "set_layout_threads",
+            [](PyGraph& g, int threads) {
+                if (threads < 0) {
+                    throw py::value_error("threads must be 0 (one per hardware thread) or more");
+                }
+                g.graph.SetLayoutThreads(threads);
+            },
+            py::arg("threads"),
+            "Threads of the force-directed layout for components of 1,024 nodes or more; 0 (the "
+            "default) for one per hardware thread. Positions do not depend on it.")
         .def(
             "set_strategy",
             [](PyGraph& g, py::object strategy) {

@@ -150,11 +150,3 @@ def test_layout_releases_the_gil():
     # Holding the GIL, the layout would let this loop run only once or twice.
     assert spins > 1000
     assert math.isfinite(g.position(n)[0])
-
-
-def test_thread_count_is_checked():
-    # The result does not depend on the count (the C++ tests check that).
-    netloom.set_layout_threads(2)
-    netloom.set_layout_threads(0)
-    with pytest.raises(ValueError):
-        netloom.set_layout_threads(-1)

@@ -41,8 +41,10 @@ def test_ports_lengths_and_multigraph_edges_come_back_by_name():
 
 
 def test_plain_node_and_edge_lists_and_bad_arguments():
-    pos = netloom.layout(([1, 2, 3], [(1, 2), (2, 3, {"length": 10})]), kind="radial")
+    pos = netloom.layout(([1, 2, 3], [(1, 2), (2, 3, {"length": 10})]), kind="radial", threads=2)
     assert set(pos) == {1, 2, 3}
+    with pytest.raises(ValueError, match="threads"):
+        netloom.layout(([1, 2], [(1, 2)]), kind="force", threads=-1)
     with pytest.raises(ValueError, match="unknown layout kind"):
         netloom.layout(nx.path_graph(2), kind="spiral")
     with pytest.raises(KeyError, match="unknown node"):

@@ -112,6 +112,8 @@ CForceWorkspace::CForceWorkspace(CConnectedGraph& graph, bool springs) : m_graph
         MarkPlainNodes(g_dLayoutDistanceSqr);
     }
     SetLanes(netloom::force::WidestLanes());
+    const CNetworkGraph* parent = graph.GetParentGraph();
+    SetThreads(parent != nullptr ? parent->GetLayoutThreads() : 0);
     m_vecIdOrder.resize(count);
     for (std::size_t i = 0; i < count; ++i) {
         m_vecIdOrder[i] = static_cast<std::int32_t>(i);
@@ -119,44 +121,9 @@ CForceWorkspace::CForceWorkspace(CConnectedGraph& graph, bool springs) : m_graph
 }
 
 bool CForceWorkspace::ParentKeepsOnlyEdgePairs(const CConnectedGraph& graph) {
+    // Without a parent every pair is D squared.
     const CNetworkGraph* parent = graph.GetParentGraph();
-    if (parent == nullptr) {
-        return true; // every pair is D squared
-    }
-    // The parent's table is only ever added to: it holds exactly the pairs of
-    // its current edges unless edges were deleted. Counting those pairs walks
-    // all the parent's edges, so the answer is kept for the components of one
-    // Layout call (they are rebuilt on every call, so the first component's
-    // serial number identifies the call).
-    struct Cache {
-        const CNetworkGraph* parent = nullptr;
-        std::uint64_t firstComponent = 0;
-        std::size_t tableSize = 0;
-        std::size_t edgeCount = 0;
-        bool clean = false;
-    };
-    static Cache cache;
-    const auto& components = parent->GetConnectedGraphs();
-    const bool member = components.count(const_cast<CConnectedGraph*>(&graph)) != 0;
-    const std::uint64_t first = components.empty() ? 0 : (*components.begin())->GetSerial();
-    const std::size_t tableSize = parent->GetEdgeSqrLenCount();
-    const std::size_t edgeCount = parent->GetEdgeMap().size();
-    if (member && cache.parent == parent && cache.firstComponent == first &&
-        cache.tableSize == tableSize && cache.edgeCount == edgeCount) {
-        return cache.clean;
-    }
-    FlatHashMap<bool> pairs;
-    pairs.Reserve(edgeCount);
-    for (const auto& entry : parent->GetEdgeMap()) {
-        const CEdge* edge = entry.second;
-        pairs.FindOrInsert(
-            netloom::PairKey(edge->GetSourceNode()->GetID(), edge->GetDestNode()->GetID()), true);
-    }
-    const bool clean = tableSize <= pairs.Size();
-    if (member) {
-        cache = {parent, first, tableSize, edgeCount, clean};
-    }
-    return clean;
+    return parent == nullptr || !parent->HasUnjoinedSqrLenPairs();
 }
 
 void CForceWorkspace::MarkPlainNodes(double strength) {
@@ -172,6 +139,10 @@ void CForceWorkspace::MarkPlainNodes(double strength) {
 
 void CForceWorkspace::SetLanes(int lanes) {
     m_iLanes = netloom::force::LaneWalk(lanes) != nullptr ? lanes : 1;
+}
+
+void CForceWorkspace::SetThreads(int threads) {
+    m_iThreads = netloom::force::LayoutThreads(threads);
 }
 
 double CForceWorkspace::StrengthOf(const void* workspace, std::int32_t i, std::int32_t j) {
@@ -455,7 +426,7 @@ void CForceWorkspace::IterateOnce(CQuadTree& tree, double step, double& energy) 
     }
     ++m_nIterations;
     BuildTree(tree);
-    const int threads = count >= kParallelNodes ? force::LayoutThreads() : 1;
+    const int threads = count >= kParallelNodes ? m_iThreads : 1;
     force::ParallelBlocks(m_vecSprings.size(), kParallelBlock, threads,
                           [this](std::size_t begin, std::size_t end) { SpringTerms(begin, end); });
     // Each node's force depends only on the tree and the positions, which stay

@@ -18,7 +18,7 @@
 class CForceWorkspace {
 public:
     // Loads the nodes and their positions; with `springs`, also the springs and
-    // the pair strengths.
+    // the pair strengths. The thread count is the parent graph's setting.
     CForceWorkspace(CConnectedGraph& graph, bool springs);
 
     std::size_t Size() const { return m_nCount; }
@@ -42,6 +42,10 @@ public:
     // one-node walk). Results do not depend on it.
     int Lanes() const { return m_iLanes; }
     void SetLanes(int lanes);
+    // Threads of the force pass for large components: the count set, or one per
+    // hardware thread when that is 0 or below. Results do not depend on it.
+    int Threads() const { return m_iThreads; }
+    void SetThreads(int threads);
     // Spring pulls of the edges first .. end-1 on their source ends (a
     // destination end is pulled by exactly the negated force).
     void SpringTerms(std::size_t first, std::size_t end);
@@ -115,6 +119,7 @@ private:
     double m_dPlainStrength = 0.0;
     netloom::force::RepulsionConstants m_constants;
     int m_iLanes = 1;
+    int m_iThreads = 1;
     std::size_t m_nCount = 0; // the component's nodes; ends outside follow
     std::size_t m_nIterations = 0;
     bool m_bLookupAllPairs = false;

@@ -1,7 +1,5 @@
 #include "force/parallel_blocks.h"
 
-#include <netloom/params.h>
-
 #include <algorithm>
 #include <atomic>
 #include <system_error>
@@ -10,9 +8,9 @@
 
 namespace netloom::force {
 
-int LayoutThreads() {
-    if (g_iLayoutThreads > 0) {
-        return g_iLayoutThreads;
+int LayoutThreads(int setting) {
+    if (setting > 0) {
+        return setting;
     }
     const unsigned hardware = std::thread::hardware_concurrency();
     return hardware == 0 ? 1 : static_cast<int>(hardware);

@@ -5,9 +5,9 @@
 
 namespace netloom::force {
 
-// The number of threads a layout may use: g_iLayoutThreads, or one per hardware
-// thread when that is 0 or below.
-int LayoutThreads();
+// The number of threads a layout may use: `setting`, or one per hardware thread
+// when that is 0 or below.
+int LayoutThreads(int setting);
 
 // Calls work(begin, end) for consecutive blocks of at most `block` items that
 // cover [0, count), on up to `threads` threads (the caller's among them). The

@@ -91,6 +91,7 @@ void CNetworkGraph::Swap(CNetworkGraph& other) noexcept {
     std::swap(m_mapEdges, other.m_mapEdges);
     std::swap(m_mapNodeDegree, other.m_mapNodeDegree);
     std::swap(m_mapEdgeSqrLen, other.m_mapEdgeSqrLen);
+    std::swap(m_bUnjoinedSqrLenPairs, other.m_bUnjoinedSqrLenPairs);
     std::swap(m_dEnergy, other.m_dEnergy);
     std::swap(m_iLayoutType, other.m_iLayoutType);
     std::swap(m_bFixedLayout, other.m_bFixedLayout);
@@ -100,6 +101,7 @@ void CNetworkGraph::Swap(CNetworkGraph& other) noexcept {
     std::swap(m_pLayoutStrategy, other.m_pLayoutStrategy);
     std::swap(m_iMaxColCount, other.m_iMaxColCount);
     std::swap(m_nParam, other.m_nParam);
+    std::swap(m_iLayoutThreads, other.m_iLayoutThreads);
     std::swap(m_fnProgress, other.m_fnProgress);
     std::swap(m_mapEdgesByPair, other.m_mapEdgesByPair);
     std::swap(m_bPairIndexBuilt, other.m_bPairIndexBuilt);
@@ -136,12 +138,14 @@ void CNetworkGraph::CopyFrom(const CNetworkGraph& other) {
     }
     m_mapNodeDegree = other.m_mapNodeDegree;
     m_mapEdgeSqrLen = other.m_mapEdgeSqrLen;
+    m_bUnjoinedSqrLenPairs = other.m_bUnjoinedSqrLenPairs;
     m_dEnergy = other.m_dEnergy;
     m_bFixedLayout = other.m_bFixedLayout;
     m_vecSortedEdges = other.m_vecSortedEdges;
     m_vecSortedEdgesInGraph = other.m_vecSortedEdgesInGraph;
     m_pLayoutStrategy = other.m_pLayoutStrategy;
     m_iMaxColCount = other.m_iMaxColCount;
+    m_iLayoutThreads = other.m_iLayoutThreads;
     m_fnProgress = other.m_fnProgress;
 }
 
@@ -247,6 +251,11 @@ bool CNetworkGraph::DeleteEdge(int id) {
     DeleteConnectedGraphs();
     edge->BreakEdge();
     EraseEdgeRecord(edge);
+    // The table keeps the pair's squared length. While every stored pair is
+    // joined by an edge, a pair without an edge has D squared and the force
+    // layout need not look it up; once one is not, it looks up every pair.
+    m_bUnjoinedSqrLenPairs =
+        m_bUnjoinedSqrLenPairs || FindEdge(edge->m_pSource, edge->m_pDest) == nullptr;
     delete edge;
     return true;
 }

@@ -152,15 +152,15 @@ TEST(ForceLayoutTest, ThreadsAndLanesDoNotChangeTheResult) {
             CConnectedGraph* comp = *g.GetConnectedGraphs().begin();
             g_dLayoutDistanceSqr = g_dLayoutDistance * g_dLayoutDistance;
             comp->RadiantLayout();
-            g_iLayoutThreads = threads;
+            g.SetLayoutThreads(threads);
             CForceWorkspace workspace(*comp, true);
             workspace.SetLanes(lanes);
+            EXPECT_EQ(workspace.Threads(), threads) << "the graph's setting";
             CQuadTree tree;
             double energy = 0.0;
             for (int iteration = 0; iteration < 3; ++iteration) {
                 workspace.IterateOnce(tree, 0.5, energy);
             }
-            g_iLayoutThreads = 0;
             workspace.WriteBack();
             results.push_back(Read(g));
             results.back()[0] = {energy, static_cast<double>(workspace.Lanes())};

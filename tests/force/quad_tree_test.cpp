@@ -209,8 +209,9 @@ TEST(QuadTreeTest, PairStrengthsFollowTheParentTable) {
     g.AddEdge(2, 2, 3, 40, 0, 0, false);
     g.AddEdge(3, 3, 1, 70, 0, 0, false);
     g.DeleteEdge(1);
-    Decompose(g, 40);
-    CConnectedGraph* comp = OnlyComponent(g);
+    CNetworkGraph copy(g); // keeps the deleted length and knows no edge joins its pair
+    Decompose(copy, 40);
+    CConnectedGraph* comp = OnlyComponent(copy);
     EXPECT_FALSE(CForceWorkspace::ParentKeepsOnlyEdgePairs(*comp));
     CForceWorkspace workspace(*comp, true);
     EXPECT_EQ(workspace.PairStrength(0, 1), 100.0);
@@ -219,6 +220,8 @@ TEST(QuadTreeTest, PairStrengthsFollowTheParentTable) {
 
     CNetworkGraph clean;
     netloom_test::Fill(clean, netloom_test::RandomSparse(50, 25, 3));
+    clean.AddEdge(100, 2, 1, 40, 0, 0, false); // edge 1 joins 1 and 2 too
+    clean.DeleteEdge(1);
     Decompose(clean, 40);
     EXPECT_TRUE(CForceWorkspace::ParentKeepsOnlyEdgePairs(**clean.GetConnectedGraphs().begin()));
 }

@@ -185,6 +185,7 @@ TEST(NetworkGraphTest, CopiesAreDeepAndKeepEveryTable) {
     original.AddEdge(5, 1, 2, 8, 12, 21, true);
     original.SetMaxColCount(4);
     original.SetFixedLayoutFlag(true);
+    original.SetLayoutThreads(3);
 
     CNetworkGraph copy(original);
     ASSERT_EQ(copy.GetNodeMap().size(), 3u);
@@ -209,6 +210,7 @@ TEST(NetworkGraphTest, CopiesAreDeepAndKeepEveryTable) {
     EXPECT_EQ(copy.FindEdgeSqrLen(1, 3), 49.0);
     EXPECT_EQ(copy.GetMaxColCount(), 4);
     EXPECT_TRUE(copy.GetFixedLayoutFlag());
+    EXPECT_EQ(copy.GetLayoutThreads(), 3);
     EXPECT_EQ(copy.GetLayoutType(), 8);
     EXPECT_FALSE(copy.AddEdge(11, 2, 1, 1, 21, 12, true)) << "duplicate index copied too";
 

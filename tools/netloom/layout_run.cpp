@@ -107,7 +107,7 @@ std::map<int, std::vector<int>> ChooseLevels(const FileGraph& file, const Layout
 void RunWithProgress(CNetworkGraph& graph, const LayoutOptions& options) {
     graph.SetFixedLayoutFlag(options.fixedLayout);
     graph.SetMaxColCount(options.maxCols > 0 ? options.maxCols : -1);
-    g_iLayoutThreads = options.threads;
+    graph.SetLayoutThreads(options.threads);
     const bool show = options.progress == ProgressMode::Always ||
                       (options.progress == ProgressMode::Auto && isatty(STDERR_FILENO) == 1);
     ProgressLine progress(show, options.progress == ProgressMode::Always ? 0.0 : 1.0);
