@@ -1,11 +1,23 @@
 #include "force/flat_quad_tree.h"
 
+#include "force/parallel_blocks.h"
 #include "graph/truncate.h"
+
+#include <utility>
 
 namespace netloom::force {
 
-std::int32_t FlatQuadTree::AddCell(std::int64_t left, std::int64_t top, std::int64_t right,
-                                   std::int64_t bottom, std::int32_t count) {
+namespace {
+
+// Components from this size on build the tree's subtrees on several threads.
+constexpr std::size_t kParallelBuild = 4096;
+// Levels split on the calling thread before the subtrees are handed out.
+constexpr int kSplitLevels = 2;
+
+} // namespace
+
+std::int32_t FlatQuadTree::AddCell(std::vector<FlatCell>& out, std::int64_t left, std::int64_t top,
+                                   std::int64_t right, std::int64_t bottom, std::int32_t count) {
     FlatCell cell;
     cell.left = static_cast<std::int32_t>(left);
     cell.top = static_cast<std::int32_t>(top);
@@ -15,8 +27,8 @@ std::int32_t FlatQuadTree::AddCell(std::int64_t left, std::int64_t top, std::int
     const std::int64_t s = ((right - left) + (bottom - top)) / 2;
     cell.farSqr = static_cast<double>(s) * static_cast<double>(s);
     cell.wide = (right - left) >= 2 ? 1 : 0;
-    m_vecCells.push_back(cell);
-    return static_cast<std::int32_t>(m_vecCells.size() - 1);
+    out.push_back(cell);
+    return static_cast<std::int32_t>(out.size() - 1);
 }
 
 // Inserting nodes one by one splits every cell that receives a second node while
@@ -24,8 +36,11 @@ std::int32_t FlatQuadTree::AddCell(std::int64_t left, std::int64_t top, std::int
 // depends only on which nodes fall into which cell: each cell's nodes are
 // distributed over its quadrants at once (a stable counting pass, so that each
 // cell lists its nodes in insertion order), and the cells come out in
-// depth-first order.
-void FlatQuadTree::Build(const double* x, const double* y, std::size_t n, const CRect& root) {
+// depth-first order. Large trees split their top levels first and build the
+// subtrees below them on several threads, each into its own array; the arrays
+// are then joined in depth-first order, which gives the same cells.
+void FlatQuadTree::Build(const double* x, const double* y, std::size_t n, const CRect& root,
+                         int threads) {
     m_vecCells.clear();
     m_vecOrder.resize(n);
     m_vecPoints.resize(n);
@@ -38,49 +53,43 @@ void FlatQuadTree::Build(const double* x, const double* y, std::size_t n, const 
     if (n == 0) {
         return;
     }
-    BuildCell(m_vecPoints.data(), m_vecScratch.data(), 0, n, root.left, root.top, root.right,
-              root.bottom);
+    const Box box{root.left, root.top, root.right, root.bottom};
+    if (threads <= 1 || n < kParallelBuild) {
+        BuildCell(m_vecCells, m_vecPoints.data(), m_vecScratch.data(), 0, n, box);
+        return;
+    }
+    m_vecSplits.clear();
+    m_nSubtrees = 0;
+    Split(m_vecPoints.data(), m_vecScratch.data(), 0, n, box, 0);
+    ParallelBlocks(m_nSubtrees, 1, threads, [this](std::size_t first, std::size_t end) {
+        for (std::size_t t = first; t < end; ++t) {
+            Subtree& job = m_vecSubtrees[t];
+            job.cells.clear();
+            BuildCell(job.cells, job.from, job.to, job.begin, job.end, job.box);
+        }
+    });
+    std::size_t at = 0;
+    Join(at);
 }
 
-void FlatQuadTree::BuildCell(Point* from, Point* to, std::size_t begin, std::size_t end,
-                             std::int64_t left, std::int64_t top, std::int64_t right,
-                             std::int64_t bottom) {
-    const auto count = static_cast<std::int32_t>(end - begin);
-    const std::int32_t self = AddCell(left, top, right, bottom, count);
-    if (count == 1) {
-        const std::int32_t node = from[begin].index;
-        m_vecOrder[begin] = node;
-        FlatCell& leaf = m_vecCells[self];
-        leaf.node = node;
-        leaf.centerX = m_pX[node];
-        leaf.centerY = m_pY[node];
-        leaf.next = self + 1;
-        return;
-    }
-    if (right - left < 2) {
-        // Too narrow to split: the cell keeps the node that came first.
-        for (std::size_t i = begin; i < end; ++i) {
-            m_vecOrder[i] = from[i].index;
-        }
-        FlatCell& narrow = m_vecCells[self];
-        narrow.node = from[begin].index;
-        narrow.centerX = static_cast<double>(left + 1);
-        narrow.centerY = static_cast<double>(top + 1);
-        narrow.next = self + 1;
-        return;
-    }
-    const std::int64_t mx = left + (right - left) / 2;
-    const std::int64_t my = top + (bottom - top) / 2;
-    std::size_t sizes[4] = {0, 0, 0, 0};
+// Distributes a cell's nodes over its quadrants (stably); `starts` and `sizes`
+// give each quadrant's range in `to`. Returns the quadrants' boxes.
+void FlatQuadTree::Partition(const Point* from, Point* to, std::size_t begin, std::size_t end,
+                             const Box& box, std::size_t starts[4], std::size_t sizes[4],
+                             Box quadrants[4]) {
+    const std::int64_t mx = box.left + (box.right - box.left) / 2;
+    const std::int64_t my = box.top + (box.bottom - box.top) / 2;
     auto quadrant = [mx, my](const Point& p) {
         const bool highX = p.x >= mx;
         const bool highY = p.y >= my;
         return highY ? (highX ? 2 : 3) : (highX ? 1 : 0);
     };
+    for (int q = 0; q < 4; ++q) {
+        sizes[q] = 0;
+    }
     for (std::size_t i = begin; i < end; ++i) {
         ++sizes[quadrant(from[i])];
     }
-    std::size_t starts[4];
     std::size_t at = begin;
     for (int q = 0; q < 4; ++q) {
         starts[q] = at;
@@ -90,29 +99,129 @@ void FlatQuadTree::BuildCell(Point* from, Point* to, std::size_t begin, std::siz
     for (std::size_t i = begin; i < end; ++i) {
         to[fill[quadrant(from[i])]++] = from[i];
     }
-    const std::int64_t bounds[4][4] = {
-        {left, top, mx, my},
-        {mx, top, right, my},
-        {mx, my, right, bottom},
-        {left, my, mx, bottom},
-    };
+    quadrants[0] = {box.left, box.top, mx, my};
+    quadrants[1] = {mx, box.top, box.right, my};
+    quadrants[2] = {mx, my, box.right, box.bottom};
+    quadrants[3] = {box.left, my, mx, box.bottom};
+}
+
+void FlatQuadTree::BuildCell(std::vector<FlatCell>& out, Point* from, Point* to, std::size_t begin,
+                             std::size_t end, const Box& box) {
+    const auto count = static_cast<std::int32_t>(end - begin);
+    const std::int32_t self = AddCell(out, box.left, box.top, box.right, box.bottom, count);
+    if (count == 1) {
+        const std::int32_t node = from[begin].index;
+        m_vecOrder[begin] = node;
+        FlatCell& leaf = out[self];
+        leaf.node = node;
+        leaf.centerX = m_pX[node];
+        leaf.centerY = m_pY[node];
+        leaf.next = self + 1;
+        return;
+    }
+    if (box.right - box.left < 2) {
+        // Too narrow to split: the cell keeps the node that came first.
+        for (std::size_t i = begin; i < end; ++i) {
+            m_vecOrder[i] = from[i].index;
+        }
+        FlatCell& narrow = out[self];
+        narrow.node = from[begin].index;
+        narrow.centerX = static_cast<double>(box.left + 1);
+        narrow.centerY = static_cast<double>(box.top + 1);
+        narrow.next = self + 1;
+        return;
+    }
+    std::size_t starts[4];
+    std::size_t sizes[4];
+    Box quadrants[4];
+    Partition(from, to, begin, end, box, starts, sizes, quadrants);
+    std::int32_t children[4];
+    for (int q = 0; q < 4; ++q) {
+        children[q] = -1;
+        if (sizes[q] != 0) {
+            children[q] = static_cast<std::int32_t>(out.size());
+            BuildCell(out, to, from, starts[q], starts[q] + sizes[q], quadrants[q]);
+        }
+    }
+    Finish(out, self, children);
+}
+
+// A split cell's centre: its children's centres weighted by their counts, in
+// quadrant order.
+void FlatQuadTree::Finish(std::vector<FlatCell>& out, std::int32_t self,
+                          const std::int32_t children[4]) {
     double cx = 0.0;
     double cy = 0.0;
     for (int q = 0; q < 4; ++q) {
-        if (sizes[q] == 0) {
-            continue;
+        if (children[q] >= 0) {
+            const FlatCell& c = out[children[q]];
+            cx += c.count * c.centerX;
+            cy += c.count * c.centerY;
         }
-        const auto child = static_cast<std::int32_t>(m_vecCells.size());
-        BuildCell(to, from, starts[q], starts[q] + sizes[q], bounds[q][0], bounds[q][1],
-                  bounds[q][2], bounds[q][3]);
-        const FlatCell& c = m_vecCells[child];
-        cx += c.count * c.centerX;
-        cy += c.count * c.centerY;
     }
-    FlatCell& cell = m_vecCells[self];
-    cell.centerX = cx / count;
-    cell.centerY = cy / count;
-    cell.next = static_cast<std::int32_t>(m_vecCells.size());
+    FlatCell& cell = out[self];
+    cell.centerX = cx / cell.count;
+    cell.centerY = cy / cell.count;
+    cell.next = static_cast<std::int32_t>(out.size());
+}
+
+// The top levels: a cell that BuildCell would split is split here down to
+// kSplitLevels; each cell below becomes a subtree of its own.
+void FlatQuadTree::Split(Point* from, Point* to, std::size_t begin, std::size_t end, const Box& box,
+                         int level) {
+    if (level == kSplitLevels || end - begin < 2 || box.right - box.left < 2) {
+        // Subtree arrays are kept from one build to the next.
+        if (m_nSubtrees == m_vecSubtrees.size()) {
+            m_vecSubtrees.emplace_back();
+        }
+        Subtree& job = m_vecSubtrees[m_nSubtrees];
+        job.from = from;
+        job.to = to;
+        job.begin = begin;
+        job.end = end;
+        job.box = box;
+        m_vecSplits.push_back({box, 0, 0, static_cast<std::int32_t>(m_nSubtrees++)});
+        return;
+    }
+    const std::size_t self = m_vecSplits.size();
+    m_vecSplits.push_back({box, static_cast<std::int32_t>(end - begin), 0, -1});
+    std::size_t starts[4];
+    std::size_t sizes[4];
+    Box quadrants[4];
+    Partition(from, to, begin, end, box, starts, sizes, quadrants);
+    int children = 0;
+    for (int q = 0; q < 4; ++q) {
+        if (sizes[q] != 0) {
+            Split(to, from, starts[q], starts[q] + sizes[q], quadrants[q], level + 1);
+            ++children;
+        }
+    }
+    m_vecSplits[self].children = children;
+}
+
+// Appends the split cell at m_vecSplits[at] and everything below it, in
+// depth-first order; `at` moves past them.
+void FlatQuadTree::Join(std::size_t& at) {
+    const SplitCell split = m_vecSplits[at++];
+    if (split.subtree >= 0) {
+        std::vector<FlatCell>& cells = m_vecSubtrees[split.subtree].cells;
+        const std::size_t first = m_vecCells.size();
+        m_vecCells.insert(m_vecCells.end(), cells.begin(), cells.end());
+        const auto offset = static_cast<std::int32_t>(first);
+        for (std::size_t k = first; k < m_vecCells.size(); ++k) {
+            m_vecCells[k].next += offset;
+        }
+        return;
+    }
+    const Box& box = split.box;
+    const std::int32_t self =
+        AddCell(m_vecCells, box.left, box.top, box.right, box.bottom, split.count);
+    std::int32_t children[4] = {-1, -1, -1, -1};
+    for (int q = 0, left = split.children; left > 0; ++q, --left) {
+        children[q] = static_cast<std::int32_t>(m_vecCells.size());
+        Join(at);
+    }
+    Finish(m_vecCells, self, children);
 }
 
 void FlatQuadTree::Flatten(const CQuadNode* root) {
@@ -125,7 +234,7 @@ void FlatQuadTree::Flatten(const CQuadNode* root) {
 
 std::int32_t FlatQuadTree::FlattenCell(const CQuadNode* cell) {
     const CRect& r = cell->m_rcCell;
-    const std::int32_t self = AddCell(r.left, r.top, r.right, r.bottom, cell->m_iCount);
+    const std::int32_t self = AddCell(m_vecCells, r.left, r.top, r.right, r.bottom, cell->m_iCount);
     m_vecCells[self].centerX = cell->m_dCenterX;
     m_vecCells[self].centerY = cell->m_dCenterY;
     m_vecCells[self].node = cell->m_iNodeIndex;

@@ -58,8 +58,9 @@ class FlatQuadTree {
 public:
     // Builds the tree that inserting nodes 0 .. n-1 in that order into a root
     // cell `root` gives. Every node's truncated point must lie inside `root`,
-    // and the root must be at most 2^30 wide.
-    void Build(const double* x, const double* y, std::size_t n, const CRect& root);
+    // and the root must be at most 2^30 wide. Large trees are built on up to
+    // `threads` threads; the cells do not depend on it.
+    void Build(const double* x, const double* y, std::size_t n, const CRect& root, int threads = 1);
     // Copies a pointer tree (any shape, including saturated cells).
     void Flatten(const CQuadNode* root);
 
@@ -81,16 +82,49 @@ private:
         std::int32_t y;
         std::int32_t index;
     };
-    void BuildCell(Point* from, Point* to, std::size_t begin, std::size_t end, std::int64_t left,
-                   std::int64_t top, std::int64_t right, std::int64_t bottom);
+    struct Box {
+        std::int64_t left;
+        std::int64_t top;
+        std::int64_t right;
+        std::int64_t bottom;
+    };
+    // A cell of the top levels: split here (count, children), or the root of a
+    // subtree built apart (subtree >= 0).
+    struct SplitCell {
+        Box box;
+        std::int32_t count;
+        std::int32_t children;
+        std::int32_t subtree;
+    };
+    struct Subtree {
+        Point* from = nullptr;
+        Point* to = nullptr;
+        std::size_t begin = 0;
+        std::size_t end = 0;
+        Box box{};
+        std::vector<FlatCell> cells;
+    };
+    static void Partition(const Point* from, Point* to, std::size_t begin, std::size_t end,
+                          const Box& box, std::size_t starts[4], std::size_t sizes[4],
+                          Box quadrants[4]);
+    void BuildCell(std::vector<FlatCell>& out, Point* from, Point* to, std::size_t begin,
+                   std::size_t end, const Box& box);
+    static void Finish(std::vector<FlatCell>& out, std::int32_t self,
+                       const std::int32_t children[4]);
+    void Split(Point* from, Point* to, std::size_t begin, std::size_t end, const Box& box,
+               int level);
+    void Join(std::size_t& at);
     std::int32_t FlattenCell(const CQuadNode* cell);
-    std::int32_t AddCell(std::int64_t left, std::int64_t top, std::int64_t right,
-                         std::int64_t bottom, std::int32_t count);
+    static std::int32_t AddCell(std::vector<FlatCell>& out, std::int64_t left, std::int64_t top,
+                                std::int64_t right, std::int64_t bottom, std::int32_t count);
 
     std::vector<FlatCell> m_vecCells;
     std::vector<std::int32_t> m_vecOrder;
     std::vector<Point> m_vecPoints;
     std::vector<Point> m_vecScratch;
+    std::vector<SplitCell> m_vecSplits;
+    std::vector<Subtree> m_vecSubtrees;
+    std::size_t m_nSubtrees = 0;
     const double* m_pX = nullptr;
     const double* m_pY = nullptr;
 };

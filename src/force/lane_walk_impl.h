@@ -57,33 +57,19 @@ template <class L> void WalkLanes(const LaneWalkArgs& a) {
             active |= waiting[--top].lanes;
         }
         const FlatCell& c = cells[i];
-        unsigned live = active;
-        if (a.k.prune) {
-            const V low = L::Set1(c.left - 1.0);
-            const V highX = L::Set1(c.right + 0.0);
-            const V ex = L::Select(L::Lt(px, low), L::Sub(low, px),
-                                   L::Select(L::Gt(px, highX), L::Sub(px, highX), zero));
-            const V top_ = L::Set1(c.top - 1.0);
-            const V highY = L::Set1(c.bottom + 0.0);
-            const V ey = L::Select(L::Lt(py, top_), L::Sub(top_, py),
-                                   L::Select(L::Gt(py, highY), L::Sub(py, highY), zero));
-            live &= ~L::Gt(L::Add(L::Mul(ex, ex), L::Mul(ey, ey)), reachSqr);
-            if (live == 0) {
-                i = c.next;
-                continue;
-            }
-        }
         const V dx = L::Sub(L::Set1(c.centerX), px);
         const V dy = L::Sub(L::Set1(c.centerY), py);
         const V d2 = L::Add(L::Mul(dx, dx), L::Mul(dy, dy));
         const unsigned near = L::Le(d2, two);
+        // A leaf beyond reach lies beyond the cut-off too: the pruning test
+        // would only skip what adds nothing.
         if (c.count == 1) {
-            const unsigned push = live & near;
+            const unsigned push = active & near;
             if (push != 0) {
                 sx = L::Select(push, L::Add(sx, pushX), sx);
                 sy = L::Select(push, L::Add(sy, pushY), sy);
             }
-            const unsigned pull = live & ~near & L::Le(d2, cutoff);
+            const unsigned pull = active & ~near & L::Le(d2, cutoff);
             if (pull != 0) {
                 V negK = negFar;
                 if ((pull & ~plain) != 0) {
@@ -101,6 +87,22 @@ template <class L> void WalkLanes(const LaneWalkArgs& a) {
             }
             i = c.next;
             continue;
+        }
+        unsigned live = active;
+        if (a.k.prune) {
+            const V low = L::Set1(c.left - 1.0);
+            const V highX = L::Set1(c.right + 0.0);
+            const V ex = L::Select(L::Lt(px, low), L::Sub(low, px),
+                                   L::Select(L::Gt(px, highX), L::Sub(px, highX), zero));
+            const V top_ = L::Set1(c.top - 1.0);
+            const V highY = L::Set1(c.bottom + 0.0);
+            const V ey = L::Select(L::Lt(py, top_), L::Sub(top_, py),
+                                   L::Select(L::Gt(py, highY), L::Sub(py, highY), zero));
+            live &= ~L::Gt(L::Add(L::Mul(ex, ex), L::Mul(ey, ey)), reachSqr);
+            if (live == 0) {
+                i = c.next;
+                continue;
+            }
         }
         const unsigned far = live & L::Gt(d2, L::Set1(c.farSqr));
         if (far != 0) {

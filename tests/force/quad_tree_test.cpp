@@ -144,7 +144,8 @@ TEST(QuadTreeTest, PooledTreeMatchesTheOracle) {
 TEST(QuadTreeTest, DirectBuildMatchesInsertion) {
     for (std::uint32_t trial = 1; trial <= 60; ++trial) {
         std::mt19937 rng(trial);
-        const int n = 1 + static_cast<int>(rng() % 400);
+        // Trials 3, 23 and 43 are large enough to be built on two threads.
+        const int n = (trial % 20 == 3 ? 4096 : 1) + static_cast<int>(rng() % 400);
         CNetworkGraph g;
         for (int v = 1; v <= n; ++v) {
             g.AddNode(v, 0.0, 0.0, false);
@@ -173,7 +174,7 @@ TEST(QuadTreeTest, DirectBuildMatchesInsertion) {
         netloom::force::FlatQuadTree inserted;
         inserted.Flatten(root);
         netloom::force::FlatQuadTree direct;
-        direct.Build(x.data(), y.data(), x.size(), root->m_rcCell);
+        direct.Build(x.data(), y.data(), x.size(), root->m_rcCell, 1 + trial % 2);
         const auto& a = inserted.Cells();
         const auto& b = direct.Cells();
         ASSERT_EQ(a.size(), b.size()) << "trial " << trial;
