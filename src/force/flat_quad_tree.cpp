@@ -1,6 +1,6 @@
 #include "force/flat_quad_tree.h"
 
-#include "force/parallel_blocks.h"
+#include "force/worker_pool.h"
 #include "graph/truncate.h"
 
 #include <utility>
@@ -40,7 +40,7 @@ std::int32_t FlatQuadTree::AddCell(std::vector<FlatCell>& out, std::int64_t left
 // subtrees below them on several threads, each into its own array; the arrays
 // are then joined in depth-first order, which gives the same cells.
 void FlatQuadTree::Build(const double* x, const double* y, std::size_t n, const CRect& root,
-                         int threads) {
+                         WorkerPool* pool) {
     m_vecCells.clear();
     m_vecOrder.resize(n);
     m_vecPoints.resize(n);
@@ -54,14 +54,14 @@ void FlatQuadTree::Build(const double* x, const double* y, std::size_t n, const 
         return;
     }
     const Box box{root.left, root.top, root.right, root.bottom};
-    if (threads <= 1 || n < kParallelBuild) {
+    if (pool == nullptr || pool->Threads() <= 1 || n < kParallelBuild) {
         BuildCell(m_vecCells, m_vecPoints.data(), m_vecScratch.data(), 0, n, box);
         return;
     }
     m_vecSplits.clear();
     m_nSubtrees = 0;
     Split(m_vecPoints.data(), m_vecScratch.data(), 0, n, box, 0);
-    ParallelBlocks(m_nSubtrees, 1, threads, [this](std::size_t first, std::size_t end) {
+    pool->Run(m_nSubtrees, 1, [this](std::size_t first, std::size_t end) {
         for (std::size_t t = first; t < end; ++t) {
             Subtree& job = m_vecSubtrees[t];
             job.cells.clear();

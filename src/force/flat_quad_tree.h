@@ -18,6 +18,8 @@
 
 namespace netloom::force {
 
+class WorkerPool;
+
 // The constants of the repulsion descent, taken once by the thread that runs
 // the layout.
 struct RepulsionConstants {
@@ -58,9 +60,10 @@ class FlatQuadTree {
 public:
     // Builds the tree that inserting nodes 0 .. n-1 in that order into a root
     // cell `root` gives. Every node's truncated point must lie inside `root`,
-    // and the root must be at most 2^30 wide. Large trees are built on up to
-    // `threads` threads; the cells do not depend on it.
-    void Build(const double* x, const double* y, std::size_t n, const CRect& root, int threads = 1);
+    // and the root must be at most 2^30 wide. Large trees are built on the
+    // pool's threads, if given; the cells do not depend on it.
+    void Build(const double* x, const double* y, std::size_t n, const CRect& root,
+               WorkerPool* pool = nullptr);
     // Copies a pointer tree (any shape, including saturated cells).
     void Flatten(const CQuadNode* root);
 

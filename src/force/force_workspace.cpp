@@ -6,8 +6,8 @@
 #include <netloom/params.h>
 
 #include "force/force_math.h"
-#include "force/parallel_blocks.h"
 #include "force/quad_geometry.h"
+#include "force/worker_pool.h"
 #include "graph/point_bounds.h"
 #include "graph/truncate.h"
 
@@ -142,7 +142,7 @@ void CForceWorkspace::SetLanes(int lanes) {
 }
 
 void CForceWorkspace::SetThreads(int threads) {
-    m_iThreads = netloom::force::LayoutThreads(threads);
+    m_pPool = std::make_unique<netloom::force::WorkerPool>(netloom::force::LayoutThreads(threads));
 }
 
 double CForceWorkspace::StrengthOf(const void* workspace, std::int32_t i, std::int32_t j) {
@@ -198,7 +198,7 @@ void CForceWorkspace::BuildTree(CQuadTree& tree) {
     if (m_bPrune) {
         // Every point lies inside every cell on its path: the cells can be
         // distributed directly, without inserting node by node.
-        m_flatTree.Build(m_vecX.data(), m_vecY.data(), m_nCount, bound, m_iThreads);
+        m_flatTree.Build(m_vecX.data(), m_vecY.data(), m_nCount, bound, m_pPool.get());
         m_vecOrder = m_flatTree.LeafOrder();
         return;
     }
@@ -426,9 +426,17 @@ void CForceWorkspace::IterateOnce(CQuadTree& tree, double step, double& energy) 
     }
     ++m_nIterations;
     BuildTree(tree);
-    const int threads = count >= kParallelNodes ? m_iThreads : 1;
-    force::ParallelBlocks(m_vecSprings.size(), kParallelBlock, threads,
-                          [this](std::size_t begin, std::size_t end) { SpringTerms(begin, end); });
+    // Small components run every pass on the calling thread.
+    auto run = [this, count](std::size_t items,
+                             const std::function<void(std::size_t, std::size_t)>& work) {
+        if (count >= kParallelNodes) {
+            m_pPool->Run(items, kParallelBlock, work);
+        } else if (items > 0) {
+            work(0, items);
+        }
+    };
+    run(m_vecSprings.size(),
+        [this](std::size_t begin, std::size_t end) { SpringTerms(begin, end); });
     // Each node's force depends only on the tree and the positions, which stay
     // as they are during this pass: the nodes can be handled in any order and on
     // several threads without changing a bit.
@@ -477,7 +485,7 @@ void CForceWorkspace::IterateOnce(CQuadTree& tree, double step, double& energy) 
             finish();
         }
     };
-    force::ParallelBlocks(count, kParallelBlock, threads, forces);
+    run(count, forces);
     // The energy is summed in ascending id order.
     for (std::size_t rank = 0; rank < count; ++rank) {
         const std::int32_t i = m_vecIdOrder[rank];

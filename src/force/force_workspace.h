@@ -6,8 +6,10 @@
 
 #include "force/flat_quad_tree.h"
 #include "force/lane_walk.h"
+#include "force/worker_pool.h"
 
 #include <cstdint>
+#include <memory>
 #include <vector>
 
 // Working copy of one component for the force-directed iteration: positions and
@@ -44,7 +46,7 @@ public:
     void SetLanes(int lanes);
     // Threads of the force pass for large components: the count set, or one per
     // hardware thread when that is 0 or below. Results do not depend on it.
-    int Threads() const { return m_iThreads; }
+    int Threads() const { return m_pPool->Threads(); }
     void SetThreads(int threads);
     // Spring pulls of the edges first .. end-1 on their source ends (a
     // destination end is pulled by exactly the negated force).
@@ -119,7 +121,7 @@ private:
     double m_dPlainStrength = 0.0;
     netloom::force::RepulsionConstants m_constants;
     int m_iLanes = 1;
-    int m_iThreads = 1;
+    std::unique_ptr<netloom::force::WorkerPool> m_pPool; // the force pass's threads
     std::size_t m_nCount = 0; // the component's nodes; ends outside follow
     std::size_t m_nIterations = 0;
     bool m_bLookupAllPairs = false;

@@ -3,6 +3,7 @@
 #include "force/flat_quad_tree.h"
 #include "force/force_oracle.h"
 #include "force/force_workspace.h"
+#include "force/worker_pool.h"
 #include "support/generated_graphs.h"
 
 #include <gtest/gtest.h>
@@ -174,7 +175,9 @@ TEST(QuadTreeTest, DirectBuildMatchesInsertion) {
         netloom::force::FlatQuadTree inserted;
         inserted.Flatten(root);
         netloom::force::FlatQuadTree direct;
-        direct.Build(x.data(), y.data(), x.size(), root->m_rcCell, 1 + trial % 2);
+        netloom::force::WorkerPool pool(2);
+        direct.Build(x.data(), y.data(), x.size(), root->m_rcCell,
+                     trial % 2 == 1 ? &pool : nullptr);
         const auto& a = inserted.Cells();
         const auto& b = direct.Cells();
         ASSERT_EQ(a.size(), b.size()) << "trial " << trial;

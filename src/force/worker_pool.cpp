@@ -1,0 +1,102 @@
+#include "force/worker_pool.h"
+
+#include <algorithm>
+#include <system_error>
+
+namespace netloom::force {
+
+int LayoutThreads(int setting) {
+    if (setting > 0) {
+        return setting;
+    }
+    const unsigned hardware = std::thread::hardware_concurrency();
+    return hardware == 0 ? 1 : static_cast<int>(hardware);
+}
+
+WorkerPool::WorkerPool(int threads) : m_iThreads(std::max(threads, 1)) {}
+
+WorkerPool::~WorkerPool() {
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        m_bStop = true;
+    }
+    m_wake.notify_all();
+    for (std::thread& helper : m_vecHelpers) {
+        helper.join();
+    }
+}
+
+void WorkerPool::Run(std::size_t count, std::size_t block,
+                     const std::function<void(std::size_t, std::size_t)>& work) {
+    const std::size_t blocks = (count + block - 1) / block;
+    if (m_iThreads <= 1 || blocks <= 1) {
+        if (count > 0) {
+            work(0, count);
+        }
+        return;
+    }
+    if (m_vecHelpers.empty()) {
+        for (int t = 1; t < m_iThreads; ++t) {
+            try {
+                m_vecHelpers.emplace_back([this]() { Serve(); });
+            } catch (const std::system_error&) {
+                break; // no more threads: the ones running take every block
+            }
+        }
+    }
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        m_pWork = &work;
+        m_nCount = count;
+        m_nBlock = block;
+        m_nNextBlock = 0;
+        m_nBusy = m_vecHelpers.size();
+        ++m_nGeneration;
+    }
+    m_wake.notify_all();
+    TakeBlocks();
+    std::unique_lock<std::mutex> lock(m_mutex);
+    m_done.wait(lock, [this]() { return m_nBusy == 0; });
+    m_pWork = nullptr;
+}
+
+// Takes blocks until none is left.
+void WorkerPool::TakeBlocks() {
+    for (;;) {
+        std::size_t begin = 0;
+        std::size_t end = 0;
+        const std::function<void(std::size_t, std::size_t)>* work = nullptr;
+        {
+            std::lock_guard<std::mutex> lock(m_mutex);
+            begin = m_nNextBlock * m_nBlock;
+            if (m_pWork == nullptr || begin >= m_nCount) {
+                return;
+            }
+            ++m_nNextBlock;
+            end = std::min(m_nCount, begin + m_nBlock);
+            work = m_pWork;
+        }
+        (*work)(begin, end);
+    }
+}
+
+void WorkerPool::Serve() {
+    std::uint64_t seen = 0;
+    for (;;) {
+        {
+            std::unique_lock<std::mutex> lock(m_mutex);
+            m_wake.wait(lock, [&]() { return m_bStop || m_nGeneration != seen; });
+            if (m_bStop) {
+                return;
+            }
+            seen = m_nGeneration;
+        }
+        TakeBlocks();
+        std::lock_guard<std::mutex> lock(m_mutex);
+        if (--m_nBusy == 0) {
+            m_done.notify_one();
+        }
+    }
+}
+
+} // namespace netloom::force

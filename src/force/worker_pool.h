@@ -1,0 +1,56 @@
+#pragma once
+
+#include <condition_variable>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+namespace netloom::force {
+
+// The number of threads a layout may use: `setting`, or one per hardware thread
+// when that is 0 or below.
+int LayoutThreads(int setting);
+
+// Threads that live as long as the pool (one layout), so that the passes of
+// every iteration share them without starting threads each time.
+class WorkerPool {
+public:
+    // Up to `threads` threads, the caller's among them; helpers start on the
+    // first Run that has work for them.
+    explicit WorkerPool(int threads);
+    ~WorkerPool();
+    WorkerPool(const WorkerPool&) = delete;
+    WorkerPool& operator=(const WorkerPool&) = delete;
+
+    int Threads() const { return m_iThreads; }
+
+    // Calls work(begin, end) for consecutive blocks of at most `block` items that
+    // cover [0, count), on the pool's threads and the caller's, and returns when
+    // all are done. The blocks are handed out in order but may run in any order
+    // and at the same time, so work must only write what belongs to its own
+    // items.
+    void Run(std::size_t count, std::size_t block,
+             const std::function<void(std::size_t, std::size_t)>& work);
+
+private:
+    void Serve();
+    void TakeBlocks();
+
+    int m_iThreads;
+    std::vector<std::thread> m_vecHelpers;
+    std::mutex m_mutex;
+    std::condition_variable m_wake;
+    std::condition_variable m_done;
+    const std::function<void(std::size_t, std::size_t)>* m_pWork = nullptr;
+    std::size_t m_nCount = 0;
+    std::size_t m_nBlock = 1;
+    std::size_t m_nNextBlock = 0; // guarded by m_mutex
+    std::uint64_t m_nGeneration = 0;
+    std::size_t m_nBusy = 0;
+    bool m_bStop = false;
+};
+
+} // namespace netloom::force
