@@ -1,5 +1,6 @@
 #include <netloom/connected_graph.h>
 
+#include "force/force_math.h"
 #include "force/force_workspace.h"
 
 // Rebuilds the quadrant tree from the nodes' current positions, in ascending id.
@@ -29,4 +30,34 @@ bool CConnectedGraph::ForceDirectedLayout() {
     workspace.Iterate(m_quadTree, m_dEnergy);
     m_quadTree.Clear();
     return true;
+}
+
+// The damped iteration on the workspace until the energy falls below half the
+// node count or the cap is reached; writes the result back to the nodes.
+int CForceWorkspace::Iterate(CQuadTree& tree, double& energy) {
+    namespace force = netloom::force;
+    const double threshold = static_cast<double>(m_nCount / 2);
+    double step = force::kStartStep;
+    double bestEnergy = force::kStartEnergy;
+    int stall = 0;
+    int iterations = 0;
+    for (int iteration = 0; iteration < force::kMaxIterations; ++iteration) {
+        ++iterations;
+        IterateOnce(tree, step, energy);
+        if (energy < threshold) {
+            break;
+        }
+        if (energy < bestEnergy) {
+            bestEnergy = energy;
+            stall = 0;
+        } else {
+            stall += 1;
+        }
+        if (stall >= force::kStallLimit) {
+            step = step / 2.0;
+            stall = 0;
+        }
+    }
+    WriteBack();
+    return iterations;
 }

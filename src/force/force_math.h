@@ -10,6 +10,16 @@
 
 namespace netloom::force {
 
+// The damped iteration: the step starts at kStartStep and halves after
+// kStallLimit iterations in a row without a new lowest energy (the lowest
+// starts at kStartEnergy); velocities keep kDamping of their value; at most
+// kMaxIterations run.
+constexpr double kStartStep = 0.5;
+constexpr double kDamping = 0.6;
+constexpr double kStartEnergy = 99999999999.0;
+constexpr int kStallLimit = 10;
+constexpr int kMaxIterations = 1500;
+
 // Force on a node at (px, py) from a charge of strength k at (x, y).
 inline void Repulsion(double px, double py, double x, double y, double k, double& fx, double& fy) {
     const double dx = x - px;

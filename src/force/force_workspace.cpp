@@ -466,8 +466,8 @@ void CForceWorkspace::IterateOnce(CQuadTree& tree, double step, double& energy) 
                 SpringForce(i, tx, ty);
                 fx += tx;
                 fy += ty;
-                m_vecVx[i] = force::Accelerated(m_vecVx[i], step, 0.6, fx);
-                m_vecVy[i] = force::Accelerated(m_vecVy[i], step, 0.6, fy);
+                m_vecVx[i] = force::Accelerated(m_vecVx[i], step, force::kDamping, fx);
+                m_vecVy[i] = force::Accelerated(m_vecVy[i], step, force::kDamping, fy);
             }
             grouped = 0;
         };
@@ -496,35 +496,6 @@ void CForceWorkspace::IterateOnce(CQuadTree& tree, double step, double& energy) 
         m_vecY[i] += force::LimitToDistance(step * m_vecVy[i]);
         energy += m_vecVx[i] * m_vecVx[i] + m_vecVy[i] * m_vecVy[i];
     }
-}
-
-int CForceWorkspace::Iterate(CQuadTree& tree, double& energy) {
-    namespace force = netloom::force;
-    const std::size_t count = m_nCount;
-    const double threshold = static_cast<double>(count / 2);
-    double step = 0.5;
-    double bestEnergy = 99999999999.0;
-    int stall = 0;
-    int iterations = 0;
-    for (int iteration = 0; iteration < 1500; ++iteration) {
-        ++iterations;
-        IterateOnce(tree, step, energy);
-        if (energy < threshold) {
-            break;
-        }
-        if (energy < bestEnergy) {
-            bestEnergy = energy;
-            stall = 0;
-        } else {
-            stall += 1;
-        }
-        if (stall >= 10) {
-            step = step / 2.0;
-            stall = 0;
-        }
-    }
-    WriteBack();
-    return iterations;
 }
 
 void CForceWorkspace::WriteBack() {
