@@ -1,8 +1,9 @@
 // Force-directed layout: one iteration (tree build, force pass, move pass) and
 // whole layouts, on sparse graphs (random spanning tree plus n/2 extra edges)
 // and square grids. Counters: ns per node per iteration, iterations.
-// The last argument is the walk width: 1 is the one-node walk, 0 the widest
-// this CPU runs. Run with --benchmark_enable_random_interleaving=true and
+// The third argument is the walk width: 1 is the one-node walk, 0 the widest
+// this CPU runs; a fourth, for single iterations, the threads (0: one per
+// hardware thread). Run with --benchmark_enable_random_interleaving=true and
 // repetitions to alternate the two.
 
 #include <netloom/netloom.h>
@@ -48,6 +49,7 @@ void BM_ForceIteration(benchmark::State& state) {
     if (state.range(2) != 0) {
         workspace.SetLanes(static_cast<int>(state.range(2)));
     }
+    workspace.SetThreads(static_cast<int>(state.range(3)));
     const double nodes = static_cast<double>(workspace.Size());
     CQuadTree tree;
     double energy = 0.0;
@@ -100,7 +102,9 @@ void BM_ForceLayout(benchmark::State& state) {
 
 // Real time: the force pass runs on several threads.
 BENCHMARK(BM_ForceIteration)
-    ->ArgsProduct({{0, 1}, {1000, 10000, 100000}, {1, 0}})
+    ->ArgsProduct({{0, 1}, {1000, 10000, 100000}, {1, 0}, {0}})
+    ->Args({0, 100000, 1, 1})
+    ->Args({0, 100000, 0, 1})
     ->Unit(benchmark::kMicrosecond)
     ->UseRealTime();
 BENCHMARK(BM_ForceLayout)
