@@ -34,7 +34,12 @@ void BM_BuildGraph(benchmark::State& state) {
         PeakResidentBytes() / static_cast<double>(n + static_cast<int>(list.edges.size()));
 }
 // 66667 nodes give the 100,000 edges of the Python binding's benchmark.
-BENCHMARK(BM_BuildGraph)->Arg(10000)->Arg(66667)->Arg(100000)->Arg(1000000)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_BuildGraph)
+    ->Arg(10000)
+    ->Arg(66667)
+    ->Arg(100000)
+    ->Arg(1000000)
+    ->Unit(benchmark::kMillisecond);
 
 void BM_FindEdge(benchmark::State& state) {
     const int n = static_cast<int>(state.range(0));
