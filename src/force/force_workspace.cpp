@@ -138,7 +138,8 @@ void CForceWorkspace::MarkPlainNodes(double strength) {
 }
 
 void CForceWorkspace::SetLanes(int lanes) {
-    m_iLanes = netloom::force::LaneWalk(lanes) != nullptr ? lanes : 1;
+    m_pLaneWalk = netloom::force::LaneWalk(lanes);
+    m_iLanes = m_pLaneWalk != nullptr ? lanes : 1;
 }
 
 void CForceWorkspace::SetThreads(int threads) {
@@ -348,8 +349,7 @@ void CForceWorkspace::SumRepulsion(int i, double& fx, double& fy) const {
 
 void CForceWorkspace::SumRepulsionGroup(const std::int32_t* nodes, int count, double* fx,
                                         double* fy) const {
-    const netloom::force::LaneWalkFn walk = netloom::force::LaneWalk(m_iLanes);
-    if (walk == nullptr || count == 1) {
+    if (m_pLaneWalk == nullptr || count == 1) {
         for (int l = 0; l < count; ++l) {
             fx[l] = 0.0;
             fy[l] = 0.0;
@@ -370,7 +370,7 @@ void CForceWorkspace::SumRepulsionGroup(const std::int32_t* nodes, int count, do
     args.count = count;
     args.fx = fx;
     args.fy = fy;
-    walk(args);
+    m_pLaneWalk(args);
 }
 
 void CForceWorkspace::SpringTerms(std::size_t first, std::size_t end) {

@@ -121,6 +121,7 @@ private:
     double m_dPlainStrength = 0.0;
     netloom::force::RepulsionConstants m_constants;
     int m_iLanes = 1;
+    netloom::force::LaneWalkFn m_pLaneWalk = nullptr;    // chosen once, by SetLanes
     std::unique_ptr<netloom::force::WorkerPool> m_pPool; // the force pass's threads
     std::size_t m_nCount = 0; // the component's nodes; ends outside follow
     std::size_t m_nIterations = 0;
