@@ -145,7 +145,7 @@ class LayoutResult:
 def _integer(name: str, value: Any, low: int, high: int) -> int:
     if isinstance(value, bool) or not isinstance(value, numbers.Integral):
         raise TypeError("%s must be an integer, not %r" % (name, value))
-    if not low <= value <= high:
+    if not low <= int(value) <= high:
         raise ValueError("%s must be from %d to %d, not %r" % (name, low, high, value))
     return int(value)
 
@@ -210,7 +210,7 @@ def _lookup(index: Dict[Node, int], node: Any, where: str) -> int:
     return i
 
 
-def _level_map(levels: Mapping[Any, Iterable[Node]], index: Dict[Node, int]) -> Dict[int, List[int]]:
+def _level_map(levels: Any, index: Dict[Node, int]) -> Dict[int, List[int]]:
     if not isinstance(levels, Mapping):
         raise TypeError("levels must be 'direction', 'degree' or {level: [nodes]}, not %r" % (levels,))
     result = {}
