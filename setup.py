@@ -26,7 +26,11 @@ class CMakeBuild(build_ext):
             )
         build_dir = Path(self.build_temp).resolve() / "cmake"
         configure = [
-            "cmake", "-S", str(ROOT), "-B", str(build_dir),
+            "cmake",
+            "-S",
+            str(ROOT),
+            "-B",
+            str(build_dir),
             "-DCMAKE_BUILD_TYPE=Release",
             "-DNETLOOM_BUILD_PYTHON=ON",
             "-DNETLOOM_PYTHON_TESTS=OFF",

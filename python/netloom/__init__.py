@@ -212,7 +212,9 @@ def _lookup(index: Dict[Node, int], node: Any, where: str) -> int:
 
 def _level_map(levels: Any, index: Dict[Node, int]) -> Dict[int, List[int]]:
     if not isinstance(levels, Mapping):
-        raise TypeError("levels must be 'direction', 'degree' or {level: [nodes]}, not %r" % (levels,))
+        raise TypeError(
+            "levels must be 'direction', 'degree' or {level: [nodes]}, not %r" % (levels,)
+        )
     result = {}
     for key, members in levels.items():
         level = _integer("levels: key %r" % (key,), key, -_MAX_LEVEL, _MAX_LEVEL)
@@ -271,7 +273,9 @@ class _MappedStrategy(LayoutStrategy):
 
     def get_arrange_mode(self):
         if hasattr(self._user, "get_arrange_mode"):
-            return _integer("get_arrange_mode()", self._user.get_arrange_mode(), 0, _MAX_ARRANGE_MODE)
+            return _integer(
+                "get_arrange_mode()", self._user.get_arrange_mode(), 0, _MAX_ARRANGE_MODE
+            )
         return self._arrange_mode
 
     def get_direction(self):
@@ -355,7 +359,9 @@ def layout_result(
     if scale is not None and _finite("scale", scale) <= 0:
         raise ValueError("scale must be above 0, not %r" % (scale,))
     if isinstance(levels, str) and levels not in ("direction", "degree"):
-        raise ValueError("levels must be 'direction', 'degree' or {level: [nodes]}, not %r" % (levels,))
+        raise ValueError(
+            "levels must be 'direction', 'degree' or {level: [nodes]}, not %r" % (levels,)
+        )
     if strategy is not None and isinstance(levels, str):
         raise ValueError("levels=%r and a strategy cannot be combined" % (levels,))
 
@@ -363,7 +369,15 @@ def layout_result(
     with _no_collection():
         index = _node_index(nodes)
         graph, keys, names = _build(
-            nodes, index, edges, source, pos, fixed, flip_y, distance, (length, source_port, target_port)
+            nodes,
+            index,
+            edges,
+            source,
+            pos,
+            fixed,
+            flip_y,
+            distance,
+            (length, source_port, target_port),
         )
     graph.set_max_col_count(max_cols if max_cols > 0 else -1)
     graph.set_fixed_layout(bool(fixed_layout))
@@ -373,7 +387,9 @@ def layout_result(
         levels = "direction"
     if strategy is not None:
         level_map = None if levels is None else _level_map(levels, index)
-        graph.set_strategy(_MappedStrategy(index, nodes, level_map, direction, arrange_mode, strategy))
+        graph.set_strategy(
+            _MappedStrategy(index, nodes, level_map, direction, arrange_mode, strategy)
+        )
     elif levels == "direction":
         graph.set_direction_levels(direction, arrange_mode)
     elif levels not in (None, "degree"):

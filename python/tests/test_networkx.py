@@ -35,7 +35,12 @@ def test_ports_lengths_and_multigraph_edges_come_back_by_name():
     result = netloom.layout_result(G, kind="hierarchy", layer_spacing=100)
     assert_finite(result.pos, G)
     named = {n: sorted(sum(sides.values(), []), key=str) for n, sides in result.ports.items()}
-    assert named == {"core": ["ge0", "ge1", "ge2"], "sw1": ["up", "up2"], "sw2": [None, "up"], "sw3": [None]}
+    assert named == {
+        "core": ["ge0", "ge1", "ge2"],
+        "sw1": ["up", "up2"],
+        "sw2": [None, "up"],
+        "sw3": [None],
+    }
     edges = [e for e, _ in result.edge_order]
     assert sorted(edges, key=str) == sorted(G.edges(keys=True), key=str)
     assert set(result.grid) == set(G.nodes())
@@ -102,8 +107,18 @@ BAD_ARGUMENTS = [
     (([1], [(1, 2)]), {}, ValueError, "edges: 2 is not a node of the graph"),
     (([1], [(1,)]), {}, TypeError, "an edge must be"),
     (([1, 2], [(1, 2, {"length": "far"})]), {}, TypeError, r"length must be a number, not 'far'"),
-    (([1, 2], [(1, 2, {"length": -1})]), {}, ValueError, r"length -1 is out of range \(0 to 46340\)"),
-    (([1, 2], [(1, 2, {"w": 1e9})]), dict(length="w"), ValueError, "w 1000000000.0 is out of range"),
+    (
+        ([1, 2], [(1, 2, {"length": -1})]),
+        {},
+        ValueError,
+        r"length -1 is out of range \(0 to 46340\)",
+    ),
+    (
+        ([1, 2], [(1, 2, {"w": 1e9})]),
+        dict(length="w"),
+        ValueError,
+        "w 1000000000.0 is out of range",
+    ),
     (([1, 2], [(1, 2, {"source_port": []})]), {}, TypeError, r"source_port \[\] is not hashable"),
     ("graph", {}, TypeError, "G must be a networkx graph or a"),
 ]

@@ -53,7 +53,9 @@ g.add_node("one")  # rejected
 
 def test_mypy_checks_a_script_against_the_stubs(tmp_path):
     if importlib.util.find_spec("mypy") is None:
-        pytest.fail("mypy is not installed for %s; scripts/ensure-deps.sh installs it" % sys.executable)
+        pytest.fail(
+            "mypy is not installed for %s; scripts/ensure-deps.sh installs it" % sys.executable
+        )
     script = tmp_path / "user.py"
     script.write_text(SCRIPT)
     run = subprocess.run(
