@@ -61,9 +61,13 @@ public:
         if (!PyDict_Check(data.ptr()) && !py::hasattr(data, "get")) {
             throw py::type_error(EdgeName(u, v) + ": attributes must be a dict, not " + Repr(data));
         }
-        const int length = Length(u, v, data);
-        const int sourcePort = Port(source, u, v, data, m_attributes.sourcePort);
-        const int targetPort = Port(target, u, v, data, m_attributes.targetPort);
+        // Most edges of most graphs have no attributes.
+        const bool plain = PyDict_Check(data.ptr()) && PyDict_GET_SIZE(data.ptr()) == 0;
+        const int length = plain ? m_attributes.defaultLength : Length(u, v, data);
+        const int sourcePort =
+            plain ? Unnamed() : Port(source, u, v, data, m_attributes.sourcePort);
+        const int targetPort =
+            plain ? Unnamed() : Port(target, u, v, data, m_attributes.targetPort);
         const int id = static_cast<int>(py::len(m_keys)) + 1;
         m_graph.AddEdge(id, source, target, length, sourcePort, targetPort, false);
         m_keys.append(key ? py::make_tuple(u, v, key) : py::make_tuple(u, v));
@@ -77,32 +81,48 @@ private:
         if (value.is_none()) {
             return m_attributes.defaultLength;
         }
-        const std::string what =
-            EdgeName(u, v) + ": " + py::str(m_attributes.length).cast<std::string>();
-        if (PyBool_Check(value.ptr()) || !py::isinstance(value, m_real)) {
-            throw py::type_error(what + " must be a number, not " + Repr(value));
-        }
-        const double x = PyFloat_AsDouble(value.ptr());
-        if (x == -1.0 && PyErr_Occurred()) {
-            throw py::error_already_set();
+        auto what = [&] {
+            return EdgeName(u, v) + ": " + py::str(m_attributes.length).cast<std::string>();
+        };
+        double x = 0.0;
+        if (PyFloat_CheckExact(value.ptr())) {
+            x = PyFloat_AS_DOUBLE(value.ptr());
+        } else if (PyBool_Check(value.ptr()) || !py::isinstance(value, m_real)) {
+            throw py::type_error(what() + " must be a number, not " + Repr(value));
+        } else {
+            x = PyFloat_AsDouble(value.ptr()); // an int too large for a double is out of range
+            if (x == -1.0 && PyErr_Occurred()) {
+                PyErr_Clear();
+                x = HUGE_VAL;
+            }
         }
         if (!std::isfinite(x) || x < 0.0 || x > kMaxLength) {
-            throw py::value_error(what + " " + Repr(value) + " is out of range (0 to 46340)");
+            throw py::value_error(what() + " " + Repr(value) + " is out of range (0 to 46340)");
         }
         return static_cast<int>(std::lround(x));
     }
 
-    int Port(int node, py::handle u, py::handle v, py::handle data, const py::object& attribute) {
-        const py::object name = Get(data, attribute);
+    // The id the next new port gets.
+    int NextPort() const {
         const std::size_t next = static_cast<std::size_t>(m_nodeCount) + 1 + py::len(m_names);
         if (next > static_cast<std::size_t>(INT_MAX)) {
             throw py::value_error("too many ports for 32-bit port ids");
         }
-        const int id = static_cast<int>(next);
+        return static_cast<int>(next);
+    }
+
+    int Unnamed() {
+        const int id = NextPort();
+        m_names.append(py::none());
+        return id;
+    }
+
+    int Port(int node, py::handle u, py::handle v, py::handle data, const py::object& attribute) {
+        const py::object name = Get(data, attribute);
         if (name.is_none()) {
-            m_names.append(py::none());
-            return id;
+            return Unnamed();
         }
+        const int id = NextPort();
         py::object& named = m_portsByNode[static_cast<std::size_t>(node - 1)];
         if (!named) {
             named = py::dict();
