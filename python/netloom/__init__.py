@@ -17,7 +17,9 @@ import contextlib
 import gc
 import math
 import numbers
+import sys
 import warnings
+from types import FrameType
 from typing import (
     Any,
     Callable,
@@ -224,6 +226,16 @@ def _level_map(levels: Any, index: Dict[Node, int]) -> Dict[int, List[int]]:
     return result
 
 
+def _caller_level() -> int:
+    """The warnings stack level of the caller's code: the first frame outside this module."""
+    frame: Optional[FrameType] = sys._getframe(1)
+    level = 1
+    while frame is not None and frame.f_globals.get("__name__") == __name__:
+        frame = frame.f_back
+        level += 1
+    return level
+
+
 @contextlib.contextmanager
 def _no_collection() -> Iterator[None]:
     """Building and reading back allocate objects for every node and edge: the
@@ -403,7 +415,7 @@ def layout_result(
             "the levels leave out %d node(s) of components they name; each went one level "
             "below its nearest listed neighbour" % placed,
             UserWarning,
-            stacklevel=2,
+            stacklevel=_caller_level(),
         )
 
     sign = -1.0 if flip_y else 1.0

@@ -79,6 +79,11 @@ def test_plain_node_and_edge_lists():
     assert set(pos) == {1, 2, 3}
 
 
+class GhostLevels:
+    def get_levels(self, nodes):
+        return {0: ["ghost"]}
+
+
 G3 = nx.path_graph(["a", "b", "c"])
 BAD_ARGUMENTS = [
     (G3, dict(distance=0), ValueError, "distance must be from 1 to 100000, not 0"),
@@ -121,6 +126,7 @@ BAD_ARGUMENTS = [
     ),
     (([1, 2], [(1, 2, {"source_port": []})]), {}, TypeError, r"source_port \[\] is not hashable"),
     ("graph", {}, TypeError, "G must be a networkx graph or a"),
+    (G3, dict(strategy=GhostLevels()), ValueError, r"levels\[0\]: 'ghost' is not a node"),
 ]
 
 
@@ -151,6 +157,7 @@ def test_directed_graphs_are_layered_by_direction(kind):
 
 def test_partial_levels_place_the_rest_with_a_warning():
     G = nx.florentine_families_graph()
-    with pytest.warns(UserWarning, match="leave out 13 node"):
+    with pytest.warns(UserWarning, match="leave out 13 node") as caught:
         pos = netloom.layout(G, kind="hierarchy", levels={0: ["Medici"], 1: ["Pazzi"]})
     assert len(set(pos.values())) == len(G)
+    assert caught[0].filename == __file__
