@@ -74,6 +74,7 @@ public:
     }
 
     py::tuple Result() const { return py::make_tuple(m_keys, m_names); }
+    std::size_t NodeCount() const { return static_cast<std::size_t>(m_nodeCount); }
 
 private:
     int Length(py::handle u, py::handle v, py::handle data) const {
@@ -182,7 +183,7 @@ void AddAdjacency(EdgeBuilder& builder, const py::handle& adjacency, bool direct
     if (!PyDict_Check(adjacency.ptr())) {
         throw py::type_error("the adjacency of a networkx graph must be a dict");
     }
-    std::vector<char> seen(py::len(adjacency) + 1, 0);
+    std::vector<char> seen(builder.NodeCount() + 1, 0); // by node id
     for (const auto& [node, neighbours] : py::reinterpret_borrow<py::dict>(adjacency)) {
         const int id = builder.Lookup(node);
         for (const auto& [neighbour, data] : neighbours.cast<py::dict>()) {
