@@ -203,6 +203,15 @@ void AddAdjacency(EdgeBuilder& builder, const py::handle& adjacency, bool direct
     }
 }
 
+// Node i of the list, library id i + 1.
+const CNode* NodeOf(const CNetworkGraph& graph, std::size_t i) {
+    const CNode* node = graph.GetNode(static_cast<int>(i + 1));
+    if (node == nullptr) {
+        throw py::value_error("the graph has no node " + std::to_string(i + 1));
+    }
+    return node;
+}
+
 } // namespace
 
 py::dict NodeIndex(const py::list& nodes) {
@@ -248,7 +257,7 @@ py::dict PortsByName(const CNetworkGraph& graph, const py::list& nodes, const py
     }
     py::dict result;
     for (std::size_t i = 0; i < n; ++i) {
-        const CNode* node = graph.GetNode(static_cast<int>(i + 1));
+        const CNode* node = NodeOf(graph, i);
         const std::vector<int>* lists[netloom::kSideCount] = {
             &node->GetUpsideSubs(), &node->GetDownsideSubs(), &node->GetRightsideSubs(),
             &node->GetLeftsideSubs()};
@@ -273,7 +282,7 @@ py::dict GridByNode(const CNetworkGraph& graph, const py::list& nodes) {
     py::dict result;
     const std::size_t n = py::len(nodes);
     for (std::size_t i = 0; i < n; ++i) {
-        const _tagNode r = graph.GetNode(static_cast<int>(i + 1))->GetNodePos();
+        const _tagNode r = NodeOf(graph, i)->GetNodePos();
         result[nodes[i]] = py::make_tuple(r.nBaseRow, r.nRow, r.nCol);
     }
     return result;
