@@ -1,6 +1,9 @@
 """The networkx-style helper."""
 
+import json
 import math
+import warnings
+from pathlib import Path
 
 import networkx as nx
 import numpy as np
@@ -161,3 +164,36 @@ def test_partial_levels_place_the_rest_with_a_warning():
         pos = netloom.layout(G, kind="hierarchy", levels={0: ["Medici"], 1: ["Pazzi"]})
     assert len(set(pos.values())) == len(G)
     assert caught[0].filename == __file__
+
+
+def test_positions_and_ports_match_the_command_line_tool():
+    # tool_results.json: x, y (and, hierarchy, each node's ports as side, slot, name) of
+    # `netloom layout examples/FILE --type KIND` with the options' equivalents (levels
+    # {0: [isp], 1: [fw]} and {0: [Medici], 1: [Pazzi]} as levels files). Edges in file order.
+    here = Path(__file__).parent
+    names = {"length": "length", "sourcePort": "source_port", "targetPort": "target_port"}
+    for case in json.loads((here / "tool_results.json").read_text()):
+        doc = json.loads((here.parents[1] / "examples" / case["file"]).read_text())
+        nodes = [n["id"] for n in doc["nodes"]]
+        edges = [
+            (e["source"], e["target"], {names[k]: v for k, v in e.items() if k in names})
+            for e in doc["links"]
+        ]
+        options = case["options"]
+        if isinstance(options.get("levels"), dict):
+            options["levels"] = {int(k): v for k, v in options["levels"].items()}
+        with warnings.catch_warnings():
+            warnings.simplefilter("ignore")
+            result = netloom.layout_result((nodes, edges), case["kind"], flip_y=False, **options)
+        got = [result.pos[n] for n in nodes]
+        assert np.allclose(got, case["pos"], rtol=0, atol=1e-9), case["file"]
+        if "ports" in case:
+            ports = [
+                [
+                    [side, slot, name]
+                    for side, names in result.ports[n].items()
+                    for slot, name in enumerate(names)
+                ]
+                for n in nodes
+            ]
+            assert ports == case["ports"], case["file"]
