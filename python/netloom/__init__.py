@@ -2,17 +2,48 @@
 
 Two levels:
 
-* ``netloom.Graph`` and ``netloom.LayoutStrategy``: the library's own interface,
-  with integer node, edge and port ids.
 * ``netloom.layout(G, kind=...)``: lays out a networkx graph (or any nodes and
   edges with hashable ids) and returns ``{node: (x, y)}`` ready for
   ``networkx.draw(G, pos)``; ``netloom.layout_result`` also returns grid cells,
-  ports and the edge order.
+  ports by the names the edges gave them and the edge order. Both check their
+  arguments as the ``netloom`` command-line tool does.
+* ``netloom.Graph`` and ``netloom.LayoutStrategy``: the library's own interface,
+  with integer node, edge and port ids.
 """
 
+from __future__ import annotations
+
+import contextlib
+import gc
+import math
+import numbers
+import sys
 import warnings
+from types import FrameType
+from typing import (
+    Any,
+    Callable,
+    Dict,
+    Hashable,
+    Iterable,
+    Iterator,
+    List,
+    Mapping,
+    Optional,
+    Sequence,
+    Tuple,
+    Union,
+)
+
+import numpy as np
 
 from ._netloom import (  # noqa: F401
+    _add_edges,
+    _edge_order,
+    _grid_by_node,
+    _node_index,
+    _points_by_node,
+    _ports_by_name,
     FORCE_DIRECTED,
     HIERARCHY,
     LAYOUT_TYPE_NAMES,
@@ -39,8 +70,23 @@ __all__ = [
     "SIDES",
 ]
 
+Node = Hashable
+Position = Tuple[float, float]
+# The graph argument: a networkx graph, or (nodes, edges) with edges (u, v) or
+# (u, v, attributes).
+GraphLike = Any
+
 # The library's layout type names, and "force-directed", which only Python accepts.
-KINDS = {**LAYOUT_TYPE_NAMES, "force-directed": FORCE_DIRECTED}
+KINDS: Dict[str, int] = {**LAYOUT_TYPE_NAMES, "force-directed": FORCE_DIRECTED}
+_CODES = frozenset(KINDS.values())
+
+# The command-line tool's limits.
+_MAX_DISTANCE = 100_000
+_MAX_COLS = 1_000_000
+_MAX_ARRANGE_MODE = 1000
+_MAX_THREADS = 1024
+_MAX_LENGTH = 46_340
+_MAX_LEVEL = 1_000_000_000
 
 
 class LayoutResult:
@@ -49,88 +95,245 @@ class LayoutResult:
     pos:        {node: (x, y)}
     grid:       {node: (base_row, row, col)} (tree and hierarchy layouts)
     ports:      {node: {"up": [port, ...], "down": [...], "right": [...], "left": [...]}}
+                (hierarchy layout), each port by the name an edge gave it, None for an
+                edge end without a named port
     edge_order: [(edge, component_index), ...] where edge is (u, v) or (u, v, key)
+                (hierarchy layout)
+
+    grid, ports and edge_order are read from the laid-out graph when first used
+    (the result keeps that graph until then), so a caller who needs only pos
+    does not pay for them.
     """
 
-    def __init__(self, pos, grid, ports, edge_order):
+    def __init__(
+        self,
+        pos: Dict[Node, Position],
+        grid: Optional[Dict[Node, Tuple[int, int, int]]] = None,
+        ports: Optional[Dict[Node, Dict[str, List[Optional[Hashable]]]]] = None,
+        edge_order: Optional[List[Tuple[Tuple[Hashable, ...], int]]] = None,
+        reader: Optional[Callable[[str], Any]] = None,
+    ) -> None:
         self.pos = pos
-        self.grid = grid
-        self.ports = ports
-        self.edge_order = edge_order
+        self._values: Dict[str, Any] = {"grid": grid, "ports": ports, "edge_order": edge_order}
+        self._reader = reader
 
-    def __repr__(self):
-        return "LayoutResult(%d nodes, %d ordered edges)" % (len(self.pos), len(self.edge_order))
+    def _get(self, name: str) -> Any:
+        if self._values[name] is None and self._reader is not None:
+            with _no_collection():
+                self._values[name] = self._reader(name)
+            if all(v is not None for v in self._values.values()):
+                self._reader = None
+        return self._values[name]
+
+    @property
+    def grid(self) -> Dict[Node, Tuple[int, int, int]]:
+        """{node: (base_row, row, col)}"""
+        return self._get("grid")
+
+    @property
+    def ports(self) -> Dict[Node, Dict[str, List[Optional[Hashable]]]]:
+        """{node: {side: [port name or None, ...]}}"""
+        return self._get("ports")
+
+    @property
+    def edge_order(self) -> List[Tuple[Tuple[Hashable, ...], int]]:
+        """[(edge, component_index), ...]"""
+        return self._get("edge_order")
+
+    def __repr__(self) -> str:
+        return "LayoutResult(%d nodes)" % len(self.pos)
+
+
+def _integer(name: str, value: Any, low: int, high: int) -> int:
+    if isinstance(value, bool) or not isinstance(value, numbers.Integral):
+        raise TypeError("%s must be an integer, not %r" % (name, value))
+    if not low <= int(value) <= high:
+        raise ValueError("%s must be from %d to %d, not %r" % (name, low, high, value))
+    return int(value)
+
+
+def _finite(name: str, value: Any) -> float:
+    if isinstance(value, bool) or not isinstance(value, numbers.Real):
+        raise TypeError("%s must be a number, not %r" % (name, value))
+    if not math.isfinite(value):
+        raise ValueError("%s must be finite, not %r" % (name, value))
+    return float(value)
+
+
+def _point(name: str, value: Any) -> Position:
+    try:
+        x, y = value
+    except (TypeError, ValueError):
+        raise TypeError("%s must be a pair (x, y), not %r" % (name, value)) from None
+    return _finite(name, x), _finite(name, y)
+
+
+def _kind_code(kind: Union[str, int]) -> int:
+    if isinstance(kind, str):
+        code = KINDS.get(kind.lower())
+        if code is None and kind.isdigit() and int(kind) in _CODES:
+            code = int(kind)
+    elif isinstance(kind, numbers.Integral) and not isinstance(kind, bool):
+        code = int(kind) if int(kind) in _CODES else None
+    else:
+        raise TypeError("kind must be a layout name or code, not %r" % (kind,))
+    if code is None:
+        raise ValueError(
+            "kind: unknown layout %r; use one of %s (or %s)"
+            % (kind, ", ".join(sorted(KINDS)), ", ".join(map(str, sorted(_CODES))))
+        )
+    return code
+
+
+def _nodes_and_edges(G: GraphLike) -> Tuple[List[Node], Any, int, bool]:
+    """Nodes, the edges as _add_edges takes them, their source code, and whether G is directed."""
+    if isinstance(G, tuple) and len(G) == 2:
+        return list(G[0]), G[1], 0, False
+    if not (hasattr(G, "edges") and hasattr(G, "nodes")):
+        raise TypeError("G must be a networkx graph or a (nodes, edges) pair, not %r" % (G,))
+    directed = bool(G.is_directed()) if hasattr(G, "is_directed") else False
+    multi = bool(G.is_multigraph()) if hasattr(G, "is_multigraph") else False
+    adjacency = getattr(G, "_adj", None)
+    if type(adjacency) is dict:
+        # A plain networkx graph: its adjacency dicts, walked in C++.
+        return list(G.nodes()), adjacency, 1 + int(directed) + 2 * int(multi), directed
+    if multi:
+        return list(G.nodes()), list(G.edges(keys=True, data=True)), 0, directed
+    return list(G.nodes()), list(G.edges(data=True)), 0, directed
+
+
+def _lookup(index: Dict[Node, int], node: Any, where: str) -> int:
+    try:
+        i = index.get(node)
+    except TypeError:
+        raise TypeError("%s: %r is not hashable, so not a node" % (where, node)) from None
+    if i is None:
+        raise ValueError("%s: %r is not a node of the graph" % (where, node))
+    return i
+
+
+def _level_map(levels: Any, index: Dict[Node, int]) -> Dict[int, List[int]]:
+    if not isinstance(levels, Mapping):
+        raise TypeError(
+            "levels must be 'direction', 'degree' or {level: [nodes]}, not %r" % (levels,)
+        )
+    result = {}
+    for key, members in levels.items():
+        level = _integer("levels: key %r" % (key,), key, -_MAX_LEVEL, _MAX_LEVEL)
+        if isinstance(members, (str, bytes)) or not isinstance(members, Iterable):
+            raise TypeError("levels[%r] must be a list of nodes, not %r" % (key, members))
+        result[level] = [_lookup(index, n, "levels[%r]" % (key,)) for n in members]
+    return result
+
+
+def _caller_level() -> int:
+    """The warnings stack level of the caller's code: the first frame outside this module."""
+    frame: Optional[FrameType] = sys._getframe(1)
+    level = 1
+    while frame is not None and frame.f_globals.get("__name__") == __name__:
+        frame = frame.f_back
+        level += 1
+    return level
+
+
+@contextlib.contextmanager
+def _no_collection() -> Iterator[None]:
+    """Building and reading back allocate objects for every node and edge: the
+    garbage collector would walk the caller's whole graph again and again."""
+    collecting = gc.isenabled()
+    gc.disable()
+    try:
+        yield
+    finally:
+        if collecting:
+            gc.enable()
+
+
+def _build(nodes, index, edges, source, pos, fixed, flip_y, distance, attributes):
+    """The library's graph of nodes 1..n and edges 1..m, its edge keys and port names."""
+    n = len(nodes)
+    x = y = fixed_flags = None
+    if pos:
+        x = np.zeros(n)
+        y = np.zeros(n)
+        for node, p in pos.items():
+            i = _lookup(index, node, "pos") - 1
+            x[i], y[i] = _point("pos[%r]" % (node,), p)
+        if flip_y:
+            y = -y
+    if fixed:
+        fixed_flags = np.zeros(n, dtype=bool)
+        for node in fixed:
+            fixed_flags[_lookup(index, node, "fixed") - 1] = True
+    graph = Graph()
+    graph.add_nodes(np.arange(1, n + 1), x, y, fixed_flags)
+    keys, names = _add_edges(graph, index, edges, source, *attributes, distance)
+    return graph, keys, names
 
 
 class _MappedStrategy(LayoutStrategy):
     """Runs a strategy written for the caller's node ids on the library's ids."""
 
-    def __init__(self, to_int, to_node, levels=None, direction=1, arrange_mode=0, user=None):
+    def __init__(self, to_int, nodes, levels, direction, arrange_mode, user):
         LayoutStrategy.__init__(self)
         self._to_int = to_int
-        self._to_node = to_node
+        self._nodes = nodes
         self._levels = levels
         self._direction = direction
         self._arrange_mode = arrange_mode
         self._user = user
 
     def get_arrange_mode(self):
-        if self._user is not None and hasattr(self._user, "get_arrange_mode"):
-            return int(self._user.get_arrange_mode())
+        if hasattr(self._user, "get_arrange_mode"):
+            return _integer(
+                "get_arrange_mode()", self._user.get_arrange_mode(), 0, _MAX_ARRANGE_MODE
+            )
         return self._arrange_mode
 
     def get_direction(self):
-        if self._user is not None and hasattr(self._user, "get_direction"):
-            return int(self._user.get_direction())
+        if hasattr(self._user, "get_direction"):
+            return _integer("get_direction()", self._user.get_direction(), 1, 4)
         return self._direction
 
     def get_levels(self, node_ids):
-        if self._user is not None and hasattr(self._user, "get_levels"):
-            levels = self._user.get_levels([self._to_node[i] for i in node_ids])
-        else:
-            levels = self._levels
-        if levels is None:
-            return None
-        result = {}
-        for key, nodes in levels.items():
-            # Nodes outside this graph are passed on as ids the graph does not hold.
-            result[int(key)] = [self._to_int.get(n, -1 - i) for i, n in enumerate(nodes)]
-        return result
-
-
-def _edges_of(G):
-    """(u, v, key, attributes) for every edge of a networkx graph or an edge list."""
-    if hasattr(G, "is_multigraph") and G.is_multigraph():
-        return [(u, v, k, d) for u, v, k, d in G.edges(keys=True, data=True)]
-    if hasattr(G, "edges") and hasattr(G, "nodes"):
-        return [(u, v, None, d) for u, v, d in G.edges(data=True)]
-    raise TypeError("expected a networkx graph or a (nodes, edges) pair")
+        if hasattr(self._user, "get_levels"):
+            levels = self._user.get_levels([self._nodes[i - 1] for i in node_ids])
+            return None if levels is None else _level_map(levels, self._to_int)
+        return self._levels
 
 
 def layout_result(
-    G,
-    kind="hierarchy",
-    distance=40,
-    layer_spacing=200,
-    max_cols=None,
-    fixed_layout=False,
-    pos=None,
-    fixed=None,
-    levels=None,
-    direction=1,
-    arrange_mode=0,
-    strategy=None,
-    length="length",
-    source_port="source_port",
-    target_port="target_port",
-    flip_y=True,
-    threads=0,
-):
+    G: GraphLike,
+    kind: Union[str, int] = "hierarchy",
+    distance: int = 40,
+    layer_spacing: int = 200,
+    max_cols: Optional[int] = None,
+    fixed_layout: bool = False,
+    pos: Optional[Mapping[Node, Sequence[float]]] = None,
+    fixed: Optional[Iterable[Node]] = None,
+    levels: Union[str, Mapping[int, Iterable[Node]], None] = None,
+    direction: int = 1,
+    arrange_mode: int = 0,
+    strategy: Any = None,
+    length: str = "length",
+    source_port: str = "source_port",
+    target_port: str = "target_port",
+    flip_y: bool = True,
+    threads: int = 0,
+    center: Optional[Sequence[float]] = None,
+    scale: Optional[float] = None,
+) -> LayoutResult:
     """Lays out G and returns a LayoutResult.
 
     G: a networkx graph, or a pair (nodes, edges) where edges are (u, v) or
        (u, v, attributes) tuples.
     kind: "force", "tree", "radial" or "hierarchy" (or 1, 2, 4, 8).
+    distance: node distance (1 to 100,000): spring length of the force layout,
+       column unit of the layered layouts, the length of an edge without one.
+    layer_spacing: distance between the layers of the tree and hierarchy
+       layouts (1 to 100,000).
+    max_cols: most columns in a grid row of the layered layouts; None or 0 for
+       no limit.
     pos / fixed: start positions {node: (x, y)} and nodes the force-directed
        layout must not move (with fixed_layout=True their components stay put).
     levels / direction / arrange_mode: a strategy for the tree and hierarchy
@@ -142,134 +345,107 @@ def layout_result(
        level. Or
        strategy, an object with any of get_levels(nodes), get_direction() and
        get_arrange_mode() working on your node ids.
-    length, source_port, target_port: edge attribute names.
-    flip_y: the library's y grows downward; by default y is negated so that
-       matplotlib (y upward) shows the first layer on top.
+    length, source_port, target_port: edge attribute names. A length is a number
+       from 0 to 46,340; ends with the same port name on one node share a port,
+       an end without one gets a port of its own (None in the result).
+    flip_y: the library's y grows downward; by default y is negated (in pos and
+       in the result) so that matplotlib (y upward) shows the first layer on top.
     threads: threads of the force-directed layout for components of 1,024
-       nodes or more; 0 for one per hardware thread. Positions do not depend
-       on it.
+       nodes or more (0 to 1,024); 0 for one per hardware thread. Positions do
+       not depend on it.
+    center / scale: as networkx's layouts, off by default: with either, the
+       positions are moved so that their mean is center (default (0, 0)); with
+       scale, they are also scaled so that the largest coordinate is scale.
+
+    Bad arguments raise TypeError or ValueError naming the argument and value.
     """
-    if isinstance(G, tuple) and len(G) == 2:
-        nodes, raw_edges = G
-        nodes = list(nodes)
-        edges = []
-        for e in raw_edges:
-            if len(e) == 2:
-                edges.append((e[0], e[1], None, {}))
-            elif len(e) == 3:
-                edges.append((e[0], e[1], None, dict(e[2])))
-            else:
-                raise TypeError("an edge must be (u, v) or (u, v, attributes)")
-    else:
-        nodes = list(G.nodes())
-        edges = _edges_of(G)
+    type_code = _kind_code(kind)
+    distance = _integer("distance", distance, 1, _MAX_DISTANCE)
+    layer_spacing = _integer("layer_spacing", layer_spacing, 1, _MAX_DISTANCE)
+    max_cols = 0 if max_cols is None else _integer("max_cols", max_cols, 0, _MAX_COLS)
+    direction = _integer("direction", direction, 1, 4)
+    arrange_mode = _integer("arrange_mode", arrange_mode, 0, _MAX_ARRANGE_MODE)
+    threads = _integer("threads", threads, 0, _MAX_THREADS)
+    if center is not None:
+        center = _point("center", center)
+    if scale is not None and _finite("scale", scale) <= 0:
+        raise ValueError("scale must be above 0, not %r" % (scale,))
+    if isinstance(levels, str) and levels not in ("direction", "degree"):
+        raise ValueError(
+            "levels must be 'direction', 'degree' or {level: [nodes]}, not %r" % (levels,)
+        )
+    if strategy is not None and isinstance(levels, str):
+        raise ValueError("levels=%r and a strategy cannot be combined" % (levels,))
 
-    if isinstance(kind, str):
-        if kind not in KINDS:
-            raise ValueError("unknown layout kind %r; use one of %s" % (kind, ", ".join(sorted(KINDS))))
-        type_code = KINDS[kind]
-    else:
-        type_code = int(kind)
-
-    pos = pos or {}
-    fixed = set(fixed or ())
-    to_int = {}
-    to_node = {}
-    graph = Graph()
-    for i, n in enumerate(nodes, start=1):
-        if n in to_int:
-            raise ValueError("node %r is listed twice" % (n,))
-        to_int[n] = i
-        to_node[i] = n
-        x, y = pos.get(n, (0.0, 0.0))
-        graph.add_node(i, float(x), float(y), n in fixed)
-
-    port_ids = {}
-
-    def port_of(value, fresh):
-        if value is None:
-            return fresh
-        if value not in port_ids:
-            port_ids[value] = len(port_ids) + 1
-        return port_ids[value]
-
-    # Ends without a port get ids of their own, after every named port.
-    fresh_base = 1 << 30
-    edge_keys = {}
-    for i, (u, v, k, d) in enumerate(edges, start=1):
-        for end in (u, v):
-            if end not in to_int:
-                raise KeyError("edge (%r, %r) names an unknown node %r" % (u, v, end))
-        try:
-            edge_length = int(d.get(length, distance))
-        except (TypeError, ValueError):
-            raise TypeError("edge (%r, %r): length %r is not a number" % (u, v, d.get(length)))
-        sp = port_of(d.get(source_port), fresh_base + 2 * i)
-        tp = port_of(d.get(target_port), fresh_base + 2 * i + 1)
-        graph.add_edge(i, to_int[u], to_int[v], edge_length, sp, tp, False)
-        edge_keys[i] = (u, v) if k is None else (u, v, k)
-
-    if max_cols is not None:
-        graph.set_max_col_count(int(max_cols))
+    nodes, edges, source, directed = _nodes_and_edges(G)
+    with _no_collection():
+        index = _node_index(nodes)
+        graph, keys, names = _build(
+            nodes,
+            index,
+            edges,
+            source,
+            pos,
+            fixed,
+            flip_y,
+            distance,
+            (length, source_port, target_port),
+        )
+    graph.set_max_col_count(max_cols if max_cols > 0 else -1)
     graph.set_fixed_layout(bool(fixed_layout))
-    graph.set_layout_threads(int(threads))
-    layered = type_code in (KINDS["tree"], KINDS["hierarchy"])
-    directed = hasattr(G, "is_directed") and G.is_directed()
+    graph.set_layout_threads(threads)
+    layered = type_code in (TREE, HIERARCHY)
     if levels is None and strategy is None and directed and layered:
         levels = "direction"
     if strategy is not None:
-        if isinstance(levels, str):
-            raise ValueError("levels=%r and a strategy cannot be combined" % (levels,))
+        level_map = None if levels is None else _level_map(levels, index)
         graph.set_strategy(
-            _MappedStrategy(to_int, to_node, levels, int(direction), int(arrange_mode), strategy)
+            _MappedStrategy(index, nodes, level_map, direction, arrange_mode, strategy)
         )
-    elif levels is not None or direction != 1 or arrange_mode != 0:
-        if levels == "direction":
-            by_level = {}
-            index_edges = [(to_int[u] - 1, to_int[v] - 1) for u, v, _, _ in edges]
-            for i, level in enumerate(direction_levels(len(nodes), index_edges), start=1):
-                by_level.setdefault(level, []).append(i)
-        elif levels is None or levels == "degree":
-            by_level = {}
-        elif isinstance(levels, str):
-            raise ValueError("levels must be 'direction', 'degree' or {level: [nodes]}, not %r" % (levels,))
-        else:
-            # Nodes outside this graph are passed on as ids the graph does not hold.
-            by_level = {
-                int(key): [to_int.get(n, -1 - i) for i, n in enumerate(members)]
-                for key, members in levels.items()
-            }
-        graph.set_levels(by_level, int(direction), int(arrange_mode))
-    graph.layout(int(distance), type_code, int(layer_spacing))
+    elif levels == "direction":
+        graph.set_direction_levels(direction, arrange_mode)
+    elif levels not in (None, "degree"):
+        graph.set_levels(_level_map(levels, index), direction, arrange_mode)
+    elif direction != 1 or arrange_mode != 0:
+        graph.set_levels({}, direction, arrange_mode)
+    graph.layout(distance, type_code, layer_spacing)
     placed = graph.placed_by_neighbour()
     if placed:
         warnings.warn(
             "the levels leave out %d node(s) of components they name; each went one level "
             "below its nearest listed neighbour" % placed,
             UserWarning,
-            stacklevel=2,
+            stacklevel=_caller_level(),
         )
 
     sign = -1.0 if flip_y else 1.0
-    positions = graph.positions()
-    port_names = {v: k for k, v in port_ids.items()}
-    result_pos = {}
-    grid = {}
-    ports = {}
-    for i, n in to_node.items():
-        x, y = positions[i]
-        result_pos[n] = (x, sign * y)
-        grid[n] = graph.grid(i)
-        sides = graph.ports(i)
-        ports[n] = {side: [port_names.get(p, p) for p in sides[side]] for side in SIDES}
-    order = [
-        (edge_keys[e], c)
-        for e, c in zip(graph.sorted_edges(), graph.sorted_edges_in_graph())
-        if e in edge_keys
-    ]
-    return LayoutResult(result_pos, grid, ports, order)
+    _, xy = graph.positions_array()
+    xy[:, 1] *= sign
+    if len(nodes) and (center is not None or scale is not None):
+        xy -= xy.mean(axis=0)
+        limit = np.abs(xy).max()
+        if scale is not None and limit > 0:
+            xy *= scale / limit
+        if center is not None:
+            xy += center
+    readers = {
+        "grid": lambda: _grid_by_node(graph, nodes),
+        "ports": lambda: _ports_by_name(graph, nodes, names),
+        "edge_order": lambda: _edge_order(graph, keys),
+    }
+    with _no_collection():
+        return LayoutResult(_points_by_node(nodes, xy), reader=lambda name: readers[name]())
 
 
-def layout(G, kind="hierarchy", distance=40, layer_spacing=200, **options):
-    """Lays out G and returns {node: (x, y)}; see layout_result for the options."""
+def layout(
+    G: GraphLike,
+    kind: Union[str, int] = "hierarchy",
+    distance: int = 40,
+    layer_spacing: int = 200,
+    **options: Any,
+) -> Dict[Node, Position]:
+    """Lays out G and returns {node: (x, y)}, as networkx's layout functions do.
+
+    Takes the options of layout_result (pos, fixed, levels, center, scale, ...).
+    """
     return layout_result(G, kind, distance, layer_spacing, **options).pos

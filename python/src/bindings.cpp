@@ -3,6 +3,7 @@
 
 #include <netloom/netloom.h>
 
+#include "convert.h"
 #include "level_rules.h"
 
 #include <pybind11/functional.h>
@@ -16,6 +17,7 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 namespace py = pybind11;
@@ -256,6 +258,88 @@ py::dict Sides(const CNode* node) {
     return sides;
 }
 
+// Node ids in ascending order, the order of every bulk reader.
+py::array_t<int> NodeIds(const PyGraph& g) {
+    const auto& nodes = g.graph.GetNodeMap();
+    py::array_t<int> ids(static_cast<py::ssize_t>(nodes.size()));
+    auto out = ids.mutable_unchecked<1>();
+    py::ssize_t k = 0;
+    for (const auto& e : nodes) {
+        out(k++) = e.first;
+    }
+    return ids;
+}
+
+// (ids, (n, 3) array of base_row, row, col).
+py::tuple GridArray(const PyGraph& g) {
+    const auto& nodes = g.graph.GetNodeMap();
+    py::array_t<int> cells({static_cast<py::ssize_t>(nodes.size()), py::ssize_t{3}});
+    auto out = cells.mutable_unchecked<2>();
+    py::ssize_t k = 0;
+    for (const auto& e : nodes) {
+        const _tagNode r = e.second->GetNodePos();
+        out(k, 0) = r.nBaseRow;
+        out(k, 1) = r.nRow;
+        out(k, 2) = r.nCol;
+        ++k;
+    }
+    return py::make_tuple(NodeIds(g), cells);
+}
+
+// (ids, (n, 4) array of port counts by side, the port ids of all nodes and
+// sides one after another).
+py::tuple PortsArray(const PyGraph& g) {
+    const auto& nodes = g.graph.GetNodeMap();
+    py::array_t<int> counts(
+        {static_cast<py::ssize_t>(nodes.size()), static_cast<py::ssize_t>(netloom::kSideCount)});
+    auto c = counts.mutable_unchecked<2>();
+    std::vector<int> ports;
+    py::ssize_t k = 0;
+    for (const auto& e : nodes) {
+        const CNode* node = e.second;
+        const std::vector<int>* lists[netloom::kSideCount] = {
+            &node->GetUpsideSubs(), &node->GetDownsideSubs(), &node->GetRightsideSubs(),
+            &node->GetLeftsideSubs()};
+        for (int side = 0; side < netloom::kSideCount; ++side) {
+            c(k, side) = static_cast<int>(lists[side]->size());
+            ports.insert(ports.end(), lists[side]->begin(), lists[side]->end());
+        }
+        ++k;
+    }
+    return py::make_tuple(NodeIds(g), counts, py::array_t<int>(ports.size(), ports.data()));
+}
+
+// The levels by edge direction of the graph's own nodes (ascending id) and
+// edges (ascending id), as {level: [node ids]}.
+std::map<int, std::vector<int>> GraphDirectionLevels(const PyGraph& g) {
+    const auto& nodes = g.graph.GetNodeMap();
+    std::vector<int> ids;
+    std::unordered_map<const CNode*, std::size_t> index;
+    ids.reserve(nodes.size());
+    for (const auto& e : nodes) {
+        index.emplace(e.second, ids.size());
+        ids.push_back(e.first);
+    }
+    std::vector<std::pair<std::size_t, std::size_t>> edges;
+    edges.reserve(g.graph.GetEdgeMap().size());
+    for (const auto& e : g.graph.GetEdgeMap()) {
+        edges.emplace_back(index.at(e.second->GetSourceNode()), index.at(e.second->GetDestNode()));
+    }
+    const std::vector<int> level = netloom_cli::LongestPathLevels(ids.size(), edges);
+    std::map<int, std::vector<int>> levels;
+    for (std::size_t v = 0; v < level.size(); ++v) {
+        levels[level[v]].push_back(ids[v]);
+    }
+    return levels;
+}
+
+void SetLevels(PyGraph& g, std::map<int, std::vector<int>> levels, int direction, int arrangeMode) {
+    g.givenLevels =
+        std::make_unique<GivenLevelsStrategy>(g.graph, std::move(levels), direction, arrangeMode);
+    g.graph.SetLayoutStrategy(g.givenLevels.get());
+    g.strategy = py::none();
+}
+
 } // namespace
 
 PYBIND11_MODULE(_netloom, m) {
@@ -305,6 +389,48 @@ PYBIND11_MODULE(_netloom, m) {
         "longest directed path from a source, cycles broken by reversing the edges a "
         "depth-first search in the given order finds going back.");
 
+    // The conversion behind netloom.layout_result (python/netloom/__init__.py).
+    m.def("_node_index", &netloom_py::NodeIndex, py::arg("nodes"),
+          "{node: id} with ids 1..n in list order; ValueError for a node listed twice.");
+    m.def(
+        "_add_edges",
+        [](PyGraph& g, const py::dict& index, py::handle edges, int source, py::object length,
+           py::object sourcePort, py::object targetPort, int defaultLength) {
+            if (source < 0 ||
+                source > static_cast<int>(netloom_py::EdgeSource::MultiDirectedAdjacency)) {
+                throw py::value_error("unknown edge source " + std::to_string(source));
+            }
+            const netloom_py::EdgeAttributes attributes{std::move(length), std::move(sourcePort),
+                                                        std::move(targetPort), defaultLength};
+            return netloom_py::AddPythonEdges(
+                g.graph, index, edges, static_cast<netloom_py::EdgeSource>(source), attributes);
+        },
+        py::arg("graph"), py::arg("index"), py::arg("edges"), py::arg("source"), py::arg("length"),
+        py::arg("source_port"), py::arg("target_port"), py::arg("default_length"),
+        "Adds edges 1..m from a list (source 0) or a networkx adjacency (1 Graph, 2 DiGraph, "
+        "3 MultiGraph, 4 MultiDiGraph), with ports from n + 1; returns (edge keys, port "
+        "names).");
+    m.def(
+        "_ports_by_name",
+        [](const PyGraph& g, const py::list& nodes, const py::list& names) {
+            return netloom_py::PortsByName(g.graph, nodes, names);
+        },
+        py::arg("graph"), py::arg("nodes"), py::arg("names"),
+        "{node: {side: [port name, ...]}} for nodes 1..n, ports n + 1.. named by names.");
+    m.def(
+        "_grid_by_node",
+        [](const PyGraph& g, const py::list& nodes) {
+            return netloom_py::GridByNode(g.graph, nodes);
+        },
+        py::arg("graph"), py::arg("nodes"), "{node: (base_row, row, col)} for nodes 1..n.");
+    m.def("_points_by_node", &netloom_py::PointsByNode, py::arg("nodes"), py::arg("xy"),
+          "{nodes[i]: (x, y)} from an (n, 2) array.");
+    m.def(
+        "_edge_order",
+        [](PyGraph& g, const py::list& keys) { return netloom_py::EdgeOrder(g.graph, keys); },
+        py::arg("graph"), py::arg("keys"),
+        "[(keys[id - 1], component index), ...] in sorted edge order.");
+
     py::class_<CLayoutStrategy, PyLayoutStrategy>(
         m, "LayoutStrategy",
         "Base class of a layout strategy: subclass it and define get_arrange_mode(), "
@@ -340,13 +466,16 @@ PYBIND11_MODULE(_netloom, m) {
                 if (!g.graph.DeleteEdge(id))
                     throw py::key_error("unknown edge " + std::to_string(id));
             },
-            py::arg("id"))
+            py::arg("id"), "Deletes an edge.")
         .def(
             "set_fixed_layout", [](PyGraph& g, bool on) { g.graph.SetFixedLayoutFlag(on); },
-            py::arg("on"))
+            py::arg("on"),
+            "Keeps components that hold a fixed node where they are; the others are stacked "
+            "below them.")
         .def(
             "set_max_col_count", [](PyGraph& g, int n) { g.graph.SetMaxColCount(n); },
-            py::arg("count"))
+            py::arg("count"),
+            "Most columns in a grid row of the layered layouts; 0 or less for no limit.")
         .def(
             "set_layout_threads",
             [](PyGraph& g, int threads) {
@@ -370,18 +499,20 @@ PYBIND11_MODULE(_netloom, m) {
                 g.givenLevels.reset();
             },
             py::arg("strategy"), "Attaches a LayoutStrategy (None removes it).")
+        .def("set_levels", &SetLevels, py::arg("levels"), py::arg("direction") = 1,
+             py::arg("arrange_mode") = 0,
+             "Lays the tree and hierarchy layouts out on these levels ({level: [node ids]}): a "
+             "node they leave out of a component they name goes one level below its nearest "
+             "listed neighbour, a component they do not name gets the layout's own levels.")
         .def(
-            "set_levels",
-            [](PyGraph& g, std::map<int, std::vector<int>> levels, int direction, int arrangeMode) {
-                g.givenLevels = std::make_unique<GivenLevelsStrategy>(g.graph, std::move(levels),
-                                                                      direction, arrangeMode);
-                g.graph.SetLayoutStrategy(g.givenLevels.get());
-                g.strategy = py::none();
+            "set_direction_levels",
+            [](PyGraph& g, int direction, int arrangeMode) {
+                SetLevels(g, GraphDirectionLevels(g), direction, arrangeMode);
             },
-            py::arg("levels"), py::arg("direction") = 1, py::arg("arrange_mode") = 0,
-            "Lays the tree and hierarchy layouts out on these levels ({level: [node ids]}): a "
-            "node they leave out of a component they name goes one level below its nearest "
-            "listed neighbour, a component they do not name gets the layout's own levels.")
+            py::arg("direction") = 1, py::arg("arrange_mode") = 0,
+            "Lays the tree and hierarchy layouts out on levels by edge direction: each node at "
+            "its longest directed path from a source, cycles broken by reversing the edges a "
+            "depth-first search (nodes and edges in ascending id) finds going back.")
         .def(
             "placed_by_neighbour",
             [](const PyGraph& g) { return g.givenLevels ? g.givenLevels->Placed() : 0; },
@@ -402,22 +533,30 @@ PYBIND11_MODULE(_netloom, m) {
             py::arg("layer_spacing") = 200,
             "Lays the graph out (1 force-directed, 2 tree, 4 radiant, 8 hierarchy). "
             "The GIL is released meanwhile.")
-        .def("number_of_nodes", [](const PyGraph& g) { return g.graph.GetNodeMap().size(); })
-        .def("number_of_edges", [](const PyGraph& g) { return g.graph.GetEdgeMap().size(); })
-        .def("node_ids",
-             [](const PyGraph& g) {
-                 std::vector<int> ids;
-                 for (const auto& e : g.graph.GetNodeMap())
-                     ids.push_back(e.first);
-                 return ids;
-             })
-        .def("edge_ids",
-             [](const PyGraph& g) {
-                 std::vector<int> ids;
-                 for (const auto& e : g.graph.GetEdgeMap())
-                     ids.push_back(e.first);
-                 return ids;
-             })
+        .def(
+            "number_of_nodes", [](const PyGraph& g) { return g.graph.GetNodeMap().size(); },
+            "The number of nodes.")
+        .def(
+            "number_of_edges", [](const PyGraph& g) { return g.graph.GetEdgeMap().size(); },
+            "The number of edges.")
+        .def(
+            "node_ids",
+            [](const PyGraph& g) {
+                std::vector<int> ids;
+                for (const auto& e : g.graph.GetNodeMap())
+                    ids.push_back(e.first);
+                return ids;
+            },
+            "Node ids in ascending order.")
+        .def(
+            "edge_ids",
+            [](const PyGraph& g) {
+                std::vector<int> ids;
+                for (const auto& e : g.graph.GetEdgeMap())
+                    ids.push_back(e.first);
+                return ids;
+            },
+            "Edge ids in ascending order.")
         .def(
             "edge",
             [](const PyGraph& g, int id) {
@@ -433,14 +572,14 @@ PYBIND11_MODULE(_netloom, m) {
                 d["unique"] = e->IsUnique();
                 return d;
             },
-            py::arg("id"))
+            py::arg("id"), "An edge as {source, target, length, source_port, target_port, unique}.")
         .def(
             "position",
             [](const PyGraph& g, int id) {
                 const CNode* n = RequireNode(g, id);
                 return py::make_tuple(n->X(), n->Y());
             },
-            py::arg("id"))
+            py::arg("id"), "A node's position (x, y).")
         .def(
             "positions",
             [](const PyGraph& g) {
@@ -471,7 +610,7 @@ PYBIND11_MODULE(_netloom, m) {
         .def(
             "set_position",
             [](PyGraph& g, int id, double x, double y) { RequireNode(g, id)->SetPosition(x, y); },
-            py::arg("id"), py::arg("x"), py::arg("y"))
+            py::arg("id"), py::arg("x"), py::arg("y"), "Moves a node.")
         .def(
             "grid",
             [](const PyGraph& g, int id) {
@@ -479,9 +618,14 @@ PYBIND11_MODULE(_netloom, m) {
                 return py::make_tuple(r.nBaseRow, r.nRow, r.nCol);
             },
             py::arg("id"), "Grid record (base_row, row, col) of the layered layouts.")
+        .def("grid_array", &GridArray,
+             "Node ids (ascending) and an (n, 3) array of grid records (base_row, row, col).")
         .def(
             "ports", [](const PyGraph& g, int id) { return Sides(RequireNode(g, id)); },
             py::arg("id"), "Port ids on each side: {'up': [...], 'down': ..., ...}.")
+        .def("ports_array", &PortsArray,
+             "Node ids (ascending), an (n, 4) array of port counts by side (up, down, right, "
+             "left) and the port ids of every node and side in that order, one after another.")
         .def(
             "port_position",
             [](const PyGraph& g, int id, int port) -> py::object {
@@ -501,11 +645,13 @@ PYBIND11_MODULE(_netloom, m) {
         .def(
             "sorted_edges_in_graph", [](PyGraph& g) { return g.graph.GetSortedEdgesInGraph(); },
             "Component index of each entry of sorted_edges().")
-        .def("bound_rect",
-             [](const PyGraph& g) {
-                 const CRect r = g.graph.GetBoundRect();
-                 return py::make_tuple(r.left, r.top, r.right, r.bottom);
-             })
+        .def(
+            "bound_rect",
+            [](const PyGraph& g) {
+                const CRect r = g.graph.GetBoundRect();
+                return py::make_tuple(r.left, r.top, r.right, r.bottom);
+            },
+            "The bounding rectangle of all nodes (left, top, right, bottom).")
         .def(
             "copy",
             [](const PyGraph& g) {

@@ -124,6 +124,11 @@ def test_ports_and_edge_order_readers():
                 assert g.port_position(node, port) == (netloom.SIDES.index(side), slot)
                 seen.add(port)
     assert g.port_position(1, 999) is None
+    ids, cells = g.grid_array()
+    assert [tuple(c) for c in cells] == [g.grid(i) for i in ids]
+    ids, counts, flat = g.ports_array()
+    assert counts.tolist() == [[len(g.ports(i)[s]) for s in netloom.SIDES] for i in ids]
+    assert list(flat) == [p for i in ids for s in netloom.SIDES for p in g.ports(i)[s]]
     assert sorted(g.sorted_edges()) == sorted(set(g.sorted_edges()))
     assert len(g.sorted_edges_in_graph()) == len(g.sorted_edges())
 
