@@ -19,10 +19,10 @@ constexpr int kSplitLevels = 2;
 std::int32_t FlatQuadTree::AddCell(std::vector<FlatCell>& out, std::int64_t left, std::int64_t top,
                                    std::int64_t right, std::int64_t bottom, std::int32_t count) {
     FlatCell cell;
-    cell.left = static_cast<std::int32_t>(left);
-    cell.top = static_cast<std::int32_t>(top);
-    cell.right = static_cast<std::int32_t>(right);
-    cell.bottom = static_cast<std::int32_t>(bottom);
+    cell.reachLeft = static_cast<double>(left) - 1.0;
+    cell.reachTop = static_cast<double>(top) - 1.0;
+    cell.reachRight = static_cast<double>(right);
+    cell.reachBottom = static_cast<double>(bottom);
     cell.count = count;
     const std::int64_t s = ((right - left) + (bottom - top)) / 2;
     cell.farSqr = static_cast<double>(s) * static_cast<double>(s);

@@ -46,10 +46,12 @@ struct FlatCell {
     double centerX = 0.0;
     double centerY = 0.0;
     double farSqr = 0.0; // s * s of the far-cell test
-    std::int32_t left = 0;
-    std::int32_t top = 0;
-    std::int32_t right = 0;
-    std::int32_t bottom = 0;
+    // The cell's reach box: a node inside has its truncated point within
+    // [left, right) x [top, bottom), so it lies within one unit of it.
+    double reachLeft = 0.0;   // left - 1
+    double reachTop = 0.0;    // top - 1
+    double reachRight = 0.0;  // right
+    double reachBottom = 0.0; // bottom
     std::int32_t count = 0;
     std::int32_t next = 0;  // the first cell after this cell's subtree
     std::int32_t node = -1; // a leaf's node index; the first node of a narrow cell
@@ -156,15 +158,15 @@ void FlatQuadTree::Sum(double px, double py, const RepulsionConstants& k, Streng
             // +0.0 never becomes -0.0).
             double ex = 0.0;
             double ey = 0.0;
-            if (px < c.left - 1.0) {
-                ex = c.left - 1.0 - px;
-            } else if (px > c.right + 0.0) {
-                ex = px - c.right;
+            if (px < c.reachLeft) {
+                ex = c.reachLeft - px;
+            } else if (px > c.reachRight) {
+                ex = px - c.reachRight;
             }
-            if (py < c.top - 1.0) {
-                ey = c.top - 1.0 - py;
-            } else if (py > c.bottom + 0.0) {
-                ey = py - c.bottom;
+            if (py < c.reachTop) {
+                ey = c.reachTop - py;
+            } else if (py > c.reachBottom) {
+                ey = py - c.reachBottom;
             }
             if (ex * ex + ey * ey > reachSqr) {
                 i = c.next;

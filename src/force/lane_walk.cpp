@@ -8,6 +8,7 @@ namespace netloom::force {
 void WalkLanes2(const LaneWalkArgs& args);
 void WalkLanes4(const LaneWalkArgs& args);
 void WalkLanes8(const LaneWalkArgs& args);
+void WalkLanes8Avx2(const LaneWalkArgs& args);
 #endif
 
 namespace {
@@ -18,7 +19,7 @@ int CpuLanes() {
         return 8;
     }
     if (__builtin_cpu_supports("avx2")) {
-        return 4;
+        return 8; // two vectors of four: groups of eight share more of their descent
     }
     return 2;
 #else
@@ -56,7 +57,7 @@ LaneWalkFn LaneWalk(int width) {
     case 4:
         return WalkLanes4;
     case 8:
-        return WalkLanes8;
+        return __builtin_cpu_supports("avx512f") ? WalkLanes8 : WalkLanes8Avx2;
     default:
         break;
     }

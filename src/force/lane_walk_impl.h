@@ -4,7 +4,7 @@
 // width in its own file with that width's instructions. L provides kWidth, a
 // vector V of kWidth doubles, Set1, Load, Store, Add, Sub, Mul, Div, the
 // comparisons Lt, Le, Gt (ordered, as a bit mask of lanes) and Select(mask, a,
-// b) (a in the masked lanes, b elsewhere). Only the arithmetic of the one-node
+// b) (a in the masked lanes, b elsewhere) and Max. Only the arithmetic of the one-node
 // descent happens in a lane; a lane that is not at a cell keeps its sums by
 // selection, never by adding a zero.
 
@@ -13,6 +13,36 @@
 #include <cstdint>
 
 namespace netloom::force {
+
+// Two vectors of H side by side as one of twice the width: every operation is
+// H's on each half, so each lane still does exactly the scalar operations.
+// Wider groups share more of their descent than one vector holds.
+template <class H> struct Twice {
+    static constexpr int kWidth = 2 * H::kWidth;
+    static constexpr unsigned kHalf = (1u << H::kWidth) - 1u;
+    struct V {
+        typename H::V lo;
+        typename H::V hi;
+    };
+    static V Set1(double v) { return {H::Set1(v), H::Set1(v)}; }
+    static V Load(const double* p) { return {H::Load(p), H::Load(p + H::kWidth)}; }
+    static void Store(double* p, V v) {
+        H::Store(p, v.lo);
+        H::Store(p + H::kWidth, v.hi);
+    }
+    static V Add(V a, V b) { return {H::Add(a.lo, b.lo), H::Add(a.hi, b.hi)}; }
+    static V Sub(V a, V b) { return {H::Sub(a.lo, b.lo), H::Sub(a.hi, b.hi)}; }
+    static V Mul(V a, V b) { return {H::Mul(a.lo, b.lo), H::Mul(a.hi, b.hi)}; }
+    static V Div(V a, V b) { return {H::Div(a.lo, b.lo), H::Div(a.hi, b.hi)}; }
+    static V Max(V a, V b) { return {H::Max(a.lo, b.lo), H::Max(a.hi, b.hi)}; }
+    static unsigned Join(unsigned lo, unsigned hi) { return lo | hi << H::kWidth; }
+    static unsigned Lt(V a, V b) { return Join(H::Lt(a.lo, b.lo), H::Lt(a.hi, b.hi)); }
+    static unsigned Le(V a, V b) { return Join(H::Le(a.lo, b.lo), H::Le(a.hi, b.hi)); }
+    static unsigned Gt(V a, V b) { return Join(H::Gt(a.lo, b.lo), H::Gt(a.hi, b.hi)); }
+    static V Select(unsigned m, V a, V b) {
+        return {H::Select(m & kHalf, a.lo, b.lo), H::Select(m >> H::kWidth & kHalf, a.hi, b.hi)};
+    }
+};
 
 template <class L> void WalkLanes(const LaneWalkArgs& a) {
     using V = typename L::V;
@@ -90,14 +120,11 @@ template <class L> void WalkLanes(const LaneWalkArgs& a) {
         }
         unsigned live = active;
         if (a.k.prune) {
-            const V low = L::Set1(c.left - 1.0);
-            const V highX = L::Set1(c.right + 0.0);
-            const V ex = L::Select(L::Lt(px, low), L::Sub(low, px),
-                                   L::Select(L::Gt(px, highX), L::Sub(px, highX), zero));
-            const V top_ = L::Set1(c.top - 1.0);
-            const V highY = L::Set1(c.bottom + 0.0);
-            const V ey = L::Select(L::Lt(py, top_), L::Sub(top_, py),
-                                   L::Select(L::Gt(py, highY), L::Sub(py, highY), zero));
+            // How far each lane lies outside the reach box, per axis.
+            const V ex = L::Max(
+                L::Max(L::Sub(L::Set1(c.reachLeft), px), L::Sub(px, L::Set1(c.reachRight))), zero);
+            const V ey = L::Max(
+                L::Max(L::Sub(L::Set1(c.reachTop), py), L::Sub(py, L::Set1(c.reachBottom))), zero);
             live &= ~L::Gt(L::Add(L::Mul(ex, ex), L::Mul(ey, ey)), reachSqr);
             if (live == 0) {
                 i = c.next;

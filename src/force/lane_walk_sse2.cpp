@@ -19,6 +19,7 @@ struct Lanes2 {
     static V Sub(V a, V b) { return _mm_sub_pd(a, b); }
     static V Mul(V a, V b) { return _mm_mul_pd(a, b); }
     static V Div(V a, V b) { return _mm_div_pd(a, b); }
+    static V Max(V a, V b) { return _mm_max_pd(a, b); }
     static unsigned Lt(V a, V b) {
         return static_cast<unsigned>(_mm_movemask_pd(_mm_cmplt_pd(a, b)));
     }
