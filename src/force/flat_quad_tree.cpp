@@ -16,8 +16,8 @@ constexpr int kSplitLevels = 2;
 
 } // namespace
 
-std::int32_t FlatQuadTree::AddCell(std::vector<FlatCell>& out, std::int64_t left, std::int64_t top,
-                                   std::int64_t right, std::int64_t bottom, std::int32_t count) {
+FlatCell FlatQuadTree::MakeCell(std::int64_t left, std::int64_t top, std::int64_t right,
+                                std::int64_t bottom, std::int32_t count) {
     FlatCell cell;
     cell.reachLeft = static_cast<double>(left) - 1.0;
     cell.reachTop = static_cast<double>(top) - 1.0;
@@ -27,7 +27,12 @@ std::int32_t FlatQuadTree::AddCell(std::vector<FlatCell>& out, std::int64_t left
     const std::int64_t s = ((right - left) + (bottom - top)) / 2;
     cell.farSqr = static_cast<double>(s) * static_cast<double>(s);
     cell.wide = (right - left) >= 2 ? 1 : 0;
-    out.push_back(cell);
+    return cell;
+}
+
+std::int32_t FlatQuadTree::AddCell(std::vector<FlatCell>& out, std::int64_t left, std::int64_t top,
+                                   std::int64_t right, std::int64_t bottom, std::int32_t count) {
+    out.push_back(MakeCell(left, top, right, bottom, count));
     return static_cast<std::int32_t>(out.size() - 1);
 }
 
@@ -41,7 +46,6 @@ std::int32_t FlatQuadTree::AddCell(std::vector<FlatCell>& out, std::int64_t left
 // are then joined in depth-first order, which gives the same cells.
 void FlatQuadTree::Build(const double* x, const double* y, std::size_t n, const CRect& root,
                          WorkerPool* pool) {
-    m_vecCells.clear();
     m_vecOrder.resize(n);
     m_vecPoints.resize(n);
     m_vecScratch.resize(n);
@@ -50,11 +54,12 @@ void FlatQuadTree::Build(const double* x, const double* y, std::size_t n, const 
     for (std::size_t i = 0; i < n; ++i) {
         m_vecPoints[i] = {TruncToInt(x[i]), TruncToInt(y[i]), static_cast<std::int32_t>(i)};
     }
-    if (n == 0) {
-        return;
-    }
     const Box box{root.left, root.top, root.right, root.bottom};
-    if (pool == nullptr || pool->Threads() <= 1 || n < kParallelBuild) {
+    if (n == 0 || pool == nullptr || pool->Threads() <= 1 || n < kParallelBuild) {
+        m_vecCells.clear();
+        if (n == 0) {
+            return;
+        }
         BuildCell(m_vecCells, m_vecPoints.data(), m_vecScratch.data(), 0, n, box);
         return;
     }
@@ -68,8 +73,7 @@ void FlatQuadTree::Build(const double* x, const double* y, std::size_t n, const 
             BuildCell(job.cells, job.from, job.to, job.begin, job.end, job.box);
         }
     });
-    std::size_t at = 0;
-    Join(at);
+    Join(*pool);
 }
 
 // Distributes a cell's nodes over its quadrants (stably); `starts` and `sizes`
@@ -143,13 +147,13 @@ void FlatQuadTree::BuildCell(std::vector<FlatCell>& out, Point* from, Point* to,
             BuildCell(out, to, from, starts[q], starts[q] + sizes[q], quadrants[q]);
         }
     }
-    Finish(out, self, children);
+    Finish(out, self, children, static_cast<std::int32_t>(out.size()));
 }
 
 // A split cell's centre: its children's centres weighted by their counts, in
 // quadrant order.
 void FlatQuadTree::Finish(std::vector<FlatCell>& out, std::int32_t self,
-                          const std::int32_t children[4]) {
+                          const std::int32_t children[4], std::int32_t next) {
     double cx = 0.0;
     double cy = 0.0;
     for (int q = 0; q < 4; ++q) {
@@ -162,7 +166,7 @@ void FlatQuadTree::Finish(std::vector<FlatCell>& out, std::int32_t self,
     FlatCell& cell = out[self];
     cell.centerX = cx / cell.count;
     cell.centerY = cy / cell.count;
-    cell.next = static_cast<std::int32_t>(out.size());
+    cell.next = next;
 }
 
 // The top levels: a cell that BuildCell would split is split here down to
@@ -180,11 +184,12 @@ void FlatQuadTree::Split(Point* from, Point* to, std::size_t begin, std::size_t 
         job.begin = begin;
         job.end = end;
         job.box = box;
-        m_vecSplits.push_back({box, 0, 0, static_cast<std::int32_t>(m_nSubtrees++)});
+        job.split = m_vecSplits.size();
+        m_vecSplits.push_back({box, 0, 0, static_cast<std::int32_t>(m_nSubtrees++), 0, 0});
         return;
     }
     const std::size_t self = m_vecSplits.size();
-    m_vecSplits.push_back({box, static_cast<std::int32_t>(end - begin), 0, -1});
+    m_vecSplits.push_back({box, static_cast<std::int32_t>(end - begin), 0, -1, 0, 0});
     std::size_t starts[4];
     std::size_t sizes[4];
     Box quadrants[4];
@@ -199,29 +204,55 @@ void FlatQuadTree::Split(Point* from, Point* to, std::size_t begin, std::size_t 
     m_vecSplits[self].children = children;
 }
 
-// Appends the split cell at m_vecSplits[at] and everything below it, in
-// depth-first order; `at` moves past them.
-void FlatQuadTree::Join(std::size_t& at) {
-    const SplitCell split = m_vecSplits[at++];
+// Places the split cell at m_vecSplits[at] and everything below it at `first`
+// onwards, in depth-first order, and returns the end of its subtree; `at`
+// moves past them. Only positions are decided here: the subtrees' cells are
+// copied afterwards, in parallel, and the split cells written last.
+std::size_t FlatQuadTree::Place(std::size_t& at, std::size_t first) {
+    SplitCell& split = m_vecSplits[at++];
+    split.position = static_cast<std::int32_t>(first);
     if (split.subtree >= 0) {
-        std::vector<FlatCell>& cells = m_vecSubtrees[split.subtree].cells;
-        const std::size_t first = m_vecCells.size();
-        m_vecCells.insert(m_vecCells.end(), cells.begin(), cells.end());
-        const auto offset = static_cast<std::int32_t>(first);
-        for (std::size_t k = first; k < m_vecCells.size(); ++k) {
-            m_vecCells[k].next += offset;
+        return first + m_vecSubtrees[split.subtree].cells.size();
+    }
+    std::size_t end = first + 1;
+    for (int left = split.children; left > 0; --left) {
+        end = Place(at, end);
+    }
+    split.next = static_cast<std::int32_t>(end);
+    return end;
+}
+
+void FlatQuadTree::Join(WorkerPool& pool) {
+    std::size_t at = 0;
+    m_vecCells.resize(Place(at, 0));
+    pool.Run(m_nSubtrees, 1, [this](std::size_t begin, std::size_t end) {
+        for (std::size_t t = begin; t < end; ++t) {
+            const std::vector<FlatCell>& cells = m_vecSubtrees[t].cells;
+            const std::int32_t offset = m_vecSplits[m_vecSubtrees[t].split].position;
+            FlatCell* out = m_vecCells.data() + offset;
+            for (std::size_t k = 0; k < cells.size(); ++k) {
+                out[k] = cells[k];
+                out[k].next += offset;
+            }
         }
-        return;
+    });
+    // The split cells, deepest first: a cell's centre needs its children's.
+    for (std::size_t k = m_vecSplits.size(); k-- > 0;) {
+        const SplitCell& split = m_vecSplits[k];
+        if (split.subtree >= 0) {
+            continue;
+        }
+        const Box& box = split.box;
+        m_vecCells[split.position] =
+            MakeCell(box.left, box.top, box.right, box.bottom, split.count);
+        std::int32_t children[4] = {-1, -1, -1, -1};
+        std::int32_t child = split.position + 1;
+        for (int q = 0; q < split.children; ++q) {
+            children[q] = child;
+            child = m_vecCells[child].next;
+        }
+        Finish(m_vecCells, split.position, children, split.next);
     }
-    const Box& box = split.box;
-    const std::int32_t self =
-        AddCell(m_vecCells, box.left, box.top, box.right, box.bottom, split.count);
-    std::int32_t children[4] = {-1, -1, -1, -1};
-    for (int q = 0, left = split.children; left > 0; ++q, --left) {
-        children[q] = static_cast<std::int32_t>(m_vecCells.size());
-        Join(at);
-    }
-    Finish(m_vecCells, self, children);
 }
 
 void FlatQuadTree::Flatten(const CQuadNode* root) {

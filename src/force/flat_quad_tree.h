@@ -100,6 +100,8 @@ private:
         std::int32_t count;
         std::int32_t children;
         std::int32_t subtree;
+        std::int32_t position; // index in the joined array
+        std::int32_t next;     // the end of its subtree there
     };
     struct Subtree {
         Point* from = nullptr;
@@ -107,6 +109,7 @@ private:
         std::size_t begin = 0;
         std::size_t end = 0;
         Box box{};
+        std::size_t split = 0; // its entry in m_vecSplits
         std::vector<FlatCell> cells;
     };
     static void Partition(const Point* from, Point* to, std::size_t begin, std::size_t end,
@@ -115,11 +118,14 @@ private:
     void BuildCell(std::vector<FlatCell>& out, Point* from, Point* to, std::size_t begin,
                    std::size_t end, const Box& box);
     static void Finish(std::vector<FlatCell>& out, std::int32_t self,
-                       const std::int32_t children[4]);
+                       const std::int32_t children[4], std::int32_t next);
     void Split(Point* from, Point* to, std::size_t begin, std::size_t end, const Box& box,
                int level);
-    void Join(std::size_t& at);
+    std::size_t Place(std::size_t& at, std::size_t first);
+    void Join(WorkerPool& pool);
     std::int32_t FlattenCell(const CQuadNode* cell);
+    static FlatCell MakeCell(std::int64_t left, std::int64_t top, std::int64_t right,
+                             std::int64_t bottom, std::int32_t count);
     static std::int32_t AddCell(std::vector<FlatCell>& out, std::int64_t left, std::int64_t top,
                                 std::int64_t right, std::int64_t bottom, std::int32_t count);
 

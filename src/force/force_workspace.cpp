@@ -486,15 +486,24 @@ void CForceWorkspace::IterateOnce(CQuadTree& tree, double step, double& energy) 
         }
     };
     run(count, forces);
+    // The moves in parallel, each node's energy kept apart; a fixed node's is
+    // +0.0, which leaves the sum as it is (it starts at +0.0 and adds only
+    // squares).
+    m_vecEnergy.resize(count);
+    run(count, [this, step](std::size_t begin, std::size_t end) {
+        for (std::size_t i = begin; i < end; ++i) {
+            if (m_vecFixed[i] != 0) {
+                m_vecEnergy[i] = 0.0;
+                continue;
+            }
+            m_vecX[i] += force::LimitToDistance(step * m_vecVx[i]);
+            m_vecY[i] += force::LimitToDistance(step * m_vecVy[i]);
+            m_vecEnergy[i] = m_vecVx[i] * m_vecVx[i] + m_vecVy[i] * m_vecVy[i];
+        }
+    });
     // The energy is summed in ascending id order.
     for (std::size_t rank = 0; rank < count; ++rank) {
-        const std::int32_t i = m_vecIdOrder[rank];
-        if (m_vecFixed[i] != 0) {
-            continue;
-        }
-        m_vecX[i] += force::LimitToDistance(step * m_vecVx[i]);
-        m_vecY[i] += force::LimitToDistance(step * m_vecVy[i]);
-        energy += m_vecVx[i] * m_vecVx[i] + m_vecVy[i] * m_vecVy[i];
+        energy += m_vecEnergy[m_vecIdOrder[rank]];
     }
 }
 

@@ -102,6 +102,7 @@ private:
     std::vector<std::int32_t> m_vecOrder; // force-pass order: the tree's leaves
     std::vector<char> m_vecListed;
     std::vector<std::int32_t> m_vecIdOrder; // index of each node, in ascending id order
+    std::vector<double> m_vecEnergy;        // each node's energy after the move pass
     // Each node's springs in its edge-set order: an edge index, with the top
     // bit set where the node is the edge's destination.
     std::vector<std::int32_t> m_vecSpringStart;
