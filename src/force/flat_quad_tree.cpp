@@ -3,6 +3,7 @@
 #include "force/worker_pool.h"
 #include "graph/truncate.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace netloom::force {
@@ -65,7 +66,7 @@ void FlatQuadTree::Build(const double* x, const double* y, std::size_t n, const 
     }
     m_vecSplits.clear();
     m_nSubtrees = 0;
-    Split(m_vecPoints.data(), m_vecScratch.data(), 0, n, box, 0);
+    Split(m_vecPoints.data(), m_vecScratch.data(), 0, n, box, 0, *pool);
     pool->Run(m_nSubtrees, 1, [this](std::size_t first, std::size_t end) {
         for (std::size_t t = first; t < end; ++t) {
             Subtree& job = m_vecSubtrees[t];
@@ -76,32 +77,83 @@ void FlatQuadTree::Build(const double* x, const double* y, std::size_t n, const 
     Join(*pool);
 }
 
+namespace {
+
+// The quadrant of a split cell that a truncated point falls in.
+struct QuadrantOf {
+    std::int64_t mx;
+    std::int64_t my;
+    int operator()(std::int32_t x, std::int32_t y) const {
+        const bool highX = x >= mx;
+        const bool highY = y >= my;
+        return highY ? (highX ? 2 : 3) : (highX ? 1 : 0);
+    }
+};
+
+// Points per block of the parallel partition.
+constexpr std::size_t kPartitionBlock = 2048;
+
+} // namespace
+
 // Distributes a cell's nodes over its quadrants (stably); `starts` and `sizes`
-// give each quadrant's range in `to`. Returns the quadrants' boxes.
+// give each quadrant's range in `to`. Returns the quadrants' boxes. With a
+// pool, blocks of points are counted and then moved on its threads, each block
+// to its own places (after the earlier blocks' points of the same quadrant),
+// which gives the same order.
 void FlatQuadTree::Partition(const Point* from, Point* to, std::size_t begin, std::size_t end,
                              const Box& box, std::size_t starts[4], std::size_t sizes[4],
-                             Box quadrants[4]) {
+                             Box quadrants[4], WorkerPool* pool) {
     const std::int64_t mx = box.left + (box.right - box.left) / 2;
     const std::int64_t my = box.top + (box.bottom - box.top) / 2;
-    auto quadrant = [mx, my](const Point& p) {
-        const bool highX = p.x >= mx;
-        const bool highY = p.y >= my;
-        return highY ? (highX ? 2 : 3) : (highX ? 1 : 0);
+    const QuadrantOf quadrant{mx, my};
+    const std::size_t blocks =
+        pool != nullptr ? (end - begin + kPartitionBlock - 1) / kPartitionBlock : 1;
+    const std::size_t block = pool != nullptr ? kPartitionBlock : end - begin;
+    // The calling thread's own four places when alone: subtrees are built on
+    // several threads at once.
+    std::size_t own[4] = {0, 0, 0, 0};
+    if (pool != nullptr) {
+        m_vecBlockFill.assign(blocks * 4, 0);
+    }
+    std::size_t* const fills = pool != nullptr ? m_vecBlockFill.data() : own;
+    auto count = [&](std::size_t first, std::size_t last) {
+        for (std::size_t b = first; b < last; ++b) {
+            std::size_t* sizesOf = &fills[b * 4];
+            const std::size_t stop = std::min(end, begin + (b + 1) * block);
+            for (std::size_t i = begin + b * block; i < stop; ++i) {
+                ++sizesOf[quadrant(from[i].x, from[i].y)];
+            }
+        }
     };
-    for (int q = 0; q < 4; ++q) {
-        sizes[q] = 0;
+    auto move = [&](std::size_t first, std::size_t last) {
+        for (std::size_t b = first; b < last; ++b) {
+            std::size_t* fill = &fills[b * 4];
+            const std::size_t stop = std::min(end, begin + (b + 1) * block);
+            for (std::size_t i = begin + b * block; i < stop; ++i) {
+                to[fill[quadrant(from[i].x, from[i].y)]++] = from[i];
+            }
+        }
+    };
+    if (pool != nullptr) {
+        pool->Run(blocks, 1, count);
+    } else {
+        count(0, blocks);
     }
-    for (std::size_t i = begin; i < end; ++i) {
-        ++sizes[quadrant(from[i])];
-    }
+    // Each block's counts become the places its points go to.
     std::size_t at = begin;
     for (int q = 0; q < 4; ++q) {
         starts[q] = at;
-        at += sizes[q];
+        for (std::size_t b = 0; b < blocks; ++b) {
+            const std::size_t size = fills[b * 4 + q];
+            fills[b * 4 + q] = at;
+            at += size;
+        }
+        sizes[q] = at - starts[q];
     }
-    std::size_t fill[4] = {starts[0], starts[1], starts[2], starts[3]};
-    for (std::size_t i = begin; i < end; ++i) {
-        to[fill[quadrant(from[i])]++] = from[i];
+    if (pool != nullptr) {
+        pool->Run(blocks, 1, move);
+    } else {
+        move(0, blocks);
     }
     quadrants[0] = {box.left, box.top, mx, my};
     quadrants[1] = {mx, box.top, box.right, my};
@@ -172,7 +224,7 @@ void FlatQuadTree::Finish(std::vector<FlatCell>& out, std::int32_t self,
 // The top levels: a cell that BuildCell would split is split here down to
 // kSplitLevels; each cell below becomes a subtree of its own.
 void FlatQuadTree::Split(Point* from, Point* to, std::size_t begin, std::size_t end, const Box& box,
-                         int level) {
+                         int level, WorkerPool& pool) {
     if (level == kSplitLevels || end - begin < 2 || box.right - box.left < 2) {
         // Subtree arrays are kept from one build to the next.
         if (m_nSubtrees == m_vecSubtrees.size()) {
@@ -193,11 +245,11 @@ void FlatQuadTree::Split(Point* from, Point* to, std::size_t begin, std::size_t 
     std::size_t starts[4];
     std::size_t sizes[4];
     Box quadrants[4];
-    Partition(from, to, begin, end, box, starts, sizes, quadrants);
+    Partition(from, to, begin, end, box, starts, sizes, quadrants, &pool);
     int children = 0;
     for (int q = 0; q < 4; ++q) {
         if (sizes[q] != 0) {
-            Split(to, from, starts[q], starts[q] + sizes[q], quadrants[q], level + 1);
+            Split(to, from, starts[q], starts[q] + sizes[q], quadrants[q], level + 1, pool);
             ++children;
         }
     }

@@ -112,15 +112,15 @@ private:
         std::size_t split = 0; // its entry in m_vecSplits
         std::vector<FlatCell> cells;
     };
-    static void Partition(const Point* from, Point* to, std::size_t begin, std::size_t end,
-                          const Box& box, std::size_t starts[4], std::size_t sizes[4],
-                          Box quadrants[4]);
+    void Partition(const Point* from, Point* to, std::size_t begin, std::size_t end, const Box& box,
+                   std::size_t starts[4], std::size_t sizes[4], Box quadrants[4],
+                   WorkerPool* pool = nullptr);
     void BuildCell(std::vector<FlatCell>& out, Point* from, Point* to, std::size_t begin,
                    std::size_t end, const Box& box);
     static void Finish(std::vector<FlatCell>& out, std::int32_t self,
                        const std::int32_t children[4], std::int32_t next);
     void Split(Point* from, Point* to, std::size_t begin, std::size_t end, const Box& box,
-               int level);
+               int level, WorkerPool& pool);
     std::size_t Place(std::size_t& at, std::size_t first);
     void Join(WorkerPool& pool);
     std::int32_t FlattenCell(const CQuadNode* cell);
@@ -134,6 +134,7 @@ private:
     std::vector<Point> m_vecPoints;
     std::vector<Point> m_vecScratch;
     std::vector<SplitCell> m_vecSplits;
+    std::vector<std::size_t> m_vecBlockFill; // per block and quadrant: counts, then places
     std::vector<Subtree> m_vecSubtrees;
     std::size_t m_nSubtrees = 0;
     const double* m_pX = nullptr;

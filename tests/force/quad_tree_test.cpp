@@ -194,6 +194,7 @@ TEST(QuadTreeTest, DirectBuildMatchesInsertion) {
             ASSERT_EQ(a[i].centerY, b[i].centerY);
             ASSERT_EQ(a[i].farSqr, b[i].farSqr);
             ASSERT_EQ(a[i].wide, b[i].wide);
+            ASSERT_EQ(a[i].node, b[i].node);
         }
         // Every node is listed once, leaf by leaf.
         std::vector<int> listed(x.size(), 0);
