@@ -90,8 +90,10 @@ struct QuadrantOf {
     }
 };
 
-// Points per block of the parallel partition.
+// Points per block of the parallel partition, and the cells large enough to
+// be partitioned on several threads.
 constexpr std::size_t kPartitionBlock = 2048;
+constexpr std::size_t kParallelPartition = 16384;
 
 } // namespace
 
@@ -245,7 +247,8 @@ void FlatQuadTree::Split(Point* from, Point* to, std::size_t begin, std::size_t 
     std::size_t starts[4];
     std::size_t sizes[4];
     Box quadrants[4];
-    Partition(from, to, begin, end, box, starts, sizes, quadrants, &pool);
+    Partition(from, to, begin, end, box, starts, sizes, quadrants,
+              end - begin >= kParallelPartition ? &pool : nullptr);
     int children = 0;
     for (int q = 0; q < 4; ++q) {
         if (sizes[q] != 0) {
