@@ -97,6 +97,14 @@ struct Batch {
     }
 };
 
+// The path with symbolic links and dot segments resolved as far as it exists;
+// as given when even that fails (the read or write names the problem then).
+fs::path Resolved(const fs::path& path) {
+    std::error_code error;
+    const fs::path resolved = fs::weakly_canonical(path, error);
+    return error ? path : resolved;
+}
+
 // Usage problems found before any file is read: stdin, outputs that two inputs
 // would share, an output that would replace an input.
 void CheckPlan(const Batch& batch) {
@@ -105,11 +113,11 @@ void CheckPlan(const Batch& batch) {
         if (input == "-") {
             throw UsageError("--outdir cannot read standard input");
         }
-        owner[fs::weakly_canonical(input)] = input;
+        owner[Resolved(input)] = input;
     }
     for (const std::string& input : batch.line.inputs) {
         for (const Format format : batch.formats) {
-            const fs::path out = fs::weakly_canonical(batch.OutputPath(input, format));
+            const fs::path out = Resolved(batch.OutputPath(input, format));
             const auto [it, added] = owner.emplace(out, input);
             if (!added) {
                 throw UsageError(it->second == input
