@@ -14,13 +14,18 @@ demo: deps
 	./scripts/run-demo.sh build/release/tools/netloom out
 
 # Configures with AddressSanitizer and UndefinedBehaviorSanitizer, builds the
-# library, tests and benchmarks, and runs every test; then the Python bindings'
-# tests.
+# library, tests and benchmarks, and runs every test; then the concurrent-layout
+# test under ThreadSanitizer and the Python bindings' tests.
 test: deps
 	cmake -S . -B build/test -DCMAKE_BUILD_TYPE=Debug -DNETLOOM_SANITIZE=ON \
 	      -DNETLOOM_BUILD_TESTS=ON -DNETLOOM_BUILD_BENCH=ON
 	cmake --build build/test -j $(JOBS)
 	cd build/test && ctest --output-on-failure -j $(JOBS)
+	@# Layouts on many threads at once under ThreadSanitizer: the library and one test program.
+	cmake -S . -B build/tsan -DCMAKE_BUILD_TYPE=RelWithDebInfo -DNETLOOM_TSAN=ON \
+	      -DNETLOOM_BUILD_TESTS=OFF -DNETLOOM_BUILD_EXAMPLES=OFF -DNETLOOM_BUILD_TOOLS=OFF
+	cmake --build build/tsan -j $(JOBS)
+	cd build/tsan && ctest --output-on-failure
 	@# The Python bindings load into an uninstrumented interpreter: built apart, without sanitizers.
 	cmake -S . -B build/python -DCMAKE_BUILD_TYPE=Release -DNETLOOM_BUILD_PYTHON=ON \
 	      -DNETLOOM_BUILD_TESTS=OFF -DNETLOOM_BUILD_EXAMPLES=OFF -DNETLOOM_BUILD_TOOLS=OFF -DNETLOOM_BUILD_TOOLS=OFF \

@@ -11,6 +11,7 @@ fi
 packages=("${extra[@]}" cmake make g++ pkg-config libgtest-dev libgmock-dev libbenchmark-dev
           python3 python3-dev pybind11-dev python3-numpy python3-networkx python3-pytest
           python3-pip python3-venv python3-setuptools python3-wheel python3-pybind11 mypy
+          python3-dask python3-distributed
           nlohmann-json3-dev libpugixml-dev libcli11-dev
           libgraphviz-dev graphviz librsvg2-dev libcairo2-dev
           chromium chromium-driver python3-selenium)

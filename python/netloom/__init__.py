@@ -17,8 +17,11 @@ import contextlib
 import gc
 import math
 import numbers
+import os
 import sys
+import threading
 import warnings
+from concurrent.futures import ThreadPoolExecutor
 from types import FrameType
 from typing import (
     Any,
@@ -62,6 +65,7 @@ __all__ = [
     "LayoutResult",
     "layout",
     "layout_result",
+    "layout_many",
     "layout_parameters",
     "FORCE_DIRECTED",
     "TREE",
@@ -236,17 +240,29 @@ def _caller_level() -> int:
     return level
 
 
+_collection_lock = threading.Lock()
+_collection_holders = 0
+_collection_was_enabled = False
+
+
 @contextlib.contextmanager
 def _no_collection() -> Iterator[None]:
     """Building and reading back allocate objects for every node and edge: the
-    garbage collector would walk the caller's whole graph again and again."""
-    collecting = gc.isenabled()
-    gc.disable()
+    garbage collector would walk the caller's whole graph again and again.
+    Layouts on several threads share the switch: the last one out restores it."""
+    global _collection_holders, _collection_was_enabled
+    with _collection_lock:
+        if _collection_holders == 0:
+            _collection_was_enabled = gc.isenabled()
+            gc.disable()
+        _collection_holders += 1
     try:
         yield
     finally:
-        if collecting:
-            gc.enable()
+        with _collection_lock:
+            _collection_holders -= 1
+            if _collection_holders == 0 and _collection_was_enabled:
+                gc.enable()
 
 
 def _build(nodes, index, edges, source, pos, fixed, flip_y, distance, attributes):
@@ -449,3 +465,20 @@ def layout(
     Takes the options of layout_result (pos, fixed, levels, center, scale, ...).
     """
     return layout_result(G, kind, distance, layer_spacing, **options).pos
+
+
+def layout_many(
+    graphs: Iterable[GraphLike], jobs: Optional[int] = None, **options: Any
+) -> List[Dict[Node, Position]]:
+    """Lays out every graph and returns their positions in order: the same as
+    [layout(G, **options) for G in graphs], computed on `jobs` threads (default:
+    one per CPU). The layouts run without the GIL. Each force layout uses one
+    thread unless `threads` says otherwise, so the jobs do not compete for cores.
+    """
+    graphs = list(graphs)
+    jobs = _integer("jobs", (os.cpu_count() or 1) if jobs is None else jobs, 1, 4096)
+    options.setdefault("threads", 1)
+    if jobs == 1 or len(graphs) <= 1:
+        return [layout(G, **options) for G in graphs]
+    with ThreadPoolExecutor(max_workers=min(jobs, len(graphs))) as pool:
+        return list(pool.map(lambda G: layout(G, **options), graphs))

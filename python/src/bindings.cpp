@@ -373,7 +373,7 @@ PYBIND11_MODULE(_netloom, m) {
             d["layer_spacing"] = g_dLayerSpacing;
             return d;
         },
-        "The process-wide layout parameters set by the last layout.");
+        "The calling thread's layout parameters, set by its last layout.");
     m.def(
         "direction_levels",
         [](std::size_t count, const std::vector<std::pair<std::size_t, std::size_t>>& edges) {

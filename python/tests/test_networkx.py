@@ -197,3 +197,13 @@ def test_positions_and_ports_match_the_command_line_tool():
                 for n in nodes
             ]
             assert ports == case["ports"], case["file"]
+
+
+def test_layout_many_equals_one_by_one():
+    graphs = [nx.gnm_random_graph(30 + 7 * i, 40 + 9 * i, seed=i) for i in range(12)]
+    for kind in ("force", "hierarchy"):
+        expected = [netloom.layout(G, kind=kind, distance=55) for G in graphs]
+        assert netloom.layout_many(graphs, jobs=3, kind=kind, distance=55) == expected
+    assert netloom.layout_many([]) == []
+    with pytest.raises(ValueError, match="jobs"):
+        netloom.layout_many(graphs, jobs=0)

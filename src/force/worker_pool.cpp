@@ -47,6 +47,7 @@ void WorkerPool::Run(std::size_t count, std::size_t block,
     {
         std::lock_guard<std::mutex> lock(m_mutex);
         m_pWork = &work;
+        m_params = LayoutParams::Current();
         m_nCount = count;
         m_nBlock = block;
         m_nNextBlock = 0;
@@ -83,6 +84,7 @@ void WorkerPool::TakeBlocks() {
 void WorkerPool::Serve() {
     std::uint64_t seen = 0;
     for (;;) {
+        LayoutParams params{};
         {
             std::unique_lock<std::mutex> lock(m_mutex);
             m_wake.wait(lock, [&]() { return m_bStop || m_nGeneration != seen; });
@@ -90,7 +92,9 @@ void WorkerPool::Serve() {
                 return;
             }
             seen = m_nGeneration;
+            params = m_params;
         }
+        params.Apply(); // the parameters are per thread
         TakeBlocks();
         std::lock_guard<std::mutex> lock(m_mutex);
         if (--m_nBusy == 0) {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "pipeline/layout_params.h"
+
 #include <condition_variable>
 #include <cstddef>
 #include <cstdint>
@@ -31,7 +33,7 @@ public:
     // cover [0, count), on the pool's threads and the caller's, and returns when
     // all are done. The blocks are handed out in order but may run in any order
     // and at the same time, so work must only write what belongs to its own
-    // items.
+    // items. The helpers run it with the caller's layout parameters.
     void Run(std::size_t count, std::size_t block,
              const std::function<void(std::size_t, std::size_t)>& work);
 
@@ -46,6 +48,7 @@ private:
     std::condition_variable m_done;
     const std::function<void(std::size_t, std::size_t)>* m_pWork = nullptr;
     std::size_t m_nCount = 0;
+    LayoutParams m_params{}; // the calling thread's, for the helpers
     std::size_t m_nBlock = 1;
     std::size_t m_nNextBlock = 0; // guarded by m_mutex
     std::uint64_t m_nGeneration = 0;

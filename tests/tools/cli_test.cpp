@@ -477,3 +477,32 @@ TEST_F(CliTest, BytesThatAreNotUtf8AndNumbersOutOfRange) {
 }
 
 } // namespace
+
+// A batch with a bad input in the middle: the others are written, the bad one
+// is named on one line, its old output stays, and one or two workers write
+// the same bytes.
+TEST_F(CliTest, BatchGoesOnPastABadInput) {
+    const fs::path bad = File("bad.json", "{\"nodes\": [");
+    std::map<std::string, std::string> first;
+    for (const std::string jobs : {"1", "2"}) {
+        const fs::path dir = Path("out" + jobs);
+        fs::create_directory(dir);
+        Spit(dir / "bad.svg", "keep me\n");
+        const ToolRun run =
+            Tool({"layout", kExamples + "/campus.json", kExamples + "/karate.json", bad.string(),
+                  kExamples + "/services.edgelist", kExamples + "/org-tree.graphml", "--outdir",
+                  dir.string(), "--to", "svg,json", "--jobs", jobs, "--type", "force"});
+        EXPECT_EQ(run.status, 1) << run.err;
+        EXPECT_EQ(run.err.find("netloom: error: " + bad.string() + ":1:"), 0u) << run.err;
+        EXPECT_EQ(std::count(run.err.begin(), run.err.end(), '\n'), 1) << run.err;
+        EXPECT_EQ(Slurp(dir / "bad.svg"), "keep me\n");
+        std::map<std::string, std::string> files;
+        for (const auto& entry : fs::directory_iterator(dir)) {
+            files[entry.path().filename().string()] = Slurp(entry.path());
+        }
+        EXPECT_EQ(files.size(), 9u) << "4 inputs x svg, json and the old bad.svg";
+        EXPECT_TRUE(first.empty() || files == first);
+        first = files;
+    }
+    EXPECT_EQ(Tool({"layout", kExamples + "/campus.json", Path("x.json").string()}).status, 2);
+}

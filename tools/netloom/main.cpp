@@ -3,6 +3,7 @@
 // Exit status: 0 done, 1 bad input or an output that cannot be written,
 // 2 usage errors.
 
+#include "batch.h"
 #include "options.h"
 #include "output_file.h"
 #include "readers.h"
@@ -30,36 +31,12 @@ FileGraph ReadInput(const std::string& path, Format format) {
     return ReadText("<stdin>", text, format);
 }
 
-// The output file's content; warning gets a note for the user, if any.
-std::string Render(FileGraph& graph, const LayoutResult& result, Format format,
-                   std::string& warning) {
-    switch (format) {
-    case Format::Svg:
-        return WriteSvg(graph, result);
-    case Format::Png:
-        return RenderPng(WriteSvg(graph, result), warning);
-    case Format::Pdf:
-        return RenderPdf(WriteSvg(graph, result));
-    case Format::GraphMl:
-        return WriteGraphMl(graph, result);
-    case Format::EdgeList:
-        return WriteEdgeList(graph, result);
-    case Format::Dot:
-        return WriteDot(graph, result);
-    case Format::Html:
-        return WriteHtml(graph, result);
-    case Format::Json:
-        break;
-    }
-    return WriteJson(graph, result);
-}
-
 } // namespace
 
 int main(int argc, char** argv) {
     CLI::App app("netloom", "netloom");
     CommandLine line;
-    DefineCommandLine(app, line);
+    CLI::App* layout = DefineCommandLine(app, line);
     try {
         app.parse(argc, argv);
     } catch (const CLI::CallForHelp& e) {
@@ -74,6 +51,14 @@ int main(int argc, char** argv) {
     Format outputFormat;
     try {
         ResolveChoices(line);
+        line.threadsGiven = layout->count("--threads") > 0;
+        if (!line.outdir.empty()) {
+            return RunBatch(line);
+        }
+        if (line.inputs.size() > 1) {
+            throw UsageError("several inputs need --outdir DIR");
+        }
+        line.input = line.inputs.front();
         inputFormat = InputFormat(line);
         outputFormat = OutputFormat(line);
     } catch (const UsageError& e) {
@@ -84,13 +69,11 @@ int main(int argc, char** argv) {
         FileGraph graph = ReadInput(line.input, inputFormat);
         const LayoutResult result = RunLayout(graph, line.layout);
         if (result.placedByNeighbour > 0) {
-            std::fprintf(stderr,
-                         "netloom: warning: the levels file leaves out %zu node(s) of components "
-                         "it names; each went one level below its nearest listed neighbour\n",
-                         result.placedByNeighbour);
+            std::fprintf(stderr, "netloom: warning: %s\n",
+                         LevelsWarning(result.placedByNeighbour).c_str());
         }
         std::string warning;
-        const std::string text = Render(graph, result, outputFormat, warning);
+        const std::string text = RenderAs(graph, result, outputFormat, warning);
         if (!warning.empty()) {
             std::fprintf(stderr, "netloom: warning: %s\n", warning.c_str());
         }

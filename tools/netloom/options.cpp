@@ -96,10 +96,22 @@ CLI::App* DefineCommandLine(CLI::App& app, CommandLine& line) {
 
     CLI::App* layout = app.add_subcommand("layout", "Lay out a graph file");
     layout
-        ->add_option("INPUT", line.input,
+        ->add_option("INPUT", line.inputs,
                      "Graph file: node-link JSON (.json), GraphML (.graphml, .xml), an edge "
-                     "list (.edgelist, .edges, .txt) or DOT (.gv, .dot); - reads standard input")
+                     "list (.edgelist, .edges, .txt) or DOT (.gv, .dot); - reads standard input. "
+                     "Several files need --outdir")
         ->required();
+    layout->add_option("--outdir", line.outdir,
+                       "Lay out every INPUT and write DIR/NAME.EXT for each format of --to "
+                       "(NAME: the input's name without its extension; DIR is created if "
+                       "missing). A bad input is reported on its own line and the others go on; "
+                       "the exit status is 1 if any failed");
+    layout
+        ->add_option("-j,--jobs", line.jobs,
+                     "Files laid out at the same time with --outdir (default: one per hardware "
+                     "thread); each force layout then uses one thread unless --threads says "
+                     "otherwise. The outputs are the same for any number")
+        ->check(CLI::Range(1, 1024));
     layout->add_option(
         "-o,--output", line.output,
         "Output file; its extension picks the format (.json, .svg, .png, .pdf, .html, "
@@ -110,7 +122,8 @@ CLI::App* DefineCommandLine(CLI::App& app, CommandLine& line) {
                            "extension)");
     layout->add_option("--to", line.to,
                        std::string("Output format: ") + kOutputHelp +
-                           " (default: from OUTPUT's extension, json on standard output). PNG and "
+                           " (default: from OUTPUT's extension, json on standard output); with "
+                           "--outdir a comma-separated list (default: json). PNG and "
                            "PDF render the SVG drawing at its size in pixels (PDF at 96 pixels "
                            "per inch); a PNG beyond 32767 px a side is scaled down to fit");
     layout->add_option("-t,--type", line.type, "Layout: " + TypeHelp())->capture_default_str();
@@ -190,6 +203,10 @@ void ResolveChoices(CommandLine& line) {
 }
 
 Format InputFormat(const CommandLine& line) {
+    return InputFormatOf(line, line.input);
+}
+
+Format InputFormatOf(const CommandLine& line, const std::string& path) {
     if (!line.from.empty()) {
         const auto format = FormatByName(line.from);
         if (!format || IsDrawing(*format)) {
@@ -198,12 +215,12 @@ Format InputFormat(const CommandLine& line) {
         }
         return *format;
     }
-    if (line.input == "-") {
+    if (path == "-") {
         return Format::Json;
     }
-    const auto format = FormatOfPath(line.input);
+    const auto format = FormatOfPath(path);
     if (!format || IsDrawing(*format)) {
-        throw UsageError("cannot tell the format of \"" + line.input +
+        throw UsageError("cannot tell the format of \"" + path +
                          "\" from its extension; use --from " + kFormatHelp);
     }
     return *format;
@@ -226,6 +243,49 @@ Format OutputFormat(const CommandLine& line) {
                          "\" from its extension; use --to " + kOutputHelp);
     }
     return *format;
+}
+
+std::vector<Format> OutputFormats(const CommandLine& line) {
+    std::vector<Format> formats;
+    std::size_t start = 0;
+    while (start <= line.to.size() && !line.to.empty()) {
+        const std::size_t comma = std::min(line.to.find(',', start), line.to.size());
+        const std::string name = line.to.substr(start, comma - start);
+        const auto format = FormatByName(name);
+        if (!format) {
+            throw UsageError("--to: unknown output format \"" + name + "\"; use " + kOutputHelp);
+        }
+        if (std::find(formats.begin(), formats.end(), *format) == formats.end()) {
+            formats.push_back(*format);
+        }
+        start = comma + 1;
+    }
+    if (formats.empty()) {
+        formats.push_back(Format::Json);
+    }
+    return formats;
+}
+
+const char* FormatExtension(Format format) {
+    switch (format) {
+    case Format::GraphMl:
+        return ".graphml";
+    case Format::EdgeList:
+        return ".edgelist";
+    case Format::Dot:
+        return ".gv";
+    case Format::Svg:
+        return ".svg";
+    case Format::Png:
+        return ".png";
+    case Format::Pdf:
+        return ".pdf";
+    case Format::Html:
+        return ".html";
+    case Format::Json:
+        break;
+    }
+    return ".json";
 }
 
 } // namespace netloom_cli

@@ -1,6 +1,7 @@
 #pragma once
 
-// The command line: netloom layout INPUT [-o OUTPUT] [options].
+// The command line: netloom layout INPUT [-o OUTPUT] [options], or
+// netloom layout INPUT... --outdir DIR [--to FORMAT,...] [--jobs N] [options].
 
 #include "graph_file.h"
 #include "layout_run.h"
@@ -9,14 +10,19 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace netloom_cli {
 
 struct CommandLine {
-    std::string input;
-    std::string output; // empty: standard output
-    std::string from;   // format names as given, empty: from the extension
-    std::string to;
+    std::vector<std::string> inputs;
+    std::string input;         // the one input without --outdir
+    std::string output;        // empty: standard output
+    std::string from;          // format names as given, empty: from the extension
+    std::string to;            // with --outdir, a comma-separated list
+    std::string outdir;        // empty: one input, one output
+    int jobs = 0;              // workers of a batch; 0: one per hardware thread
+    bool threadsGiven = false; // --threads was given
     std::string type = "hierarchy";
     std::string progress = "auto";
     LayoutOptions layout;
@@ -36,6 +42,11 @@ void ResolveChoices(CommandLine& line);
 // The input and output formats: --from/--to, else the file extension, else JSON
 // for standard output. Throws UsageError.
 Format InputFormat(const CommandLine& line);
+Format InputFormatOf(const CommandLine& line, const std::string& path);
 Format OutputFormat(const CommandLine& line);
+// The formats of a batch: each of --to's comma-separated names, JSON without it.
+std::vector<Format> OutputFormats(const CommandLine& line);
+// The usual file extension of a format (".json", ".gv", ...).
+const char* FormatExtension(Format format);
 
 } // namespace netloom_cli

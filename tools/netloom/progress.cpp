@@ -4,8 +4,9 @@
 
 namespace netloom_cli {
 
-ProgressLine::ProgressLine(bool show, double delaySeconds)
-    : m_bShow(show), m_dDelay(delaySeconds), m_start(std::chrono::steady_clock::now()) {
+ProgressLine::ProgressLine(bool show, double delaySeconds, const char* what)
+    : m_bShow(show), m_pWhat(what), m_dDelay(delaySeconds),
+      m_start(std::chrono::steady_clock::now()) {
     if (m_bShow) {
         m_thread = std::thread([this] { Run(); });
     }
@@ -37,8 +38,8 @@ void ProgressLine::Run() {
 void ProgressLine::Draw() {
     const double elapsed =
         std::chrono::duration<double>(std::chrono::steady_clock::now() - m_start).count();
-    std::fprintf(stderr, "\rnetloom: laying out components %d/%d, %.1f s", m_iDone.load(),
-                 m_iTotal.load(), elapsed);
+    std::fprintf(stderr, "\rnetloom: %s %d/%d, %.1f s", m_pWhat, m_iDone.load(), m_iTotal.load(),
+                 elapsed);
     std::fflush(stderr);
     m_bDrawn = true;
 }

@@ -14,7 +14,8 @@ namespace netloom_cli {
 class ProgressLine {
 public:
     // show: whether to draw at all; delaySeconds: how long to stay quiet first.
-    ProgressLine(bool show, double delaySeconds);
+    // what: what is counted ("laying out components").
+    ProgressLine(bool show, double delaySeconds, const char* what = "laying out components");
     ~ProgressLine();
     ProgressLine(const ProgressLine&) = delete;
     ProgressLine& operator=(const ProgressLine&) = delete;
@@ -29,6 +30,7 @@ private:
     void Draw();
 
     bool m_bShow;
+    const char* m_pWhat;
     double m_dDelay;
     std::chrono::steady_clock::time_point m_start;
     std::atomic<int> m_iDone{0};

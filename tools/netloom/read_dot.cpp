@@ -121,7 +121,10 @@ public:
             throw InputError(m_path, ErrorLine(message), 0,
                              "malformed DOT: " + (message.empty() ? "no graph" : message));
         }
-        graph.dot.reset(g, [](Agraph_t* d) { agclose(d); });
+        graph.dot.reset(g, [](Agraph_t* d) {
+            const std::lock_guard<std::recursive_mutex> lock(GraphvizLock());
+            agclose(d);
+        });
         graph.directed = agisdirected(g) != 0;
         graph.ReserveNodes(static_cast<std::size_t>(agnnodes(g)));
         for (Agnode_t* n = agfstnode(g); n != nullptr; n = agnxtnode(g, n)) {
@@ -215,7 +218,13 @@ private:
 
 } // namespace
 
+std::recursive_mutex& GraphvizLock() {
+    static std::recursive_mutex lock;
+    return lock;
+}
+
 FileGraph ReadDot(const std::string& path, const std::string& text) {
+    const std::lock_guard<std::recursive_mutex> lock(GraphvizLock());
     return DotReader(path, text).Read();
 }
 

@@ -5,6 +5,7 @@
 
 #include "graph_file.h"
 
+#include <mutex>
 #include <string>
 
 namespace netloom_cli {
@@ -17,7 +18,9 @@ FileGraph ReadGraphMl(const std::string& path, const std::string& text);
 // line for nodes of their own.
 FileGraph ReadEdgeList(const std::string& path, const std::string& text);
 
-// DOT, through Graphviz's graph library.
+// DOT, through Graphviz's graph library. That library keeps global state (its
+// scanner, its error handler): every use of it holds this lock.
+std::recursive_mutex& GraphvizLock();
 FileGraph ReadDot(const std::string& path, const std::string& text);
 
 // Reads a text or a file of the given format; `name` names the text in errors.

@@ -2,6 +2,7 @@
 // as it is (neato -n2): the input graph with all its attributes when it was DOT,
 // else a fresh graph. Layout units are points; Graphviz's y grows upward.
 
+#include "readers.h"
 #include "writers.h"
 
 #include <graphviz/cgraph.h>
@@ -73,6 +74,7 @@ std::string WriteDot(FileGraph& graph, const LayoutResult& result) {
     if (graph.format != Format::Dot || !graph.dot) {
         return FreshDot(graph, result);
     }
+    const std::lock_guard<std::recursive_mutex> lock(GraphvizLock());
     Agraph_t* g = graph.dot.get();
     for (std::size_t i = 0; i < graph.nodes.size(); ++i) {
         const std::string pos = Position(result.x[i], result.y[i], graph.nodes[i].fixed);

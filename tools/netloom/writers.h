@@ -32,6 +32,11 @@ std::string RenderPdf(const std::string& svg);
 // zoom, search and the edges of the node under the pointer.
 std::string WriteHtml(const FileGraph& graph, const LayoutResult& result);
 
+// The output file's content in the given format; warning gets a note for the
+// user, if any.
+std::string RenderAs(FileGraph& graph, const LayoutResult& result, Format format,
+                     std::string& warning);
+
 // Shortest decimal text that reads back as the same double.
 std::string FormatNumber(double value);
 // Text escaped for XML content and attribute values.
