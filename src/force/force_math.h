@@ -40,18 +40,19 @@ inline void Repulsion(double px, double py, double x, double y, double k, double
 
 // A natural length of 0 or below would divide by zero: the layout distance
 // stands in for it.
-inline double SpringLength(double normalLength) {
-    return normalLength > 0.0 ? normalLength : g_dLayoutDistance;
+inline double SpringLength(double normalLength, double distance = g_dLayoutDistance) {
+    return normalLength > 0.0 ? normalLength : distance;
 }
 
 // Spring pull of one edge (source (sx, sy), destination (tx, ty)) on one of its
-// ends; atDest selects the destination end.
+// ends; atDest selects the destination end. `distance` is the layout distance
+// (a thread's parameter, taken once per pass by the layout).
 inline void Spring(double sx, double sy, double tx, double ty, double normalLength, bool atDest,
-                   double& fx, double& fy) {
+                   double& fx, double& fy, double distance = g_dLayoutDistance) {
     const double lx = sx - tx;
     const double ly = sy - ty;
     const double length = std::sqrt(lx * lx + ly * ly);
-    const double n = SpringLength(normalLength);
+    const double n = SpringLength(normalLength, distance);
     if (!(n > 0.0)) {
         // A layout distance of 0 or below leaves the spring without a length:
         // it pulls with no force rather than dividing by zero.
@@ -70,19 +71,20 @@ inline void Spring(double sx, double sy, double tx, double ty, double normalLeng
     }
 }
 
-// Limits a value to [-D, D].
-inline double LimitToDistance(double v) {
-    if (v > g_dLayoutDistance) {
-        return g_dLayoutDistance;
+// Limits a value to [-D, D] (D the layout distance).
+inline double LimitToDistance(double v, double distance = g_dLayoutDistance) {
+    if (v > distance) {
+        return distance;
     }
-    if (v < -g_dLayoutDistance) {
-        return -g_dLayoutDistance;
+    if (v < -distance) {
+        return -distance;
     }
     return v;
 }
 
-inline double Accelerated(double v, double step, double damping, double f) {
-    return LimitToDistance(v * damping + step * f);
+inline double Accelerated(double v, double step, double damping, double f,
+                          double distance = g_dLayoutDistance) {
+    return LimitToDistance(v * damping + step * f, distance);
 }
 
 } // namespace netloom::force

@@ -373,12 +373,12 @@ void CForceWorkspace::SumRepulsionGroup(const std::int32_t* nodes, int count, do
     m_pLaneWalk(args);
 }
 
-void CForceWorkspace::SpringTerms(std::size_t first, std::size_t end) {
+void CForceWorkspace::SpringTerms(std::size_t first, std::size_t end, double distance) {
     for (std::size_t e = first; e < end; ++e) {
         const Spring& spring = m_vecSprings[e];
         netloom::force::Spring(m_vecX[spring.source], m_vecY[spring.source], m_vecX[spring.dest],
                                m_vecY[spring.dest], spring.normalLength, false, m_vecTerms[e].x,
-                               m_vecTerms[e].y);
+                               m_vecTerms[e].y, distance);
     }
 }
 
@@ -435,12 +435,16 @@ void CForceWorkspace::IterateOnce(CQuadTree& tree, double step, double& energy) 
             work(0, items);
         }
     };
-    run(m_vecSprings.size(),
-        [this](std::size_t begin, std::size_t end) { SpringTerms(begin, end); });
+    // The layout distance is a parameter of the calling thread: read once here
+    // rather than once per node on every thread.
+    const double distance = g_dLayoutDistance;
+    run(m_vecSprings.size(), [this, distance](std::size_t begin, std::size_t end) {
+        SpringTerms(begin, end, distance);
+    });
     // Each node's force depends only on the tree and the positions, which stay
     // as they are during this pass: the nodes can be handled in any order and on
     // several threads without changing a bit.
-    auto forces = [this, step](std::size_t begin, std::size_t end) {
+    auto forces = [this, step, distance](std::size_t begin, std::size_t end) {
         std::int32_t group[8];
         double rx[8];
         double ry[8];
@@ -466,8 +470,8 @@ void CForceWorkspace::IterateOnce(CQuadTree& tree, double step, double& energy) 
                 SpringForce(i, tx, ty);
                 fx += tx;
                 fy += ty;
-                m_vecVx[i] = force::Accelerated(m_vecVx[i], step, force::kDamping, fx);
-                m_vecVy[i] = force::Accelerated(m_vecVy[i], step, force::kDamping, fy);
+                m_vecVx[i] = force::Accelerated(m_vecVx[i], step, force::kDamping, fx, distance);
+                m_vecVy[i] = force::Accelerated(m_vecVy[i], step, force::kDamping, fy, distance);
             }
             grouped = 0;
         };
@@ -490,14 +494,14 @@ void CForceWorkspace::IterateOnce(CQuadTree& tree, double step, double& energy) 
     // +0.0, which leaves the sum as it is (it starts at +0.0 and adds only
     // squares).
     m_vecEnergy.resize(count);
-    run(count, [this, step](std::size_t begin, std::size_t end) {
+    run(count, [this, step, distance](std::size_t begin, std::size_t end) {
         for (std::size_t i = begin; i < end; ++i) {
             if (m_vecFixed[i] != 0) {
                 m_vecEnergy[i] = 0.0;
                 continue;
             }
-            m_vecX[i] += force::LimitToDistance(step * m_vecVx[i]);
-            m_vecY[i] += force::LimitToDistance(step * m_vecVy[i]);
+            m_vecX[i] += force::LimitToDistance(step * m_vecVx[i], distance);
+            m_vecY[i] += force::LimitToDistance(step * m_vecVy[i], distance);
             m_vecEnergy[i] = m_vecVx[i] * m_vecVx[i] + m_vecVy[i] * m_vecVy[i];
         }
     });

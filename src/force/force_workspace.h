@@ -50,7 +50,7 @@ public:
     void SetThreads(int threads);
     // Spring pulls of the edges first .. end-1 on their source ends (a
     // destination end is pulled by exactly the negated force).
-    void SpringTerms(std::size_t first, std::size_t end);
+    void SpringTerms(std::size_t first, std::size_t end, double distance);
     // Sum of the spring pulls on node i, from the last SpringTerms.
     void SpringForce(int i, double& fx, double& fy) const;
 
