@@ -74,28 +74,4 @@ std::string XmlEscape(const std::string& text) {
     return out;
 }
 
-// The output file's content; warning gets a note for the user, if any.
-std::string RenderAs(FileGraph& graph, const LayoutResult& result, Format format,
-                     std::string& warning) {
-    switch (format) {
-    case Format::Svg:
-        return WriteSvg(graph, result);
-    case Format::Png:
-        return RenderPng(WriteSvg(graph, result), warning);
-    case Format::Pdf:
-        return RenderPdf(WriteSvg(graph, result));
-    case Format::GraphMl:
-        return WriteGraphMl(graph, result);
-    case Format::EdgeList:
-        return WriteEdgeList(graph, result);
-    case Format::Dot:
-        return WriteDot(graph, result);
-    case Format::Html:
-        return WriteHtml(graph, result);
-    case Format::Json:
-        break;
-    }
-    return WriteJson(graph, result);
-}
-
 } // namespace netloom_cli
