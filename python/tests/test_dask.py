@@ -15,9 +15,9 @@ distributed = pytest.importorskip(
 
 def test_cluster_positions_equal_the_local_ones():
     path = Path(os.environ.get("NETLOOM_EXAMPLES", "examples")) / "dask_layouts.py"
-    spec = importlib.util.spec_from_file_location("dask_layouts", path)
-    example = importlib.util.module_from_spec(spec)
-    spec.loader.exec_module(example)
+    found = importlib.util.spec_from_file_location("dask_layouts", path)
+    example = importlib.util.module_from_spec(found)
+    found.loader.exec_module(example)
     graphs = example.sample_graphs(24)
     cluster = distributed.LocalCluster(
         n_workers=2, threads_per_worker=1, processes=True, dashboard_address=None
