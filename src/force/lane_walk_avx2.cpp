@@ -21,15 +21,18 @@ struct Lanes4 {
     static V Mul(V a, V b) { return _mm256_mul_pd(a, b); }
     static V Div(V a, V b) { return _mm256_div_pd(a, b); }
     static V Max(V a, V b) { return _mm256_max_pd(a, b); }
-    static unsigned Bits(V m) { return static_cast<unsigned>(_mm256_movemask_pd(m)); }
-    static unsigned Lt(V a, V b) { return Bits(_mm256_cmp_pd(a, b, _CMP_LT_OQ)); }
-    static unsigned Le(V a, V b) { return Bits(_mm256_cmp_pd(a, b, _CMP_LE_OQ)); }
-    static unsigned Gt(V a, V b) { return Bits(_mm256_cmp_pd(a, b, _CMP_GT_OQ)); }
-    static V Select(unsigned m, V a, V b) {
+    using M = __m256d;
+    static M Le(V a, V b) { return _mm256_cmp_pd(a, b, _CMP_LE_OQ); }
+    static M Gt(V a, V b) { return _mm256_cmp_pd(a, b, _CMP_GT_OQ); }
+    static M And(M a, M b) { return _mm256_and_pd(a, b); }
+    static M AndNot(M a, M b) { return _mm256_andnot_pd(b, a); }
+    static unsigned Bits(M m) { return static_cast<unsigned>(_mm256_movemask_pd(m)); }
+    static M FromBits(unsigned m) {
         const __m256i bits = _mm256_set_epi64x(8, 4, 2, 1);
         const __m256i set = _mm256_and_si256(_mm256_set1_epi64x(m), bits);
-        return _mm256_blendv_pd(b, a, _mm256_castsi256_pd(_mm256_cmpeq_epi64(set, bits)));
+        return _mm256_castsi256_pd(_mm256_cmpeq_epi64(set, bits));
     }
+    static V Blend(M m, V a, V b) { return _mm256_blendv_pd(b, a, m); }
 };
 
 } // namespace

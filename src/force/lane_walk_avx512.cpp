@@ -22,12 +22,14 @@ struct Lanes8 {
     static V Div(V a, V b) { return _mm512_div_pd(a, b); }
     // Masked form: the plain one trips a false uninitialised warning in GCC 12.
     static V Max(V a, V b) { return _mm512_maskz_max_pd(static_cast<__mmask8>(0xFF), a, b); }
-    static unsigned Lt(V a, V b) { return _mm512_cmp_pd_mask(a, b, _CMP_LT_OQ); }
-    static unsigned Le(V a, V b) { return _mm512_cmp_pd_mask(a, b, _CMP_LE_OQ); }
-    static unsigned Gt(V a, V b) { return _mm512_cmp_pd_mask(a, b, _CMP_GT_OQ); }
-    static V Select(unsigned m, V a, V b) {
-        return _mm512_mask_blend_pd(static_cast<__mmask8>(m), b, a);
-    }
+    using M = __mmask8;
+    static M Le(V a, V b) { return _mm512_cmp_pd_mask(a, b, _CMP_LE_OQ); }
+    static M Gt(V a, V b) { return _mm512_cmp_pd_mask(a, b, _CMP_GT_OQ); }
+    static M And(M a, M b) { return static_cast<M>(a & b); }
+    static M AndNot(M a, M b) { return static_cast<M>(a & ~b); }
+    static unsigned Bits(M m) { return m; }
+    static M FromBits(unsigned m) { return static_cast<M>(m); }
+    static V Blend(M m, V a, V b) { return _mm512_mask_blend_pd(m, b, a); }
 };
 
 } // namespace

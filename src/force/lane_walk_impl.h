@@ -2,11 +2,13 @@
 
 // The group walk, written once over a lane type L, and compiled once per vector
 // width in its own file with that width's instructions. L provides kWidth, a
-// vector V of kWidth doubles, Set1, Load, Store, Add, Sub, Mul, Div, the
-// comparisons Lt, Le, Gt (ordered, as a bit mask of lanes) and Select(mask, a,
-// b) (a in the masked lanes, b elsewhere) and Max. Only the arithmetic of the one-node
-// descent happens in a lane; a lane that is not at a cell keeps its sums by
-// selection, never by adding a zero.
+// vector V of kWidth doubles and a lane mask M; Set1, Load, Store, Add, Sub,
+// Mul, Div and Max on V; the comparisons Le and Gt (ordered) giving an M; And,
+// AndNot (a and not b) on masks, Bits (the mask as lane bits) and FromBits;
+// and Blend(m, a, b) (a in the lanes of m, b elsewhere). Only the arithmetic
+// of the one-node descent happens in a lane; a lane that is not at a cell
+// keeps its sums by blending, never by adding a zero. Masks stay in vector
+// form for the arithmetic; their bits decide the branches.
 
 #include "force/lane_walk.h"
 
@@ -19,10 +21,13 @@ namespace netloom::force {
 // Wider groups share more of their descent than one vector holds.
 template <class H> struct Twice {
     static constexpr int kWidth = 2 * H::kWidth;
-    static constexpr unsigned kHalf = (1u << H::kWidth) - 1u;
     struct V {
         typename H::V lo;
         typename H::V hi;
+    };
+    struct M {
+        typename H::M lo;
+        typename H::M hi;
     };
     static V Set1(double v) { return {H::Set1(v), H::Set1(v)}; }
     static V Load(const double* p) { return {H::Load(p), H::Load(p + H::kWidth)}; }
@@ -35,17 +40,22 @@ template <class H> struct Twice {
     static V Mul(V a, V b) { return {H::Mul(a.lo, b.lo), H::Mul(a.hi, b.hi)}; }
     static V Div(V a, V b) { return {H::Div(a.lo, b.lo), H::Div(a.hi, b.hi)}; }
     static V Max(V a, V b) { return {H::Max(a.lo, b.lo), H::Max(a.hi, b.hi)}; }
-    static unsigned Join(unsigned lo, unsigned hi) { return lo | hi << H::kWidth; }
-    static unsigned Lt(V a, V b) { return Join(H::Lt(a.lo, b.lo), H::Lt(a.hi, b.hi)); }
-    static unsigned Le(V a, V b) { return Join(H::Le(a.lo, b.lo), H::Le(a.hi, b.hi)); }
-    static unsigned Gt(V a, V b) { return Join(H::Gt(a.lo, b.lo), H::Gt(a.hi, b.hi)); }
-    static V Select(unsigned m, V a, V b) {
-        return {H::Select(m & kHalf, a.lo, b.lo), H::Select(m >> H::kWidth & kHalf, a.hi, b.hi)};
+    static M Le(V a, V b) { return {H::Le(a.lo, b.lo), H::Le(a.hi, b.hi)}; }
+    static M Gt(V a, V b) { return {H::Gt(a.lo, b.lo), H::Gt(a.hi, b.hi)}; }
+    static M And(M a, M b) { return {H::And(a.lo, b.lo), H::And(a.hi, b.hi)}; }
+    static M AndNot(M a, M b) { return {H::AndNot(a.lo, b.lo), H::AndNot(a.hi, b.hi)}; }
+    static unsigned Bits(M m) { return H::Bits(m.lo) | H::Bits(m.hi) << H::kWidth; }
+    static M FromBits(unsigned b) {
+        return {H::FromBits(b & ((1u << H::kWidth) - 1u)), H::FromBits(b >> H::kWidth)};
+    }
+    static V Blend(M m, V a, V b) {
+        return {H::Blend(m.lo, a.lo, b.lo), H::Blend(m.hi, a.hi, b.hi)};
     }
 };
 
 template <class L> void WalkLanes(const LaneWalkArgs& a) {
     using V = typename L::V;
+    using M = typename L::M;
     constexpr int kWidth = L::kWidth;
     alignas(64) double lx[kWidth];
     alignas(64) double ly[kWidth];
@@ -80,27 +90,36 @@ template <class L> void WalkLanes(const LaneWalkArgs& a) {
     Waiting waiting[72];
     int top = 0;
     unsigned active = (1u << a.count) - 1u;
+    M activeM = L::FromBits(active);
     const FlatCell* cells = a.cells;
+    const std::int32_t cellCount = a.cellCount;
+    // Where the innermost waiting lanes come back (past the end when none wait).
+    std::int32_t resume = cellCount;
     std::int32_t i = 0;
-    while (i < a.cellCount) {
-        while (top > 0 && waiting[top - 1].end == i) {
-            active |= waiting[--top].lanes;
+    while (i < cellCount) {
+        if (i == resume) {
+            do {
+                active |= waiting[--top].lanes;
+            } while (top > 0 && waiting[top - 1].end == i);
+            resume = top > 0 ? waiting[top - 1].end : cellCount;
+            activeM = L::FromBits(active);
         }
         const FlatCell& c = cells[i];
         const V dx = L::Sub(L::Set1(c.centerX), px);
         const V dy = L::Sub(L::Set1(c.centerY), py);
         const V d2 = L::Add(L::Mul(dx, dx), L::Mul(dy, dy));
-        const unsigned near = L::Le(d2, two);
-        // A leaf beyond reach lies beyond the cut-off too: the pruning test
-        // would only skip what adds nothing.
+        const M nearM = L::Le(d2, two);
+        const M inRangeM = L::Le(d2, cutoff);
+        // A cell or leaf beyond the cut-off adds zeros, which leave a sum as it
+        // is (a sum that starts at +0.0 never becomes -0.0): lanes with nothing
+        // to add skip the arithmetic.
         if (c.count == 1) {
-            const unsigned push = active & near;
-            if (push != 0) {
-                sx = L::Select(push, L::Add(sx, pushX), sx);
-                sy = L::Select(push, L::Add(sy, pushY), sy);
-            }
-            const unsigned pull = active & ~near & L::Le(d2, cutoff);
-            if (pull != 0) {
+            const M pushM = L::And(activeM, nearM);
+            const M pullM = L::AndNot(L::And(activeM, inRangeM), nearM);
+            const unsigned pull = L::Bits(pullM);
+            if ((L::Bits(pushM) | pull) != 0) {
+                sx = L::Blend(pushM, L::Add(sx, pushX), sx);
+                sy = L::Blend(pushM, L::Add(sy, pushY), sy);
                 V negK = negFar;
                 if ((pull & ~plain) != 0) {
                     alignas(64) double negPair[kWidth];
@@ -111,46 +130,47 @@ template <class L> void WalkLanes(const LaneWalkArgs& a) {
                     }
                     negK = L::Load(negPair);
                 }
-                const V d2Safe = L::Select(pull, d2, one);
-                sx = L::Select(pull, L::Add(sx, L::Div(L::Mul(negK, dx), d2Safe)), sx);
-                sy = L::Select(pull, L::Add(sy, L::Div(L::Mul(negK, dy), d2Safe)), sy);
+                const V d2Safe = L::Blend(pullM, d2, one);
+                sx = L::Blend(pullM, L::Add(sx, L::Div(L::Mul(negK, dx), d2Safe)), sx);
+                sy = L::Blend(pullM, L::Add(sy, L::Div(L::Mul(negK, dy), d2Safe)), sy);
             }
             i = c.next;
             continue;
         }
-        unsigned live = active;
-        if (a.k.prune) {
-            // How far each lane lies outside the reach box, per axis.
+        const M farM = L::And(activeM, L::Gt(d2, L::Set1(c.farSqr)));
+        const M pushM = L::And(farM, nearM);
+        const M pullM = L::AndNot(L::And(farM, inRangeM), nearM);
+        if ((L::Bits(pushM) | L::Bits(pullM)) != 0) {
+            // One charge of D squared per node at the centre, times the count;
+            // +0.0 in the lanes that are not far.
+            const V d2Safe = L::Blend(pullM, d2, one);
+            V tx = L::Blend(pullM, L::Div(L::Mul(negFar, dx), d2Safe), zero);
+            V ty = L::Blend(pullM, L::Div(L::Mul(negFar, dy), d2Safe), zero);
+            tx = L::Blend(pushM, pushX, tx);
+            ty = L::Blend(pushM, pushY, ty);
+            const V count = L::Set1(static_cast<double>(c.count));
+            sx = L::Add(sx, L::Mul(tx, count));
+            sy = L::Add(sy, L::Mul(ty, count));
+        }
+        M openM = L::AndNot(activeM, farM);
+        unsigned open = c.wide != 0 ? L::Bits(openM) : 0u;
+        if (open != 0 && a.k.prune) {
+            // Lanes wholly beyond reach of the cell would find only zeros inside.
             const V ex = L::Max(
                 L::Max(L::Sub(L::Set1(c.reachLeft), px), L::Sub(px, L::Set1(c.reachRight))), zero);
             const V ey = L::Max(
                 L::Max(L::Sub(L::Set1(c.reachTop), py), L::Sub(py, L::Set1(c.reachBottom))), zero);
-            live &= ~L::Gt(L::Add(L::Mul(ex, ex), L::Mul(ey, ey)), reachSqr);
-            if (live == 0) {
-                i = c.next;
-                continue;
-            }
+            openM = L::AndNot(openM, L::Gt(L::Add(L::Mul(ex, ex), L::Mul(ey, ey)), reachSqr));
+            open = L::Bits(openM);
         }
-        const unsigned far = live & L::Gt(d2, L::Set1(c.farSqr));
-        if (far != 0) {
-            // One charge of D squared per node at the centre, times the count.
-            const unsigned pull = far & ~near & L::Le(d2, cutoff);
-            const V d2Safe = L::Select(pull, d2, one);
-            V tx = L::Select(pull, L::Div(L::Mul(negFar, dx), d2Safe), zero);
-            V ty = L::Select(pull, L::Div(L::Mul(negFar, dy), d2Safe), zero);
-            tx = L::Select(near, pushX, tx);
-            ty = L::Select(near, pushY, ty);
-            const V count = L::Set1(static_cast<double>(c.count));
-            sx = L::Select(far, L::Add(sx, L::Mul(tx, count)), sx);
-            sy = L::Select(far, L::Add(sy, L::Mul(ty, count)), sy);
-        }
-        const unsigned open = c.wide != 0 ? live & ~far : 0u;
         if (open != 0) {
             const unsigned rest = active & ~open;
             if (rest != 0) {
                 waiting[top++] = {c.next, rest};
+                resume = c.next;
             }
             active = open;
+            activeM = openM;
             i = i + 1;
         } else {
             i = c.next;

@@ -20,20 +20,16 @@ struct Lanes2 {
     static V Mul(V a, V b) { return _mm_mul_pd(a, b); }
     static V Div(V a, V b) { return _mm_div_pd(a, b); }
     static V Max(V a, V b) { return _mm_max_pd(a, b); }
-    static unsigned Lt(V a, V b) {
-        return static_cast<unsigned>(_mm_movemask_pd(_mm_cmplt_pd(a, b)));
+    using M = __m128d;
+    static M Le(V a, V b) { return _mm_cmple_pd(a, b); }
+    static M Gt(V a, V b) { return _mm_cmpgt_pd(a, b); }
+    static M And(M a, M b) { return _mm_and_pd(a, b); }
+    static M AndNot(M a, M b) { return _mm_andnot_pd(b, a); }
+    static unsigned Bits(M m) { return static_cast<unsigned>(_mm_movemask_pd(m)); }
+    static M FromBits(unsigned m) {
+        return _mm_castsi128_pd(_mm_set_epi64x((m & 2u) != 0 ? -1 : 0, (m & 1u) != 0 ? -1 : 0));
     }
-    static unsigned Le(V a, V b) {
-        return static_cast<unsigned>(_mm_movemask_pd(_mm_cmple_pd(a, b)));
-    }
-    static unsigned Gt(V a, V b) {
-        return static_cast<unsigned>(_mm_movemask_pd(_mm_cmpgt_pd(a, b)));
-    }
-    static V Select(unsigned m, V a, V b) {
-        const __m128d mask =
-            _mm_castsi128_pd(_mm_set_epi64x((m & 2u) != 0 ? -1 : 0, (m & 1u) != 0 ? -1 : 0));
-        return _mm_or_pd(_mm_and_pd(mask, a), _mm_andnot_pd(mask, b));
-    }
+    static V Blend(M m, V a, V b) { return _mm_or_pd(_mm_and_pd(m, a), _mm_andnot_pd(m, b)); }
 };
 
 } // namespace
