@@ -105,6 +105,9 @@ template <class L> void WalkLanes(const LaneWalkArgs& a) {
             activeM = L::FromBits(active);
         }
         const FlatCell& c = cells[i];
+        // The cell after this one's subtree: where the walk goes on when no
+        // lane opens this cell.
+        __builtin_prefetch(&cells[c.next]);
         const V dx = L::Sub(L::Set1(c.centerX), px);
         const V dy = L::Sub(L::Set1(c.centerY), py);
         const V d2 = L::Add(L::Mul(dx, dx), L::Mul(dy, dy));
