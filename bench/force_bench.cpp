@@ -58,10 +58,10 @@ CConnectedGraph* Settled(CNetworkGraph& g, int kind, int n) {
         // NETLOOM_BENCH_SETTLED names a folder that keeps settled states between
         // runs (raw doubles, this machine's byte order).
         const char* folder = std::getenv("NETLOOM_BENCH_SETTLED");
-        const std::string file = folder == nullptr ? std::string()
-                                                   : std::string(folder) + "/settled-" +
-                                                         std::to_string(kind) + "-" +
-                                                         std::to_string(n) + ".bin";
+        const std::string file = folder == nullptr
+                                     ? std::string()
+                                     : std::string(folder) + "/settled-" + std::to_string(kind) +
+                                           "-" + std::to_string(n) + ".bin";
         State state;
         std::vector<double>* parts[] = {&state.x, &state.y, &state.vx, &state.vy};
         const std::size_t count = comp->GetNodeMap().size();
@@ -167,6 +167,24 @@ void BM_RepulsionWalk(benchmark::State& state) {
                            benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
 }
 
+// The quadrant tree alone, built from settled positions; the second argument
+// is the threads.
+void BM_BuildTree(benchmark::State& state) {
+    CNetworkGraph g;
+    CConnectedGraph* comp = Settled(g, 0, static_cast<int>(state.range(0)));
+    CForceWorkspace workspace(*comp, true);
+    workspace.SetThreads(static_cast<int>(state.range(1)));
+    CQuadTree tree;
+    double energy = 0.0;
+    workspace.IterateOnce(tree, 0.5, energy); // renumbers the nodes in leaf order
+    for (auto _ : state) {
+        workspace.BuildTree(tree);
+    }
+    state.counters["ns_per_node"] = benchmark::Counter(
+        static_cast<double>(workspace.Size()) * static_cast<double>(state.iterations()) * 1e-9,
+        benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
+}
+
 void BM_ForceLayout(benchmark::State& state) {
     const int kind = static_cast<int>(state.range(0));
     const int n = static_cast<int>(state.range(1));
@@ -213,6 +231,7 @@ BENCHMARK(BM_ForceIteration)
 BENCHMARK(BM_RepulsionWalk)
     ->ArgsProduct({{10000, 100000}, {1, 2, 4, 8}})
     ->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_BuildTree)->ArgsProduct({{100000}, {1, 2}})->Unit(benchmark::kMicrosecond);
 BENCHMARK(BM_ForceLayout)
     ->ArgsProduct({{0, 1}, {1000, 10000}, {1, 0}})
     ->Unit(benchmark::kMillisecond)

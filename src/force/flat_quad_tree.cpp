@@ -84,11 +84,25 @@ struct QuadrantOf {
     std::int64_t mx;
     std::int64_t my;
     int operator()(std::int32_t x, std::int32_t y) const {
-        const bool highX = x >= mx;
-        const bool highY = y >= my;
-        return highY ? (highX ? 2 : 3) : (highX ? 1 : 0);
+        const int highX = x >= mx ? 1 : 0;
+        const int highY = y >= my ? 1 : 0;
+        // 0 and 1 along the top, then 2 and 3 back along the bottom; without
+        // branches, which points in random order would mispredict.
+        return highY << 1 | (highX ^ highY);
     }
 };
+
+template <class Box> QuadrantOf SplitOf(const Box& box) {
+    return {box.left + (box.right - box.left) / 2, box.top + (box.bottom - box.top) / 2};
+}
+
+// The four quadrants of a cell split at `at`, in child order.
+template <class Box> void QuadrantBoxes(const Box& box, const QuadrantOf& at, Box quadrants[4]) {
+    quadrants[0] = {box.left, box.top, at.mx, at.my};
+    quadrants[1] = {at.mx, box.top, box.right, at.my};
+    quadrants[2] = {at.mx, at.my, box.right, box.bottom};
+    quadrants[3] = {box.left, at.my, at.mx, box.bottom};
+}
 
 // Points per block of the parallel partition, and the cells large enough to
 // be partitioned on several threads.
@@ -105,9 +119,7 @@ constexpr std::size_t kParallelPartition = 16384;
 void FlatQuadTree::Partition(const Point* from, Point* to, std::size_t begin, std::size_t end,
                              const Box& box, std::size_t starts[4], std::size_t sizes[4],
                              Box quadrants[4], WorkerPool* pool) {
-    const std::int64_t mx = box.left + (box.right - box.left) / 2;
-    const std::int64_t my = box.top + (box.bottom - box.top) / 2;
-    const QuadrantOf quadrant{mx, my};
+    const QuadrantOf quadrant = SplitOf(box);
     const std::size_t blocks =
         pool != nullptr ? (end - begin + kPartitionBlock - 1) / kPartitionBlock : 1;
     const std::size_t block = pool != nullptr ? kPartitionBlock : end - begin;
@@ -157,14 +169,14 @@ void FlatQuadTree::Partition(const Point* from, Point* to, std::size_t begin, st
     } else {
         move(0, blocks);
     }
-    quadrants[0] = {box.left, box.top, mx, my};
-    quadrants[1] = {mx, box.top, box.right, my};
-    quadrants[2] = {mx, my, box.right, box.bottom};
-    quadrants[3] = {box.left, my, mx, box.bottom};
+    QuadrantBoxes(box, quadrant, quadrants);
 }
 
+// With `counts`, how many of the cell's nodes fall in each of its quadrants is
+// known: the parent's distribution counted it while moving them, as this cell
+// counts for its children, which saves a pass over the nodes per level.
 void FlatQuadTree::BuildCell(std::vector<FlatCell>& out, Point* from, Point* to, std::size_t begin,
-                             std::size_t end, const Box& box) {
+                             std::size_t end, const Box& box, const std::size_t* counts) {
     const auto count = static_cast<std::int32_t>(end - begin);
     const std::int32_t self = AddCell(out, box.left, box.top, box.right, box.bottom, count);
     if (count == 1) {
@@ -189,16 +201,42 @@ void FlatQuadTree::BuildCell(std::vector<FlatCell>& out, Point* from, Point* to,
         narrow.next = self + 1;
         return;
     }
-    std::size_t starts[4];
-    std::size_t sizes[4];
+    const QuadrantOf quadrant = SplitOf(box);
+    std::size_t sizes[4] = {0, 0, 0, 0};
+    if (counts != nullptr) {
+        std::copy(counts, counts + 4, sizes);
+    } else {
+        for (std::size_t i = begin; i < end; ++i) {
+            ++sizes[quadrant(from[i].x, from[i].y)];
+        }
+    }
     Box quadrants[4];
-    Partition(from, to, begin, end, box, starts, sizes, quadrants);
+    QuadrantBoxes(box, quadrant, quadrants);
+    const QuadrantOf inner[4] = {SplitOf(quadrants[0]), SplitOf(quadrants[1]),
+                                 SplitOf(quadrants[2]), SplitOf(quadrants[3])};
+    std::size_t starts[4];
+    std::size_t fill[4];
+    std::size_t at = begin;
+    for (int q = 0; q < 4; ++q) {
+        starts[q] = at;
+        fill[q] = at;
+        at += sizes[q];
+    }
+    // Stable: each quadrant lists its nodes in the order they come here.
+    std::size_t innerSizes[16] = {};
+    for (std::size_t i = begin; i < end; ++i) {
+        const Point p = from[i];
+        const int q = quadrant(p.x, p.y);
+        to[fill[q]++] = p;
+        ++innerSizes[q * 4 + inner[q](p.x, p.y)];
+    }
     std::int32_t children[4];
     for (int q = 0; q < 4; ++q) {
         children[q] = -1;
         if (sizes[q] != 0) {
             children[q] = static_cast<std::int32_t>(out.size());
-            BuildCell(out, to, from, starts[q], starts[q] + sizes[q], quadrants[q]);
+            BuildCell(out, to, from, starts[q], starts[q] + sizes[q], quadrants[q],
+                      &innerSizes[q * 4]);
         }
     }
     Finish(out, self, children, static_cast<std::int32_t>(out.size()));
