@@ -51,7 +51,9 @@ int CForceWorkspace::Iterate(CQuadTree& tree, double& energy, netloom::ProgressR
     for (int iteration = 0; iteration < force::kMaxIterations; ++iteration) {
         ++iterations;
         IterateOnce(tree, step, energy);
-        if (report != nullptr && report->ForceIteration(iterations, energy, threshold, units)) {
+        const bool last = energy < threshold || iterations == force::kMaxIterations;
+        if (report != nullptr &&
+            report->ForceIteration(iterations, energy, threshold, units, last)) {
             break; // the positions reached so far stand
         }
         if (energy < threshold) {

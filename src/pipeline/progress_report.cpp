@@ -19,8 +19,14 @@ void ProgressReport::BeginComponent(int index, std::int64_t budget) {
 }
 
 void ProgressReport::EndComponent() {
-    m_record.workTotal += (m_record.workDone - m_nComponentStart) - m_nBudget;
-    m_nBudget = m_record.workDone - m_nComponentStart;
+    Settle();
+}
+
+// The component's estimate becomes the work it has done.
+void ProgressReport::Settle() {
+    const std::int64_t spent = m_record.workDone - m_nComponentStart;
+    m_record.workTotal += spent - m_nBudget;
+    m_nBudget = spent;
 }
 
 bool ProgressReport::Step(const char* name, std::int64_t work) {
@@ -33,13 +39,13 @@ bool ProgressReport::Step(const char* name, std::int64_t work) {
 }
 
 bool ProgressReport::ForceIteration(int iteration, double energy, double threshold,
-                                    std::int64_t work) {
+                                    std::int64_t work, bool last) {
     m_record.step = "ForceDirectedLayout";
     m_record.iteration = iteration;
     m_record.maxIterations = force::kMaxIterations;
     m_record.energy = energy;
     m_record.threshold = threshold;
-    return Report(work);
+    return Report(work, last);
 }
 
 bool ProgressReport::Rest(const char* name) {
@@ -47,14 +53,12 @@ bool ProgressReport::Rest(const char* name) {
     return Step(name, m_nBudget > spent ? m_nBudget - spent : 0);
 }
 
-bool ProgressReport::Report(std::int64_t work) {
+bool ProgressReport::Report(std::int64_t work, bool last) {
     m_bStepsInComponent = true;
     m_record.workDone += work;
     // A step beyond the estimate raises the total with it.
-    const std::int64_t spent = m_record.workDone - m_nComponentStart;
-    if (spent > m_nBudget) {
-        m_record.workTotal += spent - m_nBudget;
-        m_nBudget = spent;
+    if (last || m_record.workDone - m_nComponentStart > m_nBudget) {
+        Settle();
     }
     if (!m_bStop && m_monitor) {
         m_bStop = m_monitor(m_record);

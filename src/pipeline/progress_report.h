@@ -21,8 +21,10 @@ public:
     void EndComponent();
     // A finished step of `work` units. Returns true when the host has asked to stop.
     bool Step(const char* name, std::int64_t work);
-    // A finished force iteration of `work` units.
-    bool ForceIteration(int iteration, double energy, double threshold, std::int64_t work);
+    // A finished force iteration of `work` units; `last` when the component's
+    // layout ends with it (its estimate then becomes the work done).
+    bool ForceIteration(int iteration, double energy, double threshold, std::int64_t work,
+                        bool last);
     // What is left of the component's estimate, reported as one step of that name.
     bool Rest(const char* name);
 
@@ -37,7 +39,8 @@ public:
     std::int64_t WorkDone() const { return m_record.workDone; }
 
 private:
-    bool Report(std::int64_t work);
+    bool Report(std::int64_t work, bool last = false);
+    void Settle();
 
     const ProgressMonitor& m_monitor;
     LayoutProgress m_record;
