@@ -7,22 +7,13 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <map>
 #include <string>
-#include <utility>
 #include <vector>
 
 namespace {
 
-using Positions = std::map<int, std::pair<double, double>>;
-
-Positions Read(const CNetworkGraph& g) {
-    Positions p;
-    for (const auto& entry : g.GetNodeMap()) {
-        p[entry.first] = {entry.second->X(), entry.second->Y()};
-    }
-    return p;
-}
+using netloom_test::Positions;
+using netloom_test::Read;
 
 // Three components: a random graph of 30 nodes, a triangle, a lone node; the
 // last two start far out, so that a layout that skips them shows.
@@ -36,157 +27,72 @@ void Build(CNetworkGraph& g) {
     g.AddEdge(1003, 33, 31, 40, 0, 0, false);
 }
 
-// The records of one layout, steps run together: "0:ForceDirectedLayout*37".
-struct Recorder {
-    std::vector<netloom::LayoutProgress> records;
-    std::string Steps() const {
-        std::string text;
-        for (std::size_t i = 0; i < records.size(); ++i) {
-            const auto& r = records[i];
-            if (i > 0 && records[i - 1].component == r.component &&
-                std::string(records[i - 1].step) == r.step) {
-                continue;
-            }
-            std::size_t run = 1;
-            while (i + run < records.size() && records[i + run].component == r.component &&
-                   std::string(records[i + run].step) == r.step) {
-                ++run;
-            }
-            text += " " + std::to_string(r.component) + ":" + r.step;
-            if (run > 1) {
-                text += "*" + std::to_string(run);
-            }
-        }
-        return text;
+// The steps a layout reports, each run of one step once ("0:ForceDirectedLayout").
+std::string Expected(int type) {
+    if (type == 1) {
+        return " 0:RadiantLayout 0:ForceDirectedLayout 1:RadiantLayout 1:ForceDirectedLayout "
+               "2:ForceDirectedLayout";
     }
-};
-
-std::string LayeredSteps(int component, bool hierarchy) {
+    if (type == 4) {
+        return " 0:RadiantLayout 1:RadiantLayout 2:RadiantLayout";
+    }
     std::string text;
-    for (const auto& step : CLayeredLayout::Steps()) {
-        text += " " + std::to_string(component) + ":" + step.name;
+    for (const char* c : {" 0:", " 1:"}) {
+        for (const auto& step : CLayeredLayout::Steps()) {
+            text += c + std::string(step.name);
+        }
+        text += c + std::string("CollectGridRecords");
+        text += type == 8 ? c + std::string("AssignEdgePorts") + c + "BuildSortedEdges" : "";
     }
-    text += " " + std::to_string(component) + ":CollectGridRecords";
-    if (hierarchy) {
-        text += " " + std::to_string(component) + ":AssignEdgePorts " + std::to_string(component) +
-                ":BuildSortedEdges";
-    }
-    return text;
+    return text + " 2:LayeredLayout";
 }
 
-// Every layout type: the sequence of steps, the iteration count and energy of
-// each force record, work that only grows and ends equal to its total, the
-// per-component callback, and the same positions as without a monitor.
-TEST(ProgressTest, EveryTypeReportsItsStepsAndChangesNothing) {
-    for (const int type : {1, 2, 4, 8}) {
-        CNetworkGraph plain;
-        Build(plain);
-        plain.Layout(40, type, 200);
-
-        CNetworkGraph g;
-        Build(g);
-        Recorder rec;
-        std::vector<int> finished;
-        g.SetProgressMonitor([&rec](const netloom::LayoutProgress& p) {
-            rec.records.push_back(p);
-            return false;
-        });
-        g.SetProgressCallback([&finished](int done, int total) {
-            EXPECT_EQ(total, 3);
-            finished.push_back(done);
-        });
-        EXPECT_TRUE(g.Layout(40, type, 200));
-        EXPECT_EQ(Read(g), Read(plain)) << type;
-        EXPECT_EQ(finished, (std::vector<int>{1, 2, 3}));
-        EXPECT_FALSE(g.WasLayoutStopped());
-
-        std::string expected;
-        if (type == 1) {
-            int iterations[2] = {0, 0};
-            for (const auto& r : rec.records) {
-                if (r.iteration > 0) {
-                    EXPECT_EQ(r.iteration, ++iterations[r.component]);
-                    EXPECT_EQ(r.maxIterations, 1500);
-                    EXPECT_EQ(r.threshold, r.component == 0 ? 15.0 : 1.0);
-                }
-            }
-            const auto comp = g.GetConnectedGraphs().begin();
-            EXPECT_EQ(rec.records[iterations[0]].energy, (*comp)->GetTotalEnergy());
-            expected = " 0:RadiantLayout 0:ForceDirectedLayout*" + std::to_string(iterations[0]) +
-                       " 1:RadiantLayout 1:ForceDirectedLayout*" + std::to_string(iterations[1]) +
-                       " 2:ForceDirectedLayout";
-        } else if (type == 4) {
-            expected = " 0:RadiantLayout 1:RadiantLayout 2:RadiantLayout";
-        } else {
-            expected = LayeredSteps(0, type == 8) + LayeredSteps(1, type == 8) + " 2:LayeredLayout";
-        }
-        EXPECT_EQ(rec.Steps(), expected) << type;
-        for (std::size_t i = 0; i < rec.records.size(); ++i) {
-            EXPECT_EQ(rec.records[i].componentCount, 3);
-            if (i > 0) {
-                EXPECT_GT(rec.records[i].workDone, rec.records[i - 1].workDone);
-                EXPECT_LE(rec.records[i].workTotal, rec.records[i - 1].workTotal);
-            }
-        }
-        EXPECT_EQ(rec.records.back().workDone, rec.records.back().workTotal);
-        // The estimate is settled by a component's last step.
-        EXPECT_EQ(rec.records[rec.records.size() - 2].workTotal, rec.records.back().workTotal);
-        EXPECT_EQ(g.GetLayoutWorkDone(), rec.records.back().workDone);
-    }
-}
-
-// A stop at each kind of point: the current component ends where it may, the
-// later ones keep their start positions, every position is finite and the
-// components are stacked, the quadrant tree is freed, and the graph says so.
-TEST(ProgressTest, StopAtEachKindOfPoint) {
+// Every layout type, run to its end (the same positions as without a monitor,
+// work equal to its settled estimate) and stopped at each kind of point (no
+// call after the request, a non-force component finished whole, the rest only
+// stacked): the steps in order, finite positions, stacked components, no tree.
+TEST(ProgressTest, EveryTypeReportsItsStepsAndStopsAtValidPoints) {
     struct Case {
         int type;
-        const char* step; // the record that asks to stop
+        const char* stopAt; // the step whose record asks to stop; null: none
         int iteration;
-        bool firstComplete; // component 0 has its full layout's positions
     };
     const Case cases[] = {
-        {1, "RadiantLayout", 0, false},        {1, "ForceDirectedLayout", 5, false},
-        {4, "RadiantLayout", 0, true},         {2, "ChooseLevels", 0, true},
-        {8, "GatherNeighbourGroups", 0, true}, {8, "AssignEdgePorts", 0, true},
+        {1, nullptr, 0},         {2, nullptr, 0},         {4, nullptr, 0},
+        {8, nullptr, 0},         {1, "RadiantLayout", 0}, {1, "ForceDirectedLayout", 5},
+        {4, "RadiantLayout", 0}, {2, "ChooseLevels", 0},  {8, "GatherNeighbourGroups", 0},
     };
     for (const Case& c : cases) {
-        CNetworkGraph full;
-        Build(full);
-        full.Layout(40, c.type, 200);
+        CNetworkGraph plain;
+        Build(plain);
+        plain.Layout(40, c.type, 200);
 
         CNetworkGraph g;
         Build(g);
-        int calls = 0;
-        int callsAfterStop = 0;
-        bool stopped = false;
+        std::string steps;
+        std::vector<netloom::LayoutProgress> records;
+        bool stop = false;
         g.SetProgressMonitor([&](const netloom::LayoutProgress& p) {
-            ++calls;
-            callsAfterStop += stopped ? 1 : 0;
-            stopped = stopped || (p.component == 0 && std::string(p.step) == c.step &&
-                                  p.iteration == c.iteration);
-            return stopped;
-        });
-        g.Layout(40, c.type, 200);
-        EXPECT_TRUE(stopped && g.WasLayoutStopped()) << c.step;
-        EXPECT_EQ(callsAfterStop, 0);
-        EXPECT_LT(g.GetLayoutWorkDone(), full.GetLayoutWorkDone());
-
-        const Positions got = Read(g);
-        const Positions want = Read(full);
-        for (const auto& [id, p] : got) {
-            EXPECT_TRUE(std::isfinite(p.first) && std::isfinite(p.second)) << id;
-            if (id <= 30 && c.firstComplete) {
-                EXPECT_EQ(p, want.at(id)) << c.step << " node " << id;
+            EXPECT_FALSE(stop) << "called after the stop request";
+            const std::string name = std::to_string(p.component) + ":" + p.step;
+            if (steps.size() < name.size() || steps.substr(steps.size() - name.size()) != name) {
+                steps += " " + name;
             }
-        }
-        // The triangle kept its shape (a shift by the stacking only).
-        const double dx = got.at(31).first - (5000.0 + 31);
-        const double dy = got.at(31).second - (7000.0 - 31);
-        for (int id = 32; id <= 33; ++id) {
-            EXPECT_EQ(got.at(id).first - (5000.0 + id), dx) << id;
-            EXPECT_EQ(got.at(id).second - (7000.0 - id), dy) << id;
-        }
+            if (p.iteration > 0) {
+                EXPECT_EQ(p.iteration, records.back().iteration + 1);
+                EXPECT_EQ(p.maxIterations, 1500);
+                EXPECT_EQ(p.threshold, p.component == 0 ? 15.0 : 1.0);
+            }
+            EXPECT_EQ(p.componentCount, 3);
+            EXPECT_TRUE(records.empty() || (p.workDone > records.back().workDone &&
+                                            p.workTotal <= records.back().workTotal));
+            records.push_back(p);
+            stop = c.stopAt != nullptr && p.component == 0 && std::string(p.step) == c.stopAt &&
+                   p.iteration == c.iteration;
+            return stop;
+        });
+        EXPECT_TRUE(g.Layout(40, c.type, 200));
+        EXPECT_EQ(Expected(c.type).rfind(steps, 0), 0u) << steps;
         double bottom = 0.0;
         for (const CConnectedGraph* comp : g.GetConnectedGraphs()) {
             const CRect r = comp->GetBoundRect();
@@ -195,8 +101,27 @@ TEST(ProgressTest, StopAtEachKindOfPoint) {
             bottom = r.bottom;
             EXPECT_EQ(comp->GetQuadTree().GetRoot(), nullptr);
         }
-
-        // A new layout clears the stop.
+        const Positions got = Read(g), want = Read(plain);
+        for (const auto& [id, p] : got) {
+            EXPECT_TRUE(std::isfinite(p.first) && std::isfinite(p.second)) << id;
+        }
+        EXPECT_EQ(g.WasLayoutStopped(), c.stopAt != nullptr);
+        if (c.stopAt == nullptr) {
+            EXPECT_EQ(steps, Expected(c.type));
+            EXPECT_EQ(got, want);
+            EXPECT_EQ(records[records.size() - 2].workTotal, records.back().workTotal);
+            EXPECT_EQ(records.back().workDone, records.back().workTotal);
+            EXPECT_EQ(g.GetLayoutWorkDone(), records.back().workDone);
+            continue;
+        }
+        EXPECT_LT(g.GetLayoutWorkDone(), plain.GetLayoutWorkDone());
+        for (int id = 1; id <= 30 && c.type != 1; ++id) {
+            EXPECT_EQ(got.at(id), want.at(id)) << c.stopAt << " node " << id;
+        }
+        for (int id = 32; id <= 33; ++id) { // the triangle: shifted only
+            EXPECT_EQ(got.at(id).first - got.at(31).first, id - 31.0);
+            EXPECT_EQ(got.at(id).second - got.at(31).second, 31.0 - id);
+        }
         g.SetProgressMonitor(nullptr);
         g.Layout(40, c.type, 200);
         EXPECT_FALSE(g.WasLayoutStopped());
@@ -218,8 +143,8 @@ TEST(ProgressTest, StoppedForceLayoutEqualsTheIterationCutShort) {
             g.Layout(35, 1, 200);
             ASSERT_TRUE(g.WasLayoutStopped());
 
-            literal.Layout(35, 3, 200); // components only
-            for (const auto& [id, p] : start) {
+            literal.Layout(35, 3, 200);         // components only
+            for (const auto& [id, p] : start) { // its start, not the stacked one
                 literal.GetNode(id)->SetPosition(p.first, p.second);
             }
             CConnectedGraph* comp = *literal.GetConnectedGraphs().begin();
