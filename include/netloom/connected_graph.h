@@ -12,6 +12,10 @@
 
 // One connected component of a host graph. It shares the host's node and edge
 // objects and never deletes them.
+namespace netloom {
+class ProgressReport;
+} // namespace netloom
+
 class NETLOOM_API CConnectedGraph : public CNetworkGraph, public netloom::CreationOrdered {
 public:
     CConnectedGraph(CNetworkGraph* parent, int param, int nLayoutType);
@@ -61,6 +65,8 @@ protected:
     std::int32_t m_iParam;
     std::map<int, std::vector<_tagNode>> m_mapPlacedRows;
     std::int32_t m_iIndex = 0;
+    // The progress report of the Layout call running this component, if any.
+    netloom::ProgressReport* m_pReport = nullptr;
 
     friend class CNetworkGraph;
 };

@@ -5,6 +5,7 @@
 #include <netloom/creation_order.h>
 #include <netloom/edge.h>
 #include <netloom/export.h>
+#include <netloom/layout_progress.h>
 #include <netloom/layout_strategy.h>
 #include <netloom/names.h>
 #include <netloom/network_graph.h>

@@ -4,6 +4,7 @@
 #include <netloom/detail/flat_hash_map.h>
 #include <netloom/edge.h>
 #include <netloom/export.h>
+#include <netloom/layout_progress.h>
 #include <netloom/node.h>
 #include <netloom/rect.h>
 
@@ -78,6 +79,19 @@ public:
     // function removes it.
     using ProgressCallback = std::function<void(int done, int total)>;
     void SetProgressCallback(ProgressCallback callback) { m_fnProgress = std::move(callback); }
+    // Optional progress monitor with a stop request (netloom::LayoutProgress).
+    // When it returns true, Layout stops at the next point where every node has
+    // a valid position: after the current force iteration (the positions
+    // reached), or at the end of a component of any other layout type; the
+    // components not laid out keep their positions, and all are stacked as
+    // usual. Layout still returns true. Without a monitor nothing is reported
+    // and nothing is paid; an empty function removes it.
+    void SetProgressMonitor(netloom::ProgressMonitor monitor) { m_fnMonitor = std::move(monitor); }
+    // Whether the last Layout call was stopped by the monitor, and the work
+    // units it had done (netloom::LayoutProgress::workDone; counted with or
+    // without a monitor). A new Layout call resets both.
+    bool WasLayoutStopped() const { return m_bLayoutStopped; }
+    std::int64_t GetLayoutWorkDone() const { return m_nLayoutWork; }
 
     // Edge order of the hierarchy layout and the component index of each entry.
     std::vector<int>& GetSortedEdges() { return m_vecSortedEdges; }
@@ -136,6 +150,9 @@ protected:
     std::int32_t m_nParam; // first constructor argument, handed to components
     std::int32_t m_iLayoutThreads = 0;
     ProgressCallback m_fnProgress;
+    netloom::ProgressMonitor m_fnMonitor;
+    bool m_bLayoutStopped = false;
+    std::int64_t m_nLayoutWork = 0;
 
 private:
     void CopyFrom(const CNetworkGraph& other);

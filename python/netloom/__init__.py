@@ -54,7 +54,9 @@ from ._netloom import (  # noqa: F401
     SIDES,
     TREE,
     Graph,
+    LayoutProgress,
     LayoutStrategy,
+    StopFlag,
     direction_levels,
     layout_parameters,
 )
@@ -63,6 +65,8 @@ __all__ = [
     "Graph",
     "LayoutStrategy",
     "LayoutResult",
+    "LayoutProgress",
+    "StopFlag",
     "layout",
     "layout_result",
     "layout_many",
@@ -103,6 +107,8 @@ class LayoutResult:
                 edge end without a named port
     edge_order: [(edge, component_index), ...] where edge is (u, v) or (u, v, key)
                 (hierarchy layout)
+    stopped:    True when a progress callable or a StopFlag stopped the layout early
+                (every position is still valid)
 
     grid, ports and edge_order are read from the laid-out graph when first used
     (the result keeps that graph until then), so a caller who needs only pos
@@ -120,6 +126,7 @@ class LayoutResult:
         self.pos = pos
         self._values: Dict[str, Any] = {"grid": grid, "ports": ports, "edge_order": edge_order}
         self._reader = reader
+        self.stopped = False
 
     def _get(self, name: str) -> Any:
         if self._values[name] is None and self._reader is not None:
@@ -338,6 +345,8 @@ def layout_result(
     threads: int = 0,
     center: Optional[Sequence[float]] = None,
     scale: Optional[float] = None,
+    progress: Optional[Callable[[LayoutProgress], Any]] = None,
+    stop: Optional[StopFlag] = None,
 ) -> LayoutResult:
     """Lays out G and returns a LayoutResult.
 
@@ -372,6 +381,12 @@ def layout_result(
     center / scale: as networkx's layouts, off by default: with either, the
        positions are moved so that their mean is center (default (0, 0)); with
        scale, they are also scaled so that the largest coordinate is scale.
+    progress: called with a LayoutProgress after every step (each force
+       iteration, each layered step); its return value is ignored, and
+       record.stop() ends the layout at the next point where every position is
+       valid (result.stopped is then True). stop: a StopFlag another thread may
+       set to the same effect. Ctrl-C stops the layout and raises
+       KeyboardInterrupt.
 
     Bad arguments raise TypeError or ValueError naming the argument and value.
     """
@@ -424,7 +439,9 @@ def layout_result(
         graph.set_levels(_level_map(levels, index), direction, arrange_mode)
     elif direction != 1 or arrange_mode != 0:
         graph.set_levels({}, direction, arrange_mode)
-    graph.layout(distance, type_code, layer_spacing)
+    if progress is not None and not callable(progress):
+        raise TypeError("progress must be callable, not %r" % (progress,))
+    graph.layout(distance, type_code, layer_spacing, progress, stop)
     placed = graph.placed_by_neighbour()
     if placed:
         warnings.warn(
@@ -450,7 +467,9 @@ def layout_result(
         "edge_order": lambda: _edge_order(graph, keys),
     }
     with _no_collection():
-        return LayoutResult(_points_by_node(nodes, xy), reader=lambda name: readers[name]())
+        result = LayoutResult(_points_by_node(nodes, xy), reader=lambda name: readers[name]())
+    result.stopped = graph.was_layout_stopped()
+    return result
 
 
 def layout(
@@ -480,5 +499,15 @@ def layout_many(
     options.setdefault("threads", 1)
     if jobs == 1 or len(graphs) <= 1:
         return [layout(G, **options) for G in graphs]
-    with ThreadPoolExecutor(max_workers=min(jobs, len(graphs))) as pool:
-        return list(pool.map(lambda G: layout(G, **options), graphs))
+    # Ctrl-C reaches the waiting main thread; the flag then stops the running
+    # layouts and the queued ones are dropped.
+    stop = options.setdefault("stop", StopFlag())
+    pool = ThreadPoolExecutor(max_workers=min(jobs, len(graphs)))
+    try:
+        futures = [pool.submit(layout, G, **options) for G in graphs]
+        return [future.result() for future in futures]
+    except BaseException:
+        stop.set()
+        raise
+    finally:
+        pool.shutdown(wait=True, cancel_futures=True)

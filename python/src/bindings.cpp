@@ -11,6 +11,7 @@
 #include <pybind11/pybind11.h>
 #include <pybind11/stl.h>
 
+#include <atomic>
 #include <exception>
 #include <map>
 #include <memory>
@@ -119,6 +120,63 @@ struct PyGraph {
     py::object strategy = py::none();
     std::unique_ptr<GivenLevelsStrategy> givenLevels;
 };
+
+// A flag any thread may set to stop the layouts it was handed; read without the GIL.
+struct StopFlag {
+    std::atomic<bool> set{false};
+};
+
+// One progress record as Python sees it: the library's fields, and stop() to
+// end the layout at its next stop point.
+struct PyProgress {
+    netloom::LayoutProgress record;
+    bool stop = false;
+};
+
+// Lays the graph out with the GIL released. After every step the monitor reads
+// the stop flag; on the main thread it also takes the GIL briefly to handle
+// pending signals (Ctrl-C), and with a progress callable it hands it the
+// record. An exception (KeyboardInterrupt, or one the callable raised) stops
+// the layout at its next stop point and is raised once Layout returns.
+void LayoutWithProgress(PyGraph& g, int distance, int type, int layerSpacing,
+                        const py::object& progress, const StopFlag* stop) {
+    const bool mainThread = py::module_::import("threading")
+                                .attr("current_thread")()
+                                .is(py::module_::import("threading").attr("main_thread")());
+    const bool callable = !progress.is_none();
+    std::exception_ptr pending;
+    g.graph.SetProgressMonitor([&](const netloom::LayoutProgress& record) {
+        if (stop != nullptr && stop->set.load()) {
+            return true;
+        }
+        if (!mainThread && !callable) {
+            return false;
+        }
+        py::gil_scoped_acquire gil;
+        try {
+            if (mainThread && PyErr_CheckSignals() != 0) {
+                throw py::error_already_set();
+            }
+            if (!callable) {
+                return false;
+            }
+            py::object holder = py::cast(PyProgress{record});
+            progress(holder);
+            return holder.cast<const PyProgress&>().stop;
+        } catch (py::error_already_set&) {
+            pending = std::current_exception();
+        }
+        return true;
+    });
+    {
+        py::gil_scoped_release release;
+        g.graph.Layout(distance, type, layerSpacing);
+    }
+    g.graph.SetProgressMonitor(nullptr);
+    if (pending) {
+        std::rethrow_exception(pending);
+    }
+}
 
 CNode* RequireNode(const PyGraph& g, int id) {
     CNode* node = g.graph.GetNode(id);
@@ -363,6 +421,38 @@ PYBIND11_MODULE(_netloom, m) {
     }
     m.attr("LAYOUT_TYPE_NAMES") = typeNames;
 
+    py::class_<StopFlag>(m, "StopFlag",
+                         "A flag that stops the layouts it is given (Graph.layout(stop=...)) at "
+                         "their next stop point; any thread may set it.")
+        .def(py::init<>())
+        .def(
+            "set", [](StopFlag& f) { f.set.store(true); }, "Stops the layouts.")
+        .def(
+            "is_set", [](const StopFlag& f) { return f.set.load(); }, "Whether set() was called.");
+    py::class_<PyProgress>(m, "LayoutProgress",
+                           "Progress of a layout, handed to a progress callable after each step.")
+        .def_property_readonly("component", [](const PyProgress& p) { return p.record.component; })
+        .def_property_readonly("component_count",
+                               [](const PyProgress& p) { return p.record.componentCount; })
+        .def_property_readonly("step",
+                               [](const PyProgress& p) { return std::string(p.record.step); })
+        .def_property_readonly("iteration", [](const PyProgress& p) { return p.record.iteration; })
+        .def_property_readonly("max_iterations",
+                               [](const PyProgress& p) { return p.record.maxIterations; })
+        .def_property_readonly("energy", [](const PyProgress& p) { return p.record.energy; })
+        .def_property_readonly("threshold", [](const PyProgress& p) { return p.record.threshold; })
+        .def_property_readonly("work_done", [](const PyProgress& p) { return p.record.workDone; })
+        .def_property_readonly("work_total", [](const PyProgress& p) { return p.record.workTotal; })
+        .def(
+            "stop", [](PyProgress& p) { p.stop = true; },
+            "Stops the layout at its next point where every node has a valid position.")
+        .def("__repr__", [](const PyProgress& p) {
+            return "LayoutProgress(component=" + std::to_string(p.record.component) + "/" +
+                   std::to_string(p.record.componentCount) + ", step=" + p.record.step +
+                   ", iteration=" + std::to_string(p.record.iteration) +
+                   ", work=" + std::to_string(p.record.workDone) + "/" +
+                   std::to_string(p.record.workTotal) + ")";
+        });
     m.def(
         "layout_parameters",
         [] {
@@ -519,20 +609,27 @@ PYBIND11_MODULE(_netloom, m) {
             "Nodes that set_levels left out and the last layouts placed by a neighbour.")
         .def(
             "layout",
-            [](PyGraph& g, int distance, int type, int layerSpacing) {
-                {
-                    py::gil_scoped_release release;
-                    g.graph.Layout(distance, type, layerSpacing);
-                }
+            [](PyGraph& g, int distance, int type, int layerSpacing, const py::object& progress,
+               const StopFlag* stop) {
+                LayoutWithProgress(g, distance, type, layerSpacing, progress, stop);
                 if (!g.strategy.is_none()) {
                     static_cast<PyLayoutStrategy*>(g.strategy.cast<CLayoutStrategy*>())
                         ->RaisePending();
                 }
             },
             py::arg("distance") = 40, py::arg("type") = CNetworkGraph::m_iHierarchyLayout,
-            py::arg("layer_spacing") = 200,
+            py::arg("layer_spacing") = 200, py::arg("progress") = py::none(),
+            py::arg("stop") = nullptr,
             "Lays the graph out (1 force-directed, 2 tree, 4 radiant, 8 hierarchy). "
-            "The GIL is released meanwhile.")
+            "The GIL is released meanwhile. progress(record) is called after every step "
+            "(a LayoutProgress; record.stop() ends the layout with valid positions); a set "
+            "StopFlag ends it too. Ctrl-C stops the layout and raises KeyboardInterrupt.")
+        .def(
+            "was_layout_stopped", [](const PyGraph& g) { return g.graph.WasLayoutStopped(); },
+            "Whether the last layout was stopped before its end.")
+        .def(
+            "layout_work_done", [](const PyGraph& g) { return g.graph.GetLayoutWorkDone(); },
+            "Work units the last layout did (LayoutProgress.work_done at its end).")
         .def(
             "number_of_nodes", [](const PyGraph& g) { return g.graph.GetNodeMap().size(); },
             "The number of nodes.")

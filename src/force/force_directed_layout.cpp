@@ -2,6 +2,7 @@
 
 #include "force/force_math.h"
 #include "force/force_workspace.h"
+#include "pipeline/progress_report.h"
 
 // Rebuilds the quadrant tree from the nodes' current positions, in ascending id.
 void CConnectedGraph::BuildQuadTree() {
@@ -25,25 +26,36 @@ bool CConnectedGraph::ForceDirectedLayout() {
     }
     if (!m_bFixedLayout) {
         RadiantLayout();
+        if (m_pReport != nullptr &&
+            m_pReport->Step("RadiantLayout", netloom::ProgressReport::Units(*this))) {
+            return true; // stopped with the radiant start
+        }
     }
     CForceWorkspace workspace(*this, true);
-    workspace.Iterate(m_quadTree, m_dEnergy);
+    workspace.Iterate(m_quadTree, m_dEnergy, m_pReport);
     m_quadTree.Clear();
     return true;
 }
 
 // The damped iteration on the workspace until the energy falls below half the
-// node count or the cap is reached; writes the result back to the nodes.
-int CForceWorkspace::Iterate(CQuadTree& tree, double& energy) {
+// node count or the cap is reached, or the report asks to stop; writes the
+// result back to the nodes.
+int CForceWorkspace::Iterate(CQuadTree& tree, double& energy, netloom::ProgressReport* report) {
     namespace force = netloom::force;
     const double threshold = static_cast<double>(m_nCount / 2);
     double step = force::kStartStep;
     double bestEnergy = force::kStartEnergy;
     int stall = 0;
     int iterations = 0;
+    const std::int64_t units = netloom::ProgressReport::Units(m_graph);
     for (int iteration = 0; iteration < force::kMaxIterations; ++iteration) {
         ++iterations;
         IterateOnce(tree, step, energy);
+        const bool last = energy < threshold || iterations == force::kMaxIterations;
+        if (report != nullptr &&
+            report->ForceIteration(iterations, energy, threshold, units, last)) {
+            break; // the positions reached so far stand
+        }
         if (energy < threshold) {
             break;
         }

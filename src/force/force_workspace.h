@@ -12,6 +12,10 @@
 #include <memory>
 #include <vector>
 
+namespace netloom {
+class ProgressReport;
+} // namespace netloom
+
 // Working copy of one component for the force-directed iteration: positions and
 // velocities in flat arrays (node order = ascending id), the springs of each
 // node in its edge-set order, and each node's neighbour table of pair strengths.
@@ -57,8 +61,9 @@ public:
     // Runs the damped iteration and writes positions and velocities back.
     // One iteration: tree, force pass, move pass; energy is the new total.
     void IterateOnce(CQuadTree& tree, double step, double& energy);
-    // Returns the number of iterations run.
-    int Iterate(CQuadTree& tree, double& energy);
+    // Returns the number of iterations run. A report, when given, hears of
+    // every iteration and may end the loop early.
+    int Iterate(CQuadTree& tree, double& energy, netloom::ProgressReport* report = nullptr);
     // Writes the free nodes' positions and velocities to the node objects.
     void WriteBack();
 

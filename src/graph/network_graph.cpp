@@ -103,6 +103,9 @@ void CNetworkGraph::Swap(CNetworkGraph& other) noexcept {
     std::swap(m_nParam, other.m_nParam);
     std::swap(m_iLayoutThreads, other.m_iLayoutThreads);
     std::swap(m_fnProgress, other.m_fnProgress);
+    std::swap(m_fnMonitor, other.m_fnMonitor);
+    std::swap(m_bLayoutStopped, other.m_bLayoutStopped);
+    std::swap(m_nLayoutWork, other.m_nLayoutWork);
     std::swap(m_mapEdgesByPair, other.m_mapEdgesByPair);
     std::swap(m_bPairIndexBuilt, other.m_bPairIndexBuilt);
     std::swap(m_mapNodeIndex, other.m_mapNodeIndex);
@@ -147,6 +150,9 @@ void CNetworkGraph::CopyFrom(const CNetworkGraph& other) {
     m_iMaxColCount = other.m_iMaxColCount;
     m_iLayoutThreads = other.m_iLayoutThreads;
     m_fnProgress = other.m_fnProgress;
+    m_fnMonitor = other.m_fnMonitor;
+    m_bLayoutStopped = other.m_bLayoutStopped;
+    m_nLayoutWork = other.m_nLayoutWork;
 }
 
 bool CNetworkGraph::AddNode(CNode* node) {

@@ -3,6 +3,7 @@
 
 #include "graph/truncate.h"
 #include "layered/layered_workspace.h"
+#include "pipeline/progress_report.h"
 
 // Tree and hierarchy layouts (types 2 and 8): levels, child order and grid cells
 // from the workspace, then grid cells to coordinates. The hierarchy layout
@@ -28,8 +29,25 @@ bool CConnectedGraph::LayeredLayout() {
             unit = static_cast<int>(largest < 1 ? 1 : largest);
         }
     }
+    // Positions exist only once the grid is complete: a stop request during the
+    // steps takes effect at the end of the component.
+    const std::int64_t units = netloom::ProgressReport::Units(*this);
+    auto report = [this, units](const char* step) {
+        if (m_pReport != nullptr) {
+            m_pReport->Step(step, units);
+        }
+    };
     {
         CLayeredLayout layout(this, unit);
+        if (m_pReport != nullptr) {
+            layout.SetStepHook(
+                [&report](CLayeredLayout&, const netloom::layered::LayeredStep& step, bool after) {
+                    if (after) {
+                        report(step.name);
+                    }
+                    return netloom::layered::HookAnswer::Go;
+                });
+        }
         layout.ArrangeLayers();
         layout.CollectGridRecords(m_mapGridRows);
     }
@@ -43,12 +61,21 @@ bool CConnectedGraph::LayeredLayout() {
             SetNodePosition(record.nID, x, y, record);
         }
     }
+    report("CollectGridRecords");
 
     if (m_iLayoutType == m_iHierarchyLayout) {
         AssignEdgePorts();
+        report("AssignEdgePorts");
         BuildSortedEdges();
+        report("BuildSortedEdges");
     }
     return true;
+}
+
+// Steps a layered layout reports: the pipeline's, the grid records and, for
+// the hierarchy layout, the two port steps.
+std::int64_t CLayeredLayout::ReportedSteps(bool hierarchy) {
+    return static_cast<std::int64_t>(Steps().size()) + 1 + (hierarchy ? 2 : 0);
 }
 
 bool CConnectedGraph::GetDefaultLevels(std::map<int, std::vector<int>>& levels) const {

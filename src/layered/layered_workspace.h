@@ -163,6 +163,8 @@ public:
     // The layering pipeline: the steps of Steps(), in order, until one fails.
     bool ArrangeLayers();
     static const std::vector<netloom::layered::LayeredStep>& Steps();
+    // Steps of a whole layered layout in the progress report.
+    static std::int64_t ReportedSteps(bool hierarchy);
     void SetStepHook(netloom::layered::StepHook hook) { m_stepHook = std::move(hook); }
 
     // Levels: the default ones, or those of the graph's layout strategy.

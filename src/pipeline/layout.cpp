@@ -2,6 +2,45 @@
 #include <netloom/network_graph.h>
 #include <netloom/params.h>
 
+#include "force/force_math.h"
+#include "layered/layered_workspace.h"
+#include "pipeline/progress_report.h"
+
+namespace {
+
+const char* LayoutMethodName(int nLayoutType) {
+    switch (nLayoutType) {
+    case CNetworkGraph::m_iRadiantLayout:
+        return "RadiantLayout";
+    case CNetworkGraph::m_iForceDirectedLayout:
+        return "ForceDirectedLayout";
+    case CNetworkGraph::m_iTreeLayout:
+    case CNetworkGraph::m_iHierarchyLayout:
+        return "LayeredLayout";
+    default:
+        return "LayoutComponent";
+    }
+}
+
+// The work units a component's layout is expected to take: its nodes and edges
+// once per step (the radiant start and each force iteration count as a step),
+// a force layout at its iteration cap.
+std::int64_t EstimatedWork(const CConnectedGraph& comp, int nLayoutType) {
+    const std::int64_t size = netloom::ProgressReport::Units(comp);
+    switch (nLayoutType) {
+    case CNetworkGraph::m_iForceDirectedLayout:
+        return size * (1 + netloom::force::kMaxIterations);
+    case CNetworkGraph::m_iTreeLayout:
+    case CNetworkGraph::m_iHierarchyLayout:
+        return size *
+               CLayeredLayout::ReportedSteps(nLayoutType == CNetworkGraph::m_iHierarchyLayout);
+    default:
+        return size;
+    }
+}
+
+} // namespace
+
 bool CNetworkGraph::Layout(int nDistance, int nLayoutType, int nLayerSpacing) {
     BuildEdgeUniqueFlag();
     g_dLayoutDistance = static_cast<double>(nDistance);
@@ -17,13 +56,36 @@ bool CNetworkGraph::Layout(int nDistance, int nLayoutType, int nLayerSpacing) {
     DecomposeGraph();
 
     const int total = static_cast<int>(m_setConnectedGraphs.size());
+    std::int64_t work = 0;
+    for (const CConnectedGraph* comp : m_setConnectedGraphs) {
+        work += EstimatedWork(*comp, nLayoutType);
+    }
+    netloom::ProgressReport report(m_fnMonitor, total, work);
     int done = 0;
     for (CConnectedGraph* comp : m_setConnectedGraphs) {
+        // A stop request ends the layout between components; the rest keep
+        // their positions and are stacked below as usual.
+        if (report.StopRequested()) {
+            break;
+        }
+        report.BeginComponent(done, EstimatedWork(*comp, nLayoutType));
+        comp->m_pReport = &report;
         comp->LayoutComponent(nLayoutType);
+        comp->m_pReport = nullptr;
+        // Every component is reported at least once, so that a host can stop
+        // between any two.
+        if (!report.StepsInComponent()) {
+            report.Rest(LayoutMethodName(nLayoutType));
+        }
+        report.EndComponent();
         if (m_fnProgress) {
             m_fnProgress(++done, total);
+        } else {
+            ++done;
         }
     }
+    m_bLayoutStopped = report.StopRequested();
+    m_nLayoutWork = report.WorkDone();
     PostprocessLayout();
     return true;
 }

@@ -14,15 +14,8 @@
 
 namespace {
 
-using Positions = std::map<int, std::pair<double, double>>;
-
-Positions Read(const CNetworkGraph& g) {
-    Positions p;
-    for (const auto& entry : g.GetNodeMap()) {
-        p[entry.first] = {entry.second->X(), entry.second->Y()};
-    }
-    return p;
-}
+using netloom_test::Positions;
+using netloom_test::Read;
 
 void Restore(CNetworkGraph& g, const Positions& p) {
     for (const auto& entry : p) {

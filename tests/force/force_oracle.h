@@ -180,8 +180,10 @@ private:
     std::unique_ptr<Cell> m_root;
 };
 
-// The iteration as written, on the node objects. Returns the iteration count.
-inline int ForceDirected(CConnectedGraph& graph, bool fixedLayout, double& energyOut) {
+// The iteration as written, on the node objects, for at most maxIterations.
+// Returns the iteration count.
+inline int ForceDirected(CConnectedGraph& graph, bool fixedLayout, double& energyOut,
+                         int maxIterations = 1500) {
     const auto& nodes = graph.GetNodeMap();
     if (nodes.size() <= 1) {
         return 0;
@@ -193,7 +195,7 @@ inline int ForceDirected(CConnectedGraph& graph, bool fixedLayout, double& energ
     double best = 99999999999.0;
     int stall = 0;
     int iterations = 0;
-    for (int it = 0; it < 1500; ++it) {
+    for (int it = 0; it < maxIterations; ++it) {
         ++iterations;
         double energy = 0.0;
         Tree tree(graph);

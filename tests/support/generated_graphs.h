@@ -6,6 +6,7 @@
 #include <netloom/netloom.h>
 
 #include <cstdint>
+#include <map>
 #include <random>
 #include <utility>
 #include <vector>
@@ -104,6 +105,16 @@ inline void Fill(CNetworkGraph& graph, const EdgeList& list, bool rejectDuplicat
     for (const auto& e : list.edges) {
         graph.AddEdge(edgeId++, e.first, e.second, 40, 0, 0, rejectDuplicate);
     }
+}
+
+// Every node's position by id.
+using Positions = std::map<int, std::pair<double, double>>;
+inline Positions Read(const CNetworkGraph& g) {
+    Positions p;
+    for (const auto& entry : g.GetNodeMap()) {
+        p[entry.first] = {entry.second->X(), entry.second->Y()};
+    }
+    return p;
 }
 
 } // namespace netloom_test

@@ -5,6 +5,7 @@
 #include <pugixml.hpp>
 
 #include <fcntl.h>
+#include <signal.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -16,6 +17,7 @@
 #include <filesystem>
 #include <fstream>
 #include <map>
+#include <random>
 #include <regex>
 #include <set>
 #include <sstream>
@@ -76,16 +78,7 @@ protected:
             if (!cwd.empty() && chdir(cwd.c_str()) != 0) {
                 _exit(126);
             }
-            std::vector<char*> argv;
-            std::string tool = NETLOOM_CLI_PATH;
-            argv.push_back(tool.data());
-            std::vector<std::string> copy = args;
-            for (std::string& a : copy) {
-                argv.push_back(a.data());
-            }
-            argv.push_back(nullptr);
-            execv(tool.c_str(), argv.data());
-            _exit(127);
+            Exec(args);
         }
         int status = 0;
         waitpid(pid, &status, 0);
@@ -95,6 +88,50 @@ protected:
         run.err = Slurp(err);
         fs::remove(out);
         fs::remove(err);
+        return run;
+    }
+
+    [[noreturn]] static void Exec(const std::vector<std::string>& args) {
+        std::vector<char*> argv;
+        std::string tool = NETLOOM_CLI_PATH;
+        argv.push_back(tool.data());
+        std::vector<std::string> copy = args;
+        for (std::string& a : copy) {
+            argv.push_back(a.data());
+        }
+        argv.push_back(nullptr);
+        execv(tool.c_str(), argv.data());
+        _exit(127);
+    }
+
+    // Runs the tool with stderr on a pipe and sends it SIGINT once `marker`
+    // shows there, as Ctrl-C would.
+    ToolRun Interrupt(const std::vector<std::string>& args, const std::string& marker) {
+        int pipeEnds[2];
+        EXPECT_EQ(pipe(pipeEnds), 0);
+        const pid_t pid = fork();
+        if (pid == 0) {
+            const int none = open("/dev/null", O_RDWR);
+            dup2(none, 0);
+            dup2(none, 1);
+            dup2(pipeEnds[1], 2);
+            close(pipeEnds[0]);
+            Exec(args);
+        }
+        close(pipeEnds[1]);
+        ToolRun run;
+        bool sent = false;
+        char buffer[4096];
+        for (ssize_t n; (n = read(pipeEnds[0], buffer, sizeof buffer)) > 0;) {
+            run.err.append(buffer, static_cast<std::size_t>(n));
+            if (!sent && run.err.find(marker) != std::string::npos) {
+                sent = kill(pid, SIGINT) == 0;
+            }
+        }
+        close(pipeEnds[0]);
+        int status = 0;
+        waitpid(pid, &status, 0);
+        run.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
         return run;
     }
 
@@ -506,3 +543,31 @@ TEST_F(CliTest, BatchGoesOnPastABadInput) {
     }
     EXPECT_EQ(Tool({"layout", kExamples + "/campus.json", Path("x.json").string()}).status, 2);
 }
+
+namespace {
+
+// Ctrl-C during a long force layout: exit status 130, nothing written, an
+// existing output untouched and no temporary file left.
+TEST_F(CliTest, CtrlCStopsTheLayoutAndWritesNothing) {
+    std::string text;
+    std::mt19937 rng(5);
+    for (int v = 2; v <= 20000; ++v) {
+        text += "n" + std::to_string(rng() % (v - 1) + 1) + " n" + std::to_string(v) + "\n";
+    }
+    const std::string big = File("big.edgelist", text).string();
+    const std::string out = File("big.json", "old output\n").string();
+    const ToolRun single = Interrupt(
+        {"layout", big, "--type", "force", "--progress", "always", "-o", out}, "component 1: F");
+    EXPECT_EQ(single.status, 130) << single.err;
+    EXPECT_NE(single.err.find("netloom: error: interrupted; nothing written"), std::string::npos)
+        << single.err;
+    EXPECT_EQ(Slurp(out), "old output\n");
+
+    std::set<std::string> names; // no temporary file left
+    for (const auto& entry : fs::directory_iterator(m_dir)) {
+        names.insert(entry.path().filename().string());
+    }
+    EXPECT_EQ(names, (std::set<std::string>{"big.edgelist", "big.json"}));
+}
+
+} // namespace

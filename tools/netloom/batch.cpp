@@ -1,5 +1,6 @@
 #include "batch.h"
 
+#include "interrupt.h"
 #include "output_file.h"
 #include "progress.h"
 #include "readers.h"
@@ -64,6 +65,7 @@ struct Batch {
                 Print("warning", input + ": " + warning);
             }
         }
+        ThrowIfInterrupted();
         for (std::size_t f = 0; f < formats.size(); ++f) {
             WriteFileAtomically(OutputPath(input, formats[f]), texts[f]);
         }
@@ -74,11 +76,14 @@ struct Batch {
     }
 
     void Work() {
-        for (std::size_t i = next++; i < line.inputs.size(); i = next++) {
+        // After Ctrl-C no input is started and the current one writes nothing.
+        for (std::size_t i = next++; i < line.inputs.size() && !Interrupted(); i = next++) {
             const std::string& input = line.inputs[i];
             std::string error;
             try {
                 LayOut(input);
+            } catch (const InterruptedError&) {
+                break;
             } catch (const InputError& e) {
                 error = e.Describe();
             } catch (const OutputError& e) {
@@ -176,6 +181,11 @@ int RunBatch(const CommandLine& line) {
         worker.join();
     }
     progress.Finish();
+    if (Interrupted()) {
+        batch.Print("error", "interrupted; the outputs written before are complete, no other was "
+                             "written");
+        return kInterruptedStatus;
+    }
     return batch.failed ? 1 : 0;
 }
 

@@ -1,5 +1,6 @@
 #include "layout_run.h"
 
+#include "interrupt.h"
 #include "levels.h"
 #include "pack.h"
 #include "progress.h"
@@ -112,9 +113,16 @@ void RunWithProgress(CNetworkGraph& graph, const LayoutOptions& options) {
                       (options.progress == ProgressMode::Auto && isatty(STDERR_FILENO) == 1);
     ProgressLine progress(show, options.progress == ProgressMode::Always ? 0.0 : 1.0);
     graph.SetProgressCallback([&progress](int done, int total) { progress.Update(done, total); });
+    // Ctrl-C stops the layout at its next stop point; the run then writes nothing.
+    graph.SetProgressMonitor([&progress](const netloom::LayoutProgress& step) {
+        progress.Report(step);
+        return Interrupted();
+    });
     graph.Layout(options.distance, options.type, options.layerSpacing);
     progress.Finish();
     graph.SetProgressCallback(nullptr);
+    graph.SetProgressMonitor(nullptr);
+    ThrowIfInterrupted();
 }
 
 // Positions, grid cells, components, ports, port places and the edge order.

@@ -1,9 +1,10 @@
 // netloom: lays out graph files with the netloom library.
 //
 // Exit status: 0 done, 1 bad input or an output that cannot be written,
-// 2 usage errors.
+// 2 usage errors, 130 stopped by Ctrl-C (nothing written).
 
 #include "batch.h"
+#include "interrupt.h"
 #include "options.h"
 #include "output_file.h"
 #include "readers.h"
@@ -47,6 +48,7 @@ int main(int argc, char** argv) {
         return Fail(std::string(e.what()) + " (see netloom layout --help)", 2);
     }
 
+    CatchInterrupt();
     Format inputFormat;
     Format outputFormat;
     try {
@@ -77,6 +79,7 @@ int main(int argc, char** argv) {
         if (!warning.empty()) {
             std::fprintf(stderr, "netloom: warning: %s\n", warning.c_str());
         }
+        ThrowIfInterrupted();
         if (line.output.empty()) {
             std::cout << text;
             std::cout.flush();
@@ -90,6 +93,8 @@ int main(int argc, char** argv) {
         return Fail(e.Describe(), 1);
     } catch (const OutputError& e) {
         return Fail(e.what(), 1);
+    } catch (const InterruptedError& e) {
+        return Fail(e.what(), kInterruptedStatus);
     } catch (const std::bad_alloc&) {
         return Fail("out of memory", 1);
     }

@@ -1,7 +1,11 @@
 #pragma once
 
-// The progress line on stderr: components done of all and the elapsed time,
-// shown once a layout has run for a second (at once with --progress always).
+// The progress line on stderr: components done of all, the step running
+// inside the current component, the share of the estimated work done, the
+// elapsed time and an estimate of the time left; shown once a layout has run
+// for a second (at once with --progress always).
+
+#include <netloom/layout_progress.h>
 
 #include <atomic>
 #include <chrono>
@@ -22,6 +26,8 @@ public:
 
     // Called by the layout after each component.
     void Update(int done, int total);
+    // Called by the layout's progress monitor after each step.
+    void Report(const netloom::LayoutProgress& progress);
     // Draws the final state (when anything was drawn) and ends the line.
     void Finish();
 
@@ -35,6 +41,9 @@ private:
     std::chrono::steady_clock::time_point m_start;
     std::atomic<int> m_iDone{0};
     std::atomic<int> m_iTotal{0};
+    netloom::LayoutProgress m_step; // the last step reported, under m_stepLock
+    bool m_bStepSeen = false;
+    std::mutex m_stepLock;
     bool m_bDrawn = false;
     bool m_bStop = false;
     std::mutex m_mutex;
