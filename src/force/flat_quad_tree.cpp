@@ -172,11 +172,8 @@ void FlatQuadTree::Partition(const Point* from, Point* to, std::size_t begin, st
     QuadrantBoxes(box, quadrant, quadrants);
 }
 
-// With `counts`, how many of the cell's nodes fall in each of its quadrants is
-// known: the parent's distribution counted it while moving them, as this cell
-// counts for its children, which saves a pass over the nodes per level.
 void FlatQuadTree::BuildCell(std::vector<FlatCell>& out, Point* from, Point* to, std::size_t begin,
-                             std::size_t end, const Box& box, const std::size_t* counts) {
+                             std::size_t end, const Box& box) {
     const auto count = static_cast<std::int32_t>(end - begin);
     const std::int32_t self = AddCell(out, box.left, box.top, box.right, box.bottom, count);
     if (count == 1) {
@@ -201,42 +198,16 @@ void FlatQuadTree::BuildCell(std::vector<FlatCell>& out, Point* from, Point* to,
         narrow.next = self + 1;
         return;
     }
-    const QuadrantOf quadrant = SplitOf(box);
-    std::size_t sizes[4] = {0, 0, 0, 0};
-    if (counts != nullptr) {
-        std::copy(counts, counts + 4, sizes);
-    } else {
-        for (std::size_t i = begin; i < end; ++i) {
-            ++sizes[quadrant(from[i].x, from[i].y)];
-        }
-    }
-    Box quadrants[4];
-    QuadrantBoxes(box, quadrant, quadrants);
-    const QuadrantOf inner[4] = {SplitOf(quadrants[0]), SplitOf(quadrants[1]),
-                                 SplitOf(quadrants[2]), SplitOf(quadrants[3])};
     std::size_t starts[4];
-    std::size_t fill[4];
-    std::size_t at = begin;
-    for (int q = 0; q < 4; ++q) {
-        starts[q] = at;
-        fill[q] = at;
-        at += sizes[q];
-    }
-    // Stable: each quadrant lists its nodes in the order they come here.
-    std::size_t innerSizes[16] = {};
-    for (std::size_t i = begin; i < end; ++i) {
-        const Point p = from[i];
-        const int q = quadrant(p.x, p.y);
-        to[fill[q]++] = p;
-        ++innerSizes[q * 4 + inner[q](p.x, p.y)];
-    }
+    std::size_t sizes[4];
+    Box quadrants[4];
+    Partition(from, to, begin, end, box, starts, sizes, quadrants);
     std::int32_t children[4];
     for (int q = 0; q < 4; ++q) {
         children[q] = -1;
         if (sizes[q] != 0) {
             children[q] = static_cast<std::int32_t>(out.size());
-            BuildCell(out, to, from, starts[q], starts[q] + sizes[q], quadrants[q],
-                      &innerSizes[q * 4]);
+            BuildCell(out, to, from, starts[q], starts[q] + sizes[q], quadrants[q]);
         }
     }
     Finish(out, self, children, static_cast<std::int32_t>(out.size()));

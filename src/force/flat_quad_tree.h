@@ -116,7 +116,7 @@ private:
                    std::size_t starts[4], std::size_t sizes[4], Box quadrants[4],
                    WorkerPool* pool = nullptr);
     void BuildCell(std::vector<FlatCell>& out, Point* from, Point* to, std::size_t begin,
-                   std::size_t end, const Box& box, const std::size_t* counts = nullptr);
+                   std::size_t end, const Box& box);
     static void Finish(std::vector<FlatCell>& out, std::int32_t self,
                        const std::int32_t children[4], std::int32_t next);
     void Split(Point* from, Point* to, std::size_t begin, std::size_t end, const Box& box,
