@@ -112,11 +112,13 @@ constexpr std::size_t kParallelPartition = 16384;
 } // namespace
 
 // Distributes a cell's nodes over its quadrants (stably); `starts` and `sizes`
-// give each quadrant's range in `to`. Returns the quadrants' boxes. With a
+// give each quadrant's range in `to`, and `quadrants` their boxes. Returns
+// false when one quadrant takes every node: then nothing moves, and the range
+// is the same in `from`. With a
 // pool, blocks of points are counted and then moved on its threads, each block
 // to its own places (after the earlier blocks' points of the same quadrant),
 // which gives the same order.
-void FlatQuadTree::Partition(const Point* from, Point* to, std::size_t begin, std::size_t end,
+bool FlatQuadTree::Partition(const Point* from, Point* to, std::size_t begin, std::size_t end,
                              const Box& box, std::size_t starts[4], std::size_t sizes[4],
                              Box quadrants[4], WorkerPool* pool) {
     const QuadrantOf quadrant = SplitOf(box);
@@ -164,12 +166,20 @@ void FlatQuadTree::Partition(const Point* from, Point* to, std::size_t begin, st
         }
         sizes[q] = at - starts[q];
     }
+    QuadrantBoxes(box, quadrant, quadrants);
+    // Nodes close together share quadrant after quadrant: when one quadrant
+    // takes them all, they stay where they are, in the same order.
+    for (int q = 0; q < 4; ++q) {
+        if (sizes[q] == end - begin) {
+            return false;
+        }
+    }
     if (pool != nullptr) {
         pool->Run(blocks, 1, move);
     } else {
         move(0, blocks);
     }
-    QuadrantBoxes(box, quadrant, quadrants);
+    return true;
 }
 
 void FlatQuadTree::BuildCell(std::vector<FlatCell>& out, Point* from, Point* to, std::size_t begin,
@@ -201,13 +211,15 @@ void FlatQuadTree::BuildCell(std::vector<FlatCell>& out, Point* from, Point* to,
     std::size_t starts[4];
     std::size_t sizes[4];
     Box quadrants[4];
-    Partition(from, to, begin, end, box, starts, sizes, quadrants);
+    const bool moved = Partition(from, to, begin, end, box, starts, sizes, quadrants);
+    Point* const into = moved ? to : from;
+    Point* const spare = moved ? from : to;
     std::int32_t children[4];
     for (int q = 0; q < 4; ++q) {
         children[q] = -1;
         if (sizes[q] != 0) {
             children[q] = static_cast<std::int32_t>(out.size());
-            BuildCell(out, to, from, starts[q], starts[q] + sizes[q], quadrants[q]);
+            BuildCell(out, into, spare, starts[q], starts[q] + sizes[q], quadrants[q]);
         }
     }
     Finish(out, self, children, static_cast<std::int32_t>(out.size()));
@@ -256,12 +268,14 @@ void FlatQuadTree::Split(Point* from, Point* to, std::size_t begin, std::size_t 
     std::size_t starts[4];
     std::size_t sizes[4];
     Box quadrants[4];
-    Partition(from, to, begin, end, box, starts, sizes, quadrants,
-              end - begin >= kParallelPartition ? &pool : nullptr);
+    const bool moved = Partition(from, to, begin, end, box, starts, sizes, quadrants,
+                                 end - begin >= kParallelPartition ? &pool : nullptr);
+    Point* const into = moved ? to : from;
+    Point* const spare = moved ? from : to;
     int children = 0;
     for (int q = 0; q < 4; ++q) {
         if (sizes[q] != 0) {
-            Split(to, from, starts[q], starts[q] + sizes[q], quadrants[q], level + 1, pool);
+            Split(into, spare, starts[q], starts[q] + sizes[q], quadrants[q], level + 1, pool);
             ++children;
         }
     }

@@ -112,7 +112,7 @@ private:
         std::size_t split = 0; // its entry in m_vecSplits
         std::vector<FlatCell> cells;
     };
-    void Partition(const Point* from, Point* to, std::size_t begin, std::size_t end, const Box& box,
+    bool Partition(const Point* from, Point* to, std::size_t begin, std::size_t end, const Box& box,
                    std::size_t starts[4], std::size_t sizes[4], Box quadrants[4],
                    WorkerPool* pool = nullptr);
     void BuildCell(std::vector<FlatCell>& out, Point* from, Point* to, std::size_t begin,
