@@ -57,13 +57,13 @@ CForceWorkspace::CForceWorkspace(CConnectedGraph& graph, bool springs) : m_graph
         };
         m_bLookupAllPairs = !ParentKeepsOnlyEdgePairs(graph);
         std::unordered_map<const CEdge*, std::uint32_t> edgeIndex;
+        std::vector<std::int32_t> listedBy(count, -1); // the node whose table lists it
         m_vecSpringStart.reserve(count + 1);
         m_vecPairStart.reserve(count + 1);
         for (std::size_t i = 0; i < count; ++i) {
             CNode* node = m_vecNodes[i];
             m_vecSpringStart.push_back(static_cast<std::int32_t>(m_vecSpringEdge.size()));
             m_vecPairStart.push_back(static_cast<std::int32_t>(m_vecPairNode.size()));
-            const std::size_t pairBegin = m_vecPairNode.size();
             for (const CEdge* edge : node->GetEdges()) {
                 const std::int32_t source = indexOf(edge->GetSourceNode());
                 const std::int32_t dest = indexOf(edge->GetDestNode());
@@ -77,11 +77,10 @@ CForceWorkspace::CForceWorkspace(CConnectedGraph& graph, bool springs) : m_graph
                 if (static_cast<std::size_t>(other) >= count) {
                     continue;
                 }
-                bool listed = false;
-                for (std::size_t p = pairBegin; p < m_vecPairNode.size(); ++p) {
-                    listed = listed || m_vecPairNode[p] == other;
-                }
-                if (!listed) {
+                // Each neighbour once, in order of first appearance; a mark per
+                // node keeps a hub of many edges linear.
+                if (listedBy[other] != static_cast<std::int32_t>(i)) {
+                    listedBy[other] = static_cast<std::int32_t>(i);
                     m_vecPairNode.push_back(other);
                     m_vecPairStrength.push_back(
                         graph.FindEdgeSqrLenInParent(node->GetID(), m_vecNodes[other]->GetID()));
