@@ -174,6 +174,11 @@ export function encodeRequest(arrays, options) {
   return { ints, xy, fixed, ends, lengths, ports, levels, onProgress: o.onProgress };
 }
 
+/** Runs an encoded request; the raw arrays of nl_result. For the exactness test. */
+export async function runRequest(request) {
+  return run(await init(), request);
+}
+
 function run(mod, request) {
   const { ints, xy, fixed, ends, lengths, ports, levels, onProgress } = request;
   const allocations = [];

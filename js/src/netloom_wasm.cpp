@@ -7,7 +7,13 @@
 
 #include "level_rules.h"
 
+#if defined(__EMSCRIPTEN__)
 #include <emscripten/emscripten.h>
+#else
+// The native build of these entry points (js/test/native_twin.cpp) checks that
+// the WebAssembly module computes the same bits.
+#define EMSCRIPTEN_KEEPALIVE
+#endif
 
 #include <map>
 #include <memory>
@@ -15,12 +21,16 @@
 #include <utility>
 #include <vector>
 
+#if defined(__EMSCRIPTEN__)
 // Per-component progress, passed on to the JavaScript callback of the running layout.
 EM_JS(void, nl_report_progress, (int done, int total), {
     if (Module.onLayoutProgress) {
         Module.onLayoutProgress(done, total);
     }
 });
+#else
+void nl_report_progress(int, int) {}
+#endif
 
 namespace {
 
