@@ -52,7 +52,9 @@ int main() {
         int length = 0;
         const void* values = nl_result(what, &length);
         std::fwrite(&length, sizeof length, 1, stdout);
-        std::fwrite(values, what == 0 ? sizeof(double) : sizeof(int), length, stdout);
+        if (length > 0) {
+            std::fwrite(values, what == 0 ? sizeof(double) : sizeof(int), length, stdout);
+        }
     }
     int placed = 0;
     nl_result(5, &placed);
