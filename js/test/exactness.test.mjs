@@ -57,21 +57,12 @@ const cases = [
   ["layered 800 decorated", decorated(layered(800, 8, 6), 7), { kind: "hierarchy", maxCols: 20 }],
 ];
 
-// Radial layouts (and force layouts, which start from one unless given
-// positions) call atan2, sin and cos: the module's come from musl, the native
-// build's from glibc, and they differ in the last bit for some angles. There
-// the positions are not compared; everything else is.
-const usesTrig = ({ kind }, graph) =>
-  kind === "radial" || (kind === "force" && typeof graph.nodes[0] !== "object") ||
-  (kind === "force" && graph.nodes[0].x === undefined);
-
 test("every result array equals the native build's, bit for bit", { skip: !process.env.NETLOOM_NATIVE_TWIN && "NETLOOM_NATIVE_TWIN (the native build of the entry points) is not set" }, async () => {
   for (const [name, graph, options] of cases) {
     const request = encodeRequest(graphArrays(graph, options), options);
     const wasm = await runRequest(request);
     const want = native(process.env.NETLOOM_NATIVE_TWIN, request);
     for (const key of Object.keys(want)) {
-      if (key === "xy" && usesTrig(options, graph)) continue;
       const [a, b] = [wasm[key], want[key]];
       assert.ok(typeof a === "number" ? a === b : Buffer.compare(bytes(a), bytes(b)) === 0, `${name} ${options.kind}: ${key} differs`);
     }
@@ -80,7 +71,7 @@ test("every result array equals the native build's, bit for bit", { skip: !proce
 
 test("positions and ports equal the command-line tool's on the samples", async () => {
   const golden = JSON.parse(readFileSync(new URL("python/tests/tool_results.json", root)));
-  for (const c of golden.filter((c) => !usesTrig(c, sample(c.file)))) {
+  for (const c of golden) {
     const doc = sample(c.file);
     const result = await layout(doc, { kind: c.kind, ...c.options });
     const ids = doc.nodes.map((v) => v.id);
