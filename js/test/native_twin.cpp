@@ -1,8 +1,12 @@
 // The WebAssembly entry points built natively: reads one layout request from
 // stdin as js/test/exactness.test.mjs writes it, and writes every result array
-// to stdout, so that the test compares the module's bits with these.
+// to stdout, so that the test compares the module's bits with these. With
+// NETLOOM_TWIN_TIME set it also writes the layout call's milliseconds to
+// stderr, for the benchmark (js/bench/bench.mjs).
 
+#include <chrono>
 #include <cstdio>
+#include <cstdlib>
 #include <vector>
 
 extern "C" {
@@ -45,9 +49,15 @@ int main() {
     const std::vector<int> lengths = Read<int>(h[13] ? m : 0);
     const std::vector<int> ports = Read<int>(2 * m);
     const std::vector<int> levels = Read<int>(2 * static_cast<std::size_t>(h[8]));
+    const auto start = std::chrono::steady_clock::now();
     nl_layout(h[0], Optional(xy), Optional(fixed), h[1], ends.data(), Optional(lengths),
               ports.data(), h[2], h[3], h[4], h[5], h[6] != 0, h[7], h[8], Optional(levels), h[9],
               h[10], false);
+    if (std::getenv("NETLOOM_TWIN_TIME") != nullptr) {
+        const std::chrono::duration<double, std::milli> took =
+            std::chrono::steady_clock::now() - start;
+        std::fprintf(stderr, "%.3f\n", took.count());
+    }
     for (int what = 0; what < 5; ++what) {
         int length = 0;
         const void* values = nl_result(what, &length);
