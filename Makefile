@@ -1,7 +1,7 @@
 # The two everyday commands: `make demo` and `make test`.
 JOBS ?= $(shell nproc 2>/dev/null || echo 2)
 
-.PHONY: demo test fuzz bench format deps clean
+.PHONY: demo test test-wasm wasm fuzz bench format deps clean
 
 deps:
 	@./scripts/ensure-deps.sh
@@ -32,6 +32,28 @@ test: deps
 	      -DPython_EXECUTABLE=/usr/bin/python3
 	cmake --build build/python -j $(JOBS)
 	cd build/python && ctest --output-on-failure
+	@$(MAKE) --no-print-directory test-wasm
+
+# The WebAssembly package (js/): the library compiled with Emscripten into
+# js/dist/netloom_wasm.mjs and .wasm. Debian's Emscripten runs its JavaScript
+# helpers with the machine's node, which finds Debian's acorn only on NODE_PATH.
+EMSDK_ENV = NODE_PATH=/usr/share/nodejs
+wasm: deps
+	$(EMSDK_ENV) emcmake cmake -S . -B build/wasm -DCMAKE_BUILD_TYPE=Release -DBUILD_SHARED_LIBS=OFF \
+	      -DNETLOOM_BUILD_WASM=ON -DNETLOOM_BUILD_TESTS=OFF -DNETLOOM_BUILD_EXAMPLES=OFF \
+	      -DNETLOOM_BUILD_TOOLS=OFF
+	$(EMSDK_ENV) cmake --build build/wasm -j $(JOBS)
+
+# Node's tests of the package (the exactness test against build/test's native
+# twin of the entry points) and the demo page in headless Chromium.
+test-wasm:
+	@if ! command -v emcmake >/dev/null; then \
+	    echo "SKIPPED: the WebAssembly package's tests: Emscripten is not installed (apt-get install emscripten)"; \
+	else \
+	    $(MAKE) --no-print-directory wasm && \
+	    NETLOOM_NATIVE_TWIN=$(CURDIR)/build/test/tests/native_twin node --test js/test/ && \
+	    /usr/bin/python3 js/test/browser_test.py build/wasm/demo.png; \
+	fi
 
 # Builds the libFuzzer targets with clang and runs each for FUZZ_SECONDS on its
 # starting corpus and the inputs of past findings (fuzz/).

@@ -26,6 +26,23 @@ def missing():
             f"install with: sudo apt-get install -y {PACKAGES}")
 
 
+def colour_count(driver, png):
+    """The number of distinct colours in a PNG screenshot, decoded by the browser."""
+    import base64
+
+    return driver.execute_async_script("""
+        const done = arguments[arguments.length - 1], img = new Image();
+        img.onload = () => {
+            const c = document.createElement("canvas"), g = c.getContext("2d");
+            [c.width, c.height] = [img.width, img.height];
+            g.drawImage(img, 0, 0);
+            const d = g.getImageData(0, 0, c.width, c.height).data, seen = new Set();
+            for (let i = 0; i < d.length; i += 4) seen.add((d[i] << 16) | (d[i + 1] << 8) | d[i + 2]);
+            done(seen.size);
+        };
+        img.src = "data:image/png;base64," + arguments[0];""", base64.b64encode(png).decode())
+
+
 class Browser:
     """A headless Chromium with a profile of its own, closed on exit."""
 
@@ -44,7 +61,7 @@ class Browser:
         self.driver = webdriver.Chrome(service=Service(CHROMEDRIVER), options=options)
 
     def open(self, path):
-        self.driver.get("file://" + os.path.abspath(path))
+        self.driver.get(path if "://" in path else "file://" + os.path.abspath(path))
         return self.driver
 
     def hover(self, x, y):

@@ -9,6 +9,8 @@ void WalkLanes2(const LaneWalkArgs& args);
 void WalkLanes4(const LaneWalkArgs& args);
 void WalkLanes8(const LaneWalkArgs& args);
 void WalkLanes8Avx2(const LaneWalkArgs& args);
+#elif defined(__wasm_simd128__)
+void WalkLanes2(const LaneWalkArgs& args);
 #endif
 
 namespace {
@@ -21,6 +23,8 @@ int CpuLanes() {
     if (__builtin_cpu_supports("avx2")) {
         return 8; // two vectors of four: groups of eight share more of their descent
     }
+    return 2;
+#elif defined(__wasm_simd128__)
     return 2;
 #else
     return 1;
@@ -60,6 +64,10 @@ LaneWalkFn LaneWalk(int width) {
         return __builtin_cpu_supports("avx512f") ? WalkLanes8 : WalkLanes8Avx2;
     default:
         break;
+    }
+#elif defined(__wasm_simd128__)
+    if (width == 2) {
+        return WalkLanes2;
     }
 #endif
     return nullptr;

@@ -3,8 +3,9 @@
 #include <netloom/node.h>
 #include <netloom/params.h>
 
+#include "radial/trig.h"
+
 #include <algorithm>
-#include <cmath>
 #include <queue>
 #include <vector>
 
@@ -77,11 +78,11 @@ bool CConnectedGraph::RadiantPlaceChildren(CNode* node, CNode* parent, double ra
         angle = 0.0;
     } else {
         step = 3.1415 / (n + 1);
-        angle = std::atan2(parent->Y() - node->Y(), parent->X() - node->X()) + step + 1.57075;
+        angle = netloom::Atan2(parent->Y() - node->Y(), parent->X() - node->X()) + step + 1.57075;
     }
     for (CNode* child : children) {
-        child->SetPosition(node->X() + std::cos(angle) * radius,
-                           node->Y() + std::sin(angle) * radius);
+        child->SetPosition(node->X() + netloom::Cos(angle) * radius,
+                           node->Y() + netloom::Sin(angle) * radius);
         angle = angle + step;
     }
     return true;

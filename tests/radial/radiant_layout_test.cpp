@@ -1,5 +1,6 @@
 #include <netloom/netloom.h>
 
+#include "radial/trig.h"
 #include "support/generated_graphs.h"
 
 #include <gtest/gtest.h>
@@ -33,8 +34,8 @@ TEST(RadiantLayoutTest, StarAngles) {
             angle = angle + 6.283 / 4;
         }
         const CNode* leaf = comp->GetNode(2 + k);
-        EXPECT_EQ(leaf->X(), 0.0 + std::cos(angle) * 40.0);
-        EXPECT_EQ(leaf->Y(), 0.0 + std::sin(angle) * 40.0);
+        EXPECT_EQ(leaf->X(), 0.0 + netloom::Cos(angle) * 40.0);
+        EXPECT_EQ(leaf->Y(), 0.0 + netloom::Sin(angle) * 40.0);
     }
 }
 

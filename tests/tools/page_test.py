@@ -5,7 +5,6 @@ not blank.
 
 Usage: page_test.py NETLOOM SAMPLE [SCREENSHOT.png]. Exits 77 (skipped) when Chromium,
 chromedriver or Selenium is not installed."""
-import base64
 import json
 import os
 import subprocess
@@ -63,18 +62,7 @@ def main():
         errors = [entry for entry in driver.get_log("browser") if entry["level"] == "SEVERE"]
         assert not errors, errors
         png = driver.get_screenshot_as_png()
-        # The browser decodes the screenshot and counts its colours.
-        colours = driver.execute_async_script("""
-            const done = arguments[arguments.length - 1], img = new Image();
-            img.onload = () => {
-                const c = document.createElement("canvas"), g = c.getContext("2d");
-                [c.width, c.height] = [img.width, img.height];
-                g.drawImage(img, 0, 0);
-                const d = g.getImageData(0, 0, c.width, c.height).data, seen = new Set();
-                for (let i = 0; i < d.length; i += 4) seen.add((d[i] << 16) | (d[i + 1] << 8) | d[i + 2]);
-                done(seen.size);
-            };
-            img.src = "data:image/png;base64," + arguments[0];""", base64.b64encode(png).decode())
+        colours = page_browser.colour_count(driver, png)
     if len(sys.argv) > 3:
         with open(sys.argv[3], "wb") as out:
             out.write(png)

@@ -1,0 +1,72 @@
+// Type declarations of the netloom ES module (src/index.js).
+
+export type NodeId = string | number;
+export type Kind = "force" | "force-directed" | "tree" | "radial" | "radiant" | "hierarchy" | 1 | 2 | 4 | 8;
+export type Side = "up" | "down" | "right" | "left";
+
+export interface NodeObject { id: NodeId; x?: number; y?: number; fixed?: boolean }
+export interface Link {
+  source: NodeId | { id: NodeId };
+  target: NodeId | { id: NodeId };
+  /** Natural length, 0 to 46,340 (rounded); the distance when absent. */
+  length?: number;
+  /** Ends with the same port name on one node share a port. */
+  sourcePort?: unknown;
+  targetPort?: unknown;
+}
+export interface Graph { nodes: Array<NodeId | NodeObject>; links?: Link[] }
+
+export interface LayoutOptions {
+  kind?: Kind;                     // default "hierarchy"
+  distance?: number;               // 1..100000, default 40
+  layerSpacing?: number;           // 1..100000, default 200
+  maxCols?: number;                // 0 (no limit)..1000000
+  fixedLayout?: boolean;           // components with a fixed node stay where they are
+  fixed?: Iterable<NodeId>;        // nodes the force layout must not move
+  /** "degree" (the layout's own, default), "direction" or {level: [ids]}. */
+  levels?: "direction" | "degree" | Record<number, NodeId[]> | Map<number, NodeId[]>;
+  direction?: 1 | 2 | 3 | 4;
+  arrangeMode?: number;            // 0..1000
+  /** Called after each connected component with (done, total). */
+  onProgress?: (done: number, total: number) => void;
+}
+
+export interface LayoutResult {
+  positions: Map<NodeId, { x: number; y: number }>;
+  grid: Map<NodeId, { baseRow: number; row: number; col: number }>;
+  /** Port names by side; null for a link end without one. */
+  ports: Map<NodeId, Record<Side, unknown[]>>;
+  /** Link indices in port order, each with its component. */
+  edgeOrder: Array<{ link: number; component: number }>;
+  /** x0, y0, x1, y1, ... in node order. */
+  xy: Float64Array;
+  /** Nodes the given levels left out, placed below a listed neighbour. */
+  placedByNeighbour: number;
+}
+
+export interface ArrayGraph {
+  nodeCount: number;
+  sources: Int32Array | number[];
+  targets: Int32Array | number[];
+  xy?: Float64Array | number[];
+  fixed?: Uint8Array | number[];
+  lengths?: Int32Array | number[];
+}
+
+export interface ArrayResult {
+  xy: Float64Array;
+  grid: Int32Array;        // baseRow, row, col per node
+  portCounts: Int32Array;  // up, down, right, left per node
+  ports: Int32Array;       // port ids, node after node, side after side
+  edgeOrder: Int32Array;   // link index, component per entry
+  placedByNeighbour: number;
+}
+
+export const KINDS: Readonly<Record<string, number>>;
+export const SIDES: readonly Side[];
+/** Loads the WebAssembly module (once); layout calls do it themselves. */
+export function init(options?: { wasmBinary?: ArrayBuffer | Uint8Array }): Promise<unknown>;
+/** Lays out {nodes, links}; TypeError or RangeError for bad input. */
+export function layout(graph: Graph, options?: LayoutOptions): Promise<LayoutResult>;
+/** Lays out nodes 0..nodeCount-1 given as typed arrays. */
+export function layoutArrays(graph: ArrayGraph, options?: LayoutOptions): Promise<ArrayResult>;
