@@ -34,27 +34,6 @@ void nl_report_progress(int, int) {}
 
 namespace {
 
-// Levels given for the tree and hierarchy layouts, completed per component as
-// the command-line tool and the Python bindings do.
-class GivenLevels : public CLayoutStrategy {
-public:
-    GivenLevels(const CNetworkGraph& graph, std::map<int, std::vector<int>> levels, int direction,
-                int arrangeMode)
-        : m_completer(graph, std::move(levels)), m_iDirection(direction),
-          m_iArrangeMode(arrangeMode) {}
-    int GetArrangeMode() override { return m_iArrangeMode; }
-    int GetDirection() override { return m_iDirection; }
-    bool GetLevels(std::set<int>& nodeIds, std::map<int, std::vector<int>>& levels) override {
-        return m_completer.Complete(nodeIds, levels);
-    }
-    std::size_t Placed() const { return m_completer.Placed(); }
-
-private:
-    netloom_cli::LevelCompleter m_completer;
-    int m_iDirection;
-    int m_iArrangeMode;
-};
-
 // What the last layout produced, read by JavaScript straight from memory.
 struct Result {
     std::vector<double> positions; // x, y by node
@@ -136,7 +115,7 @@ EMSCRIPTEN_KEEPALIVE void nl_layout(int n, const double* xy, const unsigned char
     graph.SetMaxColCount(maxCols > 0 ? maxCols : -1);
     graph.SetFixedLayoutFlag(fixedLayout);
     graph.SetLayoutThreads(1); // built without threads
-    std::unique_ptr<GivenLevels> strategy;
+    std::unique_ptr<netloom_cli::GivenLevelsStrategy> strategy;
     if (levelsMode != 0 || direction != 1 || arrangeMode != 0) {
         std::map<int, std::vector<int>> given;
         if (levelsMode == 1) {
@@ -146,7 +125,8 @@ EMSCRIPTEN_KEEPALIVE void nl_layout(int n, const double* xy, const unsigned char
                 given[levels[2 * k]].push_back(levels[2 * k + 1] + 1);
             }
         }
-        strategy = std::make_unique<GivenLevels>(graph, std::move(given), direction, arrangeMode);
+        strategy = std::make_unique<netloom_cli::GivenLevelsStrategy>(graph, std::move(given),
+                                                                      direction, arrangeMode);
         graph.SetLayoutStrategy(strategy.get());
     }
     if (progress) {

@@ -94,31 +94,11 @@ private:
     std::exception_ptr m_pending;
 };
 
-// Levels given as a whole, completed per component as the command-line tool does.
-class GivenLevelsStrategy : public CLayoutStrategy {
-public:
-    GivenLevelsStrategy(const CNetworkGraph& graph, std::map<int, std::vector<int>> levels,
-                        int direction, int arrangeMode)
-        : m_completer(graph, std::move(levels)), m_iDirection(direction),
-          m_iArrangeMode(arrangeMode) {}
-    int GetArrangeMode() override { return m_iArrangeMode; }
-    int GetDirection() override { return m_iDirection; }
-    bool GetLevels(std::set<int>& nodeIds, std::map<int, std::vector<int>>& levels) override {
-        return m_completer.Complete(nodeIds, levels);
-    }
-    std::size_t Placed() const { return m_completer.Placed(); }
-
-private:
-    netloom_cli::LevelCompleter m_completer;
-    int m_iDirection;
-    int m_iArrangeMode;
-};
-
 // The Python Graph: a host graph plus the strategy object it keeps alive.
 struct PyGraph {
     CNetworkGraph graph;
     py::object strategy = py::none();
-    std::unique_ptr<GivenLevelsStrategy> givenLevels;
+    std::unique_ptr<netloom_cli::GivenLevelsStrategy> givenLevels;
 };
 
 // A flag any thread may set to stop the layouts it was handed; read without the GIL.
@@ -392,8 +372,8 @@ std::map<int, std::vector<int>> GraphDirectionLevels(const PyGraph& g) {
 }
 
 void SetLevels(PyGraph& g, std::map<int, std::vector<int>> levels, int direction, int arrangeMode) {
-    g.givenLevels =
-        std::make_unique<GivenLevelsStrategy>(g.graph, std::move(levels), direction, arrangeMode);
+    g.givenLevels = std::make_unique<netloom_cli::GivenLevelsStrategy>(g.graph, std::move(levels),
+                                                                       direction, arrangeMode);
     g.graph.SetLayoutStrategy(g.givenLevels.get());
     g.strategy = py::none();
 }

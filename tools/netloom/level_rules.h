@@ -1,6 +1,7 @@
 #pragma once
 
-// Level rules shared by the command-line tool and the Python bindings; they use
+// Level rules shared by the command-line tool and the Python and JavaScript
+// bindings; they use
 // only the library's public interface.
 
 #include <netloom/netloom.h>
@@ -44,6 +45,28 @@ private:
     std::map<int, std::vector<int>> m_given;
     std::unordered_map<int, const CConnectedGraph*> m_components;
     std::size_t m_placed = 0;
+};
+
+// A strategy that hands every component the given levels, completed as above,
+// with a fixed direction and arrange mode: the Python and JavaScript bindings'
+// "levels" option.
+class GivenLevelsStrategy : public CLayoutStrategy {
+public:
+    GivenLevelsStrategy(const CNetworkGraph& graph, std::map<int, std::vector<int>> levels,
+                        int direction, int arrangeMode)
+        : m_completer(graph, std::move(levels)), m_iDirection(direction),
+          m_iArrangeMode(arrangeMode) {}
+    int GetArrangeMode() override { return m_iArrangeMode; }
+    int GetDirection() override { return m_iDirection; }
+    bool GetLevels(std::set<int>& nodeIds, std::map<int, std::vector<int>>& levels) override {
+        return m_completer.Complete(nodeIds, levels);
+    }
+    std::size_t Placed() const { return m_completer.Placed(); }
+
+private:
+    LevelCompleter m_completer;
+    int m_iDirection;
+    int m_iArrangeMode;
 };
 
 } // namespace netloom_cli
