@@ -55,12 +55,18 @@ void CheckResult(const CNetworkGraph& graph, bool wild, bool fixedLayout, int di
     if (wild || std::abs(distance) > 100000) {
         return;
     }
+    // Rectangles saturate to the int range, so components beyond it (left
+    // there by an earlier layout with an extreme distance) cannot be stacked.
+    bool inIntRange = true;
     for (const auto& entry : graph.GetNodeMap()) {
-        if (std::isnan(entry.second->X()) || std::isnan(entry.second->Y())) {
+        const double x = entry.second->X();
+        const double y = entry.second->Y();
+        if (std::isnan(x) || std::isnan(y)) {
             Fail("NaN position");
         }
+        inIntRange = inIntRange && std::abs(x) < 2e9 && std::abs(y) < 2e9;
     }
-    if (fixedLayout) {
+    if (fixedLayout || !inIntRange) {
         return;
     }
     int previousBottom = -2147483647;

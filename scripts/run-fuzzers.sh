@@ -16,7 +16,16 @@ for fuzzer in layout parsers; do
         -print_final_stats=1 -artifact_prefix="$work/$fuzzer-artifacts/" \
         "$work/$fuzzer" "$root/fuzz/corpus/$fuzzer" "$root/fuzz/regressions/$fuzzer" \
         > "$work/$fuzzer.log" 2>&1; then
-        tail -n 60 "$work/$fuzzer.log"
+        # The cause comes before the stack; the input follows as base64 so a
+        # finding on another machine can be replayed from the log alone.
+        grep -m 5 -E "^(==[0-9]+==ERROR|${fuzzer}_fuzzer:|.*runtime error:)" "$work/$fuzzer.log" || true
+        tail -n 40 "$work/$fuzzer.log"
+        for crash in "$work/$fuzzer-artifacts"/*; do
+            [ -f "$crash" ] || continue
+            echo "input $(basename "$crash") as base64:"
+            base64 -w 0 "$crash" | head -c 12000
+            echo
+        done
         echo "${fuzzer}_fuzzer found a problem; the input is printed above" >&2
         exit 1
     fi
