@@ -39,39 +39,38 @@ std::int32_t FlatQuadTree::AddCell(std::vector<FlatCell>& out, std::int64_t left
 
 // Inserting nodes one by one splits every cell that receives a second node while
 // it is at least 2 wide, and keeps the cells that receive any. So the tree
-// depends only on which nodes fall into which cell: each cell's nodes are
-// distributed over its quadrants at once (a stable counting pass, so that each
-// cell lists its nodes in insertion order), and the cells come out in
-// depth-first order. Large trees split their top levels first and build the
-// subtrees below them on several threads, each into its own array; the arrays
-// are then joined in depth-first order, which gives the same cells.
+// depends only on which nodes fall into which cell. Each node's path of
+// quadrants is computed on its own; sorted by path, the nodes of every cell
+// form a run, the runs of its quadrants follow each other in child order, and
+// the cells come out in depth-first order. The force layout numbers its nodes
+// in leaf order from time to time, so the sort mostly finds them in order.
+// Large trees split their top levels first and build the subtrees below them
+// on several threads, each into its own array; the arrays are then joined in
+// depth-first order, which gives the same cells.
 void FlatQuadTree::Build(const double* x, const double* y, std::size_t n, const CRect& root,
                          WorkerPool* pool) {
     m_vecOrder.resize(n);
-    m_vecPoints.resize(n);
-    m_vecScratch.resize(n);
     m_pX = x;
     m_pY = y;
-    for (std::size_t i = 0; i < n; ++i) {
-        m_vecPoints[i] = {TruncToInt(x[i]), TruncToInt(y[i]), static_cast<std::int32_t>(i)};
+    m_vecCells.clear();
+    if (n == 0) {
+        return;
     }
     const Box box{root.left, root.top, root.right, root.bottom};
-    if (n == 0 || pool == nullptr || pool->Threads() <= 1 || n < kParallelBuild) {
-        m_vecCells.clear();
-        if (n == 0) {
-            return;
-        }
-        BuildCell(m_vecCells, m_vecPoints.data(), m_vecScratch.data(), 0, n, box);
+    const bool parallel = pool != nullptr && pool->Threads() > 1 && n >= kParallelBuild;
+    SortByPath(box, parallel ? pool : nullptr);
+    if (!parallel) {
+        BuildCell(m_vecCells, 0, n, box, 0);
         return;
     }
     m_vecSplits.clear();
     m_nSubtrees = 0;
-    Split(m_vecPoints.data(), m_vecScratch.data(), 0, n, box, 0, *pool);
+    Split(0, n, box, 0);
     pool->Run(m_nSubtrees, 1, [this](std::size_t first, std::size_t end) {
         for (std::size_t t = first; t < end; ++t) {
             Subtree& job = m_vecSubtrees[t];
             job.cells.clear();
-            BuildCell(job.cells, job.from, job.to, job.begin, job.end, job.box);
+            BuildCell(job.cells, job.begin, job.end, job.box, job.level);
         }
     });
     Join(*pool);
@@ -86,8 +85,7 @@ struct QuadrantOf {
     int operator()(std::int32_t x, std::int32_t y) const {
         const int highX = x >= mx ? 1 : 0;
         const int highY = y >= my ? 1 : 0;
-        // 0 and 1 along the top, then 2 and 3 back along the bottom; without
-        // branches, which points in random order would mispredict.
+        // 0 and 1 along the top, then 2 and 3 back along the bottom.
         return highY << 1 | (highX ^ highY);
     }
 };
@@ -104,91 +102,204 @@ template <class Box> void QuadrantBoxes(const Box& box, const QuadrantOf& at, Bo
     quadrants[3] = {box.left, at.my, at.mx, box.bottom};
 }
 
-// Points per block of the parallel partition, and the cells large enough to
-// be partitioned on several threads.
-constexpr std::size_t kPartitionBlock = 2048;
-constexpr std::size_t kParallelPartition = 16384;
+// The bit position of the quadrant at `level` (the root's split is level 0).
+// A root at most 2^30 wide is split at most 30 times along a path.
+constexpr int DigitShift(int level) {
+    return 62 - 2 * level;
+}
+
+// Nodes per block when the paths are computed on several threads.
+constexpr std::size_t kKeyBlock = 4096;
+// Runs of a cell's nodes up to this length are split by counting.
+constexpr std::size_t kCountedRun = 64;
+// Nodes whose paths are computed together.
+constexpr int kPathBatch = 8;
+// Bits of the path sorted per pass.
+constexpr int kRadixBits = 11;
 
 } // namespace
 
-// Distributes a cell's nodes over its quadrants (stably); `starts` and `sizes`
-// give each quadrant's range in `to`, and `quadrants` their boxes. Returns
-// false when one quadrant takes every node: then nothing moves, and the range
-// is the same in `from`. With a
-// pool, blocks of points are counted and then moved on its threads, each block
-// to its own places (after the earlier blocks' points of the same quadrant),
-// which gives the same order.
-bool FlatQuadTree::Partition(const Point* from, Point* to, std::size_t begin, std::size_t end,
-                             const Box& box, std::size_t starts[4], std::size_t sizes[4],
-                             Box quadrants[4], WorkerPool* pool) {
-    const QuadrantOf quadrant = SplitOf(box);
-    const std::size_t blocks =
-        pool != nullptr ? (end - begin + kPartitionBlock - 1) / kPartitionBlock : 1;
-    const std::size_t block = pool != nullptr ? kPartitionBlock : end - begin;
-    // The calling thread's own four places when alone: subtrees are built on
-    // several threads at once.
-    std::size_t own[4] = {0, 0, 0, 0};
-    if (pool != nullptr) {
-        m_vecBlockFill.assign(blocks * 4, 0);
+namespace {
+
+// Four 32-bit lanes: SSE2 on x86-64, NEON on ARM, scalar code elsewhere. Every
+// coordinate and cell side of a tree lies in the int range, so does every
+// middle. Comparisons give all ones or zero per lane.
+using Int4 = std::int32_t __attribute__((vector_size(16)));
+using Bits4 = std::uint32_t __attribute__((vector_size(16)));
+constexpr int kLanes = 4;
+
+} // namespace
+
+// The quadrants of a node's path, cell by cell from the root down to the first
+// cell narrower than 2, as base-4 digits from the top; zeros below. Cells are
+// tracked as corner and size, by masks rather than branches (which would
+// mispredict half the time); the high half starts at the middle and takes the
+// odd unit. A cell narrower than 2 adds no digit. Levels 0 to 15 fill the
+// upper half of the key, the rest the lower half.
+void FlatQuadTree::PathKeys(const double* x, const double* y, const Box& root, int levels,
+                            Keyed* out) {
+    constexpr int kVectors = kPathBatch / kLanes;
+    Int4 px[kVectors];
+    Int4 py[kVectors];
+    Int4 left[kVectors];
+    Int4 top[kVectors];
+    Int4 width[kVectors];
+    Int4 height[kVectors];
+    Bits4 upper[kVectors];
+    Bits4 lower[kVectors];
+    for (int v = 0; v < kVectors; ++v) {
+        for (int l = 0; l < kLanes; ++l) {
+            px[v][l] = TruncToInt(x[v * kLanes + l]);
+            py[v][l] = TruncToInt(y[v * kLanes + l]);
+        }
+        left[v] = Int4{} + static_cast<std::int32_t>(root.left);
+        top[v] = Int4{} + static_cast<std::int32_t>(root.top);
+        width[v] = Int4{} + static_cast<std::int32_t>(root.right - root.left);
+        height[v] = Int4{} + static_cast<std::int32_t>(root.bottom - root.top);
+        upper[v] = Bits4{};
+        lower[v] = Bits4{};
     }
-    std::size_t* const fills = pool != nullptr ? m_vecBlockFill.data() : own;
-    auto count = [&](std::size_t first, std::size_t last) {
-        for (std::size_t b = first; b < last; ++b) {
-            std::size_t* sizesOf = &fills[b * 4];
-            const std::size_t stop = std::min(end, begin + (b + 1) * block);
-            for (std::size_t i = begin + b * block; i < stop; ++i) {
-                ++sizesOf[quadrant(from[i].x, from[i].y)];
+    for (int level = 0; level < levels; ++level) {
+        const int shift = DigitShift(level) & 31;
+        for (int v = 0; v < kVectors; ++v) {
+            const Int4 halfW = width[v] >> 1;
+            const Int4 halfH = height[v] >> 1;
+            const Int4 highX = px[v] >= left[v] + halfW;
+            const Int4 highY = py[v] >= top[v] + halfH;
+            // 0 and 1 along the top, then 2 and 3 back along the bottom.
+            const Int4 digit = ((highY & 2) | ((highX ^ highY) & 1)) & (width[v] > 1);
+            if (level < 16) {
+                upper[v] |= reinterpret_cast<const Bits4&>(digit) << shift;
+            } else {
+                lower[v] |= reinterpret_cast<const Bits4&>(digit) << shift;
             }
-        }
-    };
-    auto move = [&](std::size_t first, std::size_t last) {
-        for (std::size_t b = first; b < last; ++b) {
-            std::size_t* fill = &fills[b * 4];
-            const std::size_t stop = std::min(end, begin + (b + 1) * block);
-            for (std::size_t i = begin + b * block; i < stop; ++i) {
-                to[fill[quadrant(from[i].x, from[i].y)]++] = from[i];
-            }
-        }
-    };
-    if (pool != nullptr) {
-        pool->Run(blocks, 1, count);
-    } else {
-        count(0, blocks);
-    }
-    // Each block's counts become the places its points go to.
-    std::size_t at = begin;
-    for (int q = 0; q < 4; ++q) {
-        starts[q] = at;
-        for (std::size_t b = 0; b < blocks; ++b) {
-            const std::size_t size = fills[b * 4 + q];
-            fills[b * 4 + q] = at;
-            at += size;
-        }
-        sizes[q] = at - starts[q];
-    }
-    QuadrantBoxes(box, quadrant, quadrants);
-    // Nodes close together share quadrant after quadrant: when one quadrant
-    // takes them all, they stay where they are, in the same order.
-    for (int q = 0; q < 4; ++q) {
-        if (sizes[q] == end - begin) {
-            return false;
+            left[v] += halfW & highX;
+            width[v] = halfW + (width[v] & 1 & highX);
+            top[v] += halfH & highY;
+            height[v] = halfH + (height[v] & 1 & highY);
         }
     }
-    if (pool != nullptr) {
-        pool->Run(blocks, 1, move);
-    } else {
-        move(0, blocks);
+    for (int v = 0; v < kVectors; ++v) {
+        for (int l = 0; l < kLanes; ++l) {
+            out[v * kLanes + l].key = static_cast<std::uint64_t>(upper[v][l]) << 32 | lower[v][l];
+        }
     }
-    return true;
 }
 
-void FlatQuadTree::BuildCell(std::vector<FlatCell>& out, Point* from, Point* to, std::size_t begin,
-                             std::size_t end, const Box& box) {
+// Sorts the nodes by path, nodes of one narrow cell in index order: a radix
+// sort from the lowest digits that a path can use up, which is stable, over
+// the nodes in index order.
+void FlatQuadTree::SortByPath(const Box& root, WorkerPool* pool) {
+    const std::size_t n = m_vecOrder.size();
+    m_vecSorting.resize(n);
+    // The longest path takes the larger half at every level.
+    int levels = 0;
+    for (std::int64_t width = root.right - root.left; width >= 2; width -= width / 2) {
+        ++levels;
+    }
+    // The last few nodes are computed in a batch padded with the first node.
+    m_vecKeyed.resize(n + kPathBatch);
+    for (std::size_t i = n; i < n + kPathBatch; ++i) {
+        m_vecKeyed[i].index = 0;
+    }
+    auto keys = [this, &root, levels, n](std::size_t first, std::size_t last) {
+        for (std::size_t b = first; b < last; ++b) {
+            const std::size_t stop = std::min(n, (b + 1) * kKeyBlock);
+            for (std::size_t i = b * kKeyBlock; i < stop; i += kPathBatch) {
+                if (i + kPathBatch <= n) {
+                    PathKeys(m_pX + i, m_pY + i, root, levels, &m_vecKeyed[i]);
+                    continue;
+                }
+                double xs[kPathBatch];
+                double ys[kPathBatch];
+                for (int k = 0; k < kPathBatch; ++k) {
+                    xs[k] = m_pX[i + k < n ? i + k : 0];
+                    ys[k] = m_pY[i + k < n ? i + k : 0];
+                }
+                PathKeys(xs, ys, root, levels, &m_vecKeyed[i]);
+            }
+            for (std::size_t i = b * kKeyBlock; i < stop; ++i) {
+                m_vecKeyed[i].index = static_cast<std::int32_t>(i);
+            }
+        }
+    };
+    const std::size_t blocks = (n + kKeyBlock - 1) / kKeyBlock;
+    if (pool != nullptr) {
+        pool->Run(blocks, 1, keys);
+    } else {
+        keys(0, blocks);
+    }
+    m_vecKeyed.resize(n);
+    std::vector<std::size_t>& place = m_vecBuckets;
+    place.resize(std::size_t{1} << kRadixBits);
+    Keyed* from = m_vecKeyed.data();
+    Keyed* to = m_vecSorting.data();
+    for (int low = DigitShift(levels - 1); low < 64; low += kRadixBits) {
+        const int shift = low;
+        const std::uint64_t mask = (std::uint64_t{1} << kRadixBits) - 1u;
+        std::fill(place.begin(), place.end(), 0);
+        for (std::size_t i = 0; i < n; ++i) {
+            ++place[from[i].key >> shift & mask];
+        }
+        if (place[from[0].key >> shift & mask] == n) {
+            continue; // one digit for all: the order stays
+        }
+        std::size_t at = 0;
+        for (std::size_t& bucket : place) {
+            const std::size_t size = bucket;
+            bucket = at;
+            at += size;
+        }
+        for (std::size_t i = 0; i < n; ++i) {
+            to[place[from[i].key >> shift & mask]++] = from[i];
+        }
+        std::swap(from, to);
+    }
+    if (from != m_vecKeyed.data()) {
+        m_vecKeyed.swap(m_vecSorting);
+    }
+    for (std::size_t i = 0; i < n; ++i) {
+        m_vecOrder[i] = m_vecKeyed[i].index;
+    }
+}
+
+// The ends of the runs of quadrants 0 to 3 within the run of a cell at
+// `level`: counted in short runs, searched for in long ones.
+void FlatQuadTree::Quadrants(std::size_t begin, std::size_t end, int level,
+                             std::size_t ends[4]) const {
+    const Keyed* const a = m_vecKeyed.data();
+    const int shift = DigitShift(level);
+    auto digit = [shift](const Keyed& k) { return static_cast<int>(k.key >> shift & 3u); };
+    if (end - begin <= kCountedRun) {
+        std::size_t above[4] = {0, 0, 0, 0};
+        for (std::size_t i = begin; i < end; ++i) {
+            const int d = digit(a[i]);
+            above[0] += static_cast<std::size_t>(d > 0);
+            above[1] += static_cast<std::size_t>(d > 1);
+            above[2] += static_cast<std::size_t>(d > 2);
+        }
+        for (int q = 0; q < 3; ++q) {
+            ends[q] = end - above[q];
+        }
+        ends[3] = end;
+        return;
+    }
+    std::size_t from = begin;
+    for (int q = 0; q < 3; ++q) {
+        from = static_cast<std::size_t>(
+            std::partition_point(a + from, a + end, [&](const Keyed& k) { return digit(k) <= q; }) -
+            a);
+        ends[q] = from;
+    }
+    ends[3] = end;
+}
+
+void FlatQuadTree::BuildCell(std::vector<FlatCell>& out, std::size_t begin, std::size_t end,
+                             const Box& box, int level) {
     const auto count = static_cast<std::int32_t>(end - begin);
     const std::int32_t self = AddCell(out, box.left, box.top, box.right, box.bottom, count);
     if (count == 1) {
-        const std::int32_t node = from[begin].index;
-        m_vecOrder[begin] = node;
+        const std::int32_t node = m_vecKeyed[begin].index;
         FlatCell& leaf = out[self];
         leaf.node = node;
         leaf.centerX = m_pX[node];
@@ -198,29 +309,26 @@ void FlatQuadTree::BuildCell(std::vector<FlatCell>& out, Point* from, Point* to,
     }
     if (box.right - box.left < 2) {
         // Too narrow to split: the cell keeps the node that came first.
-        for (std::size_t i = begin; i < end; ++i) {
-            m_vecOrder[i] = from[i].index;
-        }
         FlatCell& narrow = out[self];
-        narrow.node = from[begin].index;
+        narrow.node = m_vecKeyed[begin].index;
         narrow.centerX = static_cast<double>(box.left + 1);
         narrow.centerY = static_cast<double>(box.top + 1);
         narrow.next = self + 1;
         return;
     }
-    std::size_t starts[4];
-    std::size_t sizes[4];
+    std::size_t ends[4];
+    Quadrants(begin, end, level, ends);
     Box quadrants[4];
-    const bool moved = Partition(from, to, begin, end, box, starts, sizes, quadrants);
-    Point* const into = moved ? to : from;
-    Point* const spare = moved ? from : to;
+    QuadrantBoxes(box, SplitOf(box), quadrants);
     std::int32_t children[4];
+    std::size_t from = begin;
     for (int q = 0; q < 4; ++q) {
         children[q] = -1;
-        if (sizes[q] != 0) {
+        if (ends[q] != from) {
             children[q] = static_cast<std::int32_t>(out.size());
-            BuildCell(out, into, spare, starts[q], starts[q] + sizes[q], quadrants[q]);
+            BuildCell(out, from, ends[q], quadrants[q], level + 1);
         }
+        from = ends[q];
     }
     Finish(out, self, children, static_cast<std::int32_t>(out.size()));
 }
@@ -246,38 +354,35 @@ void FlatQuadTree::Finish(std::vector<FlatCell>& out, std::int32_t self,
 
 // The top levels: a cell that BuildCell would split is split here down to
 // kSplitLevels; each cell below becomes a subtree of its own.
-void FlatQuadTree::Split(Point* from, Point* to, std::size_t begin, std::size_t end, const Box& box,
-                         int level, WorkerPool& pool) {
+void FlatQuadTree::Split(std::size_t begin, std::size_t end, const Box& box, int level) {
     if (level == kSplitLevels || end - begin < 2 || box.right - box.left < 2) {
         // Subtree arrays are kept from one build to the next.
         if (m_nSubtrees == m_vecSubtrees.size()) {
             m_vecSubtrees.emplace_back();
         }
         Subtree& job = m_vecSubtrees[m_nSubtrees];
-        job.from = from;
-        job.to = to;
         job.begin = begin;
         job.end = end;
         job.box = box;
+        job.level = level;
         job.split = m_vecSplits.size();
         m_vecSplits.push_back({box, 0, 0, static_cast<std::int32_t>(m_nSubtrees++), 0, 0});
         return;
     }
     const std::size_t self = m_vecSplits.size();
     m_vecSplits.push_back({box, static_cast<std::int32_t>(end - begin), 0, -1, 0, 0});
-    std::size_t starts[4];
-    std::size_t sizes[4];
+    std::size_t ends[4];
+    Quadrants(begin, end, level, ends);
     Box quadrants[4];
-    const bool moved = Partition(from, to, begin, end, box, starts, sizes, quadrants,
-                                 end - begin >= kParallelPartition ? &pool : nullptr);
-    Point* const into = moved ? to : from;
-    Point* const spare = moved ? from : to;
+    QuadrantBoxes(box, SplitOf(box), quadrants);
     int children = 0;
+    std::size_t from = begin;
     for (int q = 0; q < 4; ++q) {
-        if (sizes[q] != 0) {
-            Split(into, spare, starts[q], starts[q] + sizes[q], quadrants[q], level + 1, pool);
+        if (ends[q] != from) {
+            Split(from, ends[q], quadrants[q], level + 1);
             ++children;
         }
+        from = ends[q];
     }
     m_vecSplits[self].children = children;
 }

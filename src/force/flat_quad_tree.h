@@ -82,9 +82,11 @@ public:
              double& fy) const;
 
 private:
-    struct Point {
-        std::int32_t x;
-        std::int32_t y;
+    // A node and its path from the root: two bits per level, the quadrant it
+    // falls in, from the top bits down. Sorted by key (then index), the nodes
+    // are in the order of the leaves, and each cell's nodes are a run.
+    struct Keyed {
+        std::uint64_t key;
         std::int32_t index;
     };
     struct Box {
@@ -104,23 +106,21 @@ private:
         std::int32_t next;     // the end of its subtree there
     };
     struct Subtree {
-        Point* from = nullptr;
-        Point* to = nullptr;
         std::size_t begin = 0;
         std::size_t end = 0;
         Box box{};
+        int level = 0;
         std::size_t split = 0; // its entry in m_vecSplits
         std::vector<FlatCell> cells;
     };
-    bool Partition(const Point* from, Point* to, std::size_t begin, std::size_t end, const Box& box,
-                   std::size_t starts[4], std::size_t sizes[4], Box quadrants[4],
-                   WorkerPool* pool = nullptr);
-    void BuildCell(std::vector<FlatCell>& out, Point* from, Point* to, std::size_t begin,
-                   std::size_t end, const Box& box);
+    static void PathKeys(const double* x, const double* y, const Box& root, int levels, Keyed* out);
+    void SortByPath(const Box& root, WorkerPool* pool);
+    void Quadrants(std::size_t begin, std::size_t end, int level, std::size_t ends[4]) const;
+    void BuildCell(std::vector<FlatCell>& out, std::size_t begin, std::size_t end, const Box& box,
+                   int level);
     static void Finish(std::vector<FlatCell>& out, std::int32_t self,
                        const std::int32_t children[4], std::int32_t next);
-    void Split(Point* from, Point* to, std::size_t begin, std::size_t end, const Box& box,
-               int level, WorkerPool& pool);
+    void Split(std::size_t begin, std::size_t end, const Box& box, int level);
     std::size_t Place(std::size_t& at, std::size_t first);
     void Join(WorkerPool& pool);
     std::int32_t FlattenCell(const CQuadNode* cell);
@@ -131,10 +131,10 @@ private:
 
     std::vector<FlatCell> m_vecCells;
     std::vector<std::int32_t> m_vecOrder;
-    std::vector<Point> m_vecPoints;
-    std::vector<Point> m_vecScratch;
+    std::vector<Keyed> m_vecKeyed;
+    std::vector<Keyed> m_vecSorting;
+    std::vector<std::size_t> m_vecBuckets;
     std::vector<SplitCell> m_vecSplits;
-    std::vector<std::size_t> m_vecBlockFill; // per block and quadrant: counts, then places
     std::vector<Subtree> m_vecSubtrees;
     std::size_t m_nSubtrees = 0;
     const double* m_pX = nullptr;

@@ -142,8 +142,8 @@ TEST(QuadTreeTest, PooledTreeMatchesTheOracle) {
     }
 }
 
-// Distributing the nodes over the quadrants at once gives the tree that
-// inserting them one by one gives, cell for cell in depth-first order.
+// Sorting the nodes by their paths of quadrants gives the tree that inserting
+// them one by one gives, cell for cell in depth-first order.
 TEST(QuadTreeTest, DirectBuildMatchesInsertion) {
     for (std::uint32_t trial = 1; trial <= 60; ++trial) {
         std::mt19937 rng(trial);
@@ -157,11 +157,12 @@ TEST(QuadTreeTest, DirectBuildMatchesInsertion) {
             }
         }
         Decompose(g, 40);
-        // Scales from clumps inside one unit to a wide spread, with repeated
-        // integer points and negative coordinates (truncation toward zero).
-        const double scales[] = {0.3, 3.0, 50.0, 2000.0, 1.0e6};
+        // Scales from clumps inside one unit to paths of nearly 30 levels, with
+        // repeated integer points and negative coordinates (truncation toward
+        // zero).
+        const double scales[] = {0.3, 3.0, 50.0, 2000.0, 1.0e6, 4.0e8};
         std::uniform_real_distribution<double> pos(-1.0, 1.0);
-        const double scale = scales[trial % 5];
+        const double scale = scales[trial % 6];
         std::vector<double> x;
         std::vector<double> y;
         _tagNode none;
