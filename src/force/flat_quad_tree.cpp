@@ -20,14 +20,14 @@ constexpr int kSplitLevels = 2;
 FlatCell FlatQuadTree::MakeCell(std::int64_t left, std::int64_t top, std::int64_t right,
                                 std::int64_t bottom, std::int32_t count) {
     FlatCell cell;
-    cell.reachLeft = static_cast<double>(left) - 1.0;
-    cell.reachTop = static_cast<double>(top) - 1.0;
-    cell.reachRight = static_cast<double>(right);
-    cell.reachBottom = static_cast<double>(bottom);
+    // Every cell lies inside its tree's root, a rectangle of ints.
+    cell.left = static_cast<std::int32_t>(left);
+    cell.top = static_cast<std::int32_t>(top);
+    cell.right = static_cast<std::int32_t>(right);
+    cell.bottom = static_cast<std::int32_t>(bottom);
     cell.count = count;
     const std::int64_t s = ((right - left) + (bottom - top)) / 2;
     cell.farSqr = static_cast<double>(s) * static_cast<double>(s);
-    cell.wide = (right - left) >= 2 ? 1 : 0;
     return cell;
 }
 
@@ -301,16 +301,15 @@ void FlatQuadTree::BuildCell(std::vector<FlatCell>& out, std::size_t begin, std:
     if (count == 1) {
         const std::int32_t node = m_vecKeyed[begin].index;
         FlatCell& leaf = out[self];
-        leaf.node = node;
+        leaf.count = ~node;
         leaf.centerX = m_pX[node];
         leaf.centerY = m_pY[node];
         leaf.next = self + 1;
         return;
     }
     if (box.right - box.left < 2) {
-        // Too narrow to split: the cell keeps the node that came first.
+        // Too narrow to split: its nodes count as one charge each at one point.
         FlatCell& narrow = out[self];
-        narrow.node = m_vecKeyed[begin].index;
         narrow.centerX = static_cast<double>(box.left + 1);
         narrow.centerY = static_cast<double>(box.top + 1);
         narrow.next = self + 1;
@@ -342,8 +341,8 @@ void FlatQuadTree::Finish(std::vector<FlatCell>& out, std::int32_t self,
     for (int q = 0; q < 4; ++q) {
         if (children[q] >= 0) {
             const FlatCell& c = out[children[q]];
-            cx += c.count * c.centerX;
-            cy += c.count * c.centerY;
+            cx += c.Nodes() * c.centerX;
+            cy += c.Nodes() * c.centerY;
         }
     }
     FlatCell& cell = out[self];
@@ -451,7 +450,9 @@ std::int32_t FlatQuadTree::FlattenCell(const CQuadNode* cell) {
     const std::int32_t self = AddCell(m_vecCells, r.left, r.top, r.right, r.bottom, cell->m_iCount);
     m_vecCells[self].centerX = cell->m_dCenterX;
     m_vecCells[self].centerY = cell->m_dCenterY;
-    m_vecCells[self].node = cell->m_iNodeIndex;
+    if (cell->m_iCount == 1) {
+        m_vecCells[self].count = ~cell->m_iNodeIndex;
+    }
     if (cell->m_iCount >= 2) {
         for (const CQuadNode* child : cell->m_pChildren) {
             if (child != nullptr) {

@@ -46,17 +46,24 @@ struct FlatCell {
     double centerX = 0.0;
     double centerY = 0.0;
     double farSqr = 0.0; // s * s of the far-cell test
-    // The cell's reach box: a node inside has its truncated point within
-    // [left, right) x [top, bottom), so it lies within one unit of it.
-    double reachLeft = 0.0;   // left - 1
-    double reachTop = 0.0;    // top - 1
-    double reachRight = 0.0;  // right
-    double reachBottom = 0.0; // bottom
+    // The cell's rectangle: a node inside has its truncated point within
+    // [left, right) x [top, bottom), so it lies within [left - 1, right] x
+    // [top - 1, bottom], the cell's reach box.
+    std::int32_t left = 0;
+    std::int32_t top = 0;
+    std::int32_t right = 0;
+    std::int32_t bottom = 0;
+    // The cell's node count, or for a leaf ~node (below zero): 48 bytes a cell.
     std::int32_t count = 0;
-    std::int32_t next = 0;  // the first cell after this cell's subtree
-    std::int32_t node = -1; // a leaf's node index; the first node of a narrow cell
-    std::int32_t wide = 0;  // width >= 2: the cell may have children
+    // The first cell after this cell's subtree; beyond the next cell when the
+    // cell has children.
+    std::int32_t next = 0;
+
+    bool IsLeaf() const { return count < 0; }
+    std::int32_t Node() const { return ~count; }
+    std::int32_t Nodes() const { return count < 0 ? 1 : count; }
 };
+static_assert(sizeof(FlatCell) == 48, "three cells to two cache lines");
 
 class FlatQuadTree {
 public:
@@ -163,17 +170,21 @@ void FlatQuadTree::Sum(double px, double py, const RepulsionConstants& k, Streng
             // Skipped when wholly beyond reach (see ReachSqr): it would add
             // only zeros, which leave the sum as it is (a sum that starts at
             // +0.0 never becomes -0.0).
+            const double reachLeft = static_cast<double>(c.left) - 1.0;
+            const double reachTop = static_cast<double>(c.top) - 1.0;
+            const auto reachRight = static_cast<double>(c.right);
+            const auto reachBottom = static_cast<double>(c.bottom);
             double ex = 0.0;
             double ey = 0.0;
-            if (px < c.reachLeft) {
-                ex = c.reachLeft - px;
-            } else if (px > c.reachRight) {
-                ex = px - c.reachRight;
+            if (px < reachLeft) {
+                ex = reachLeft - px;
+            } else if (px > reachRight) {
+                ex = px - reachRight;
             }
-            if (py < c.reachTop) {
-                ey = c.reachTop - py;
-            } else if (py > c.reachBottom) {
-                ey = py - c.reachBottom;
+            if (py < reachTop) {
+                ey = reachTop - py;
+            } else if (py > reachBottom) {
+                ey = py - reachBottom;
             }
             if (ex * ex + ey * ey > reachSqr) {
                 i = c.next;
@@ -183,12 +194,12 @@ void FlatQuadTree::Sum(double px, double py, const RepulsionConstants& k, Streng
         const double dx = c.centerX - px;
         const double dy = c.centerY - py;
         const double d2 = dx * dx + dy * dy;
-        if (c.count == 1) {
+        if (c.IsLeaf()) {
             if (d2 <= 2.0) {
                 sx += pushX;
                 sy += pushY;
             } else if (d2 <= cutoff) {
-                const double pair = strength(c.node);
+                const double pair = strength(c.Node());
                 sx += -pair * dx / d2;
                 sy += -pair * dy / d2;
             } else if (!prune) {
@@ -215,10 +226,8 @@ void FlatQuadTree::Sum(double px, double py, const RepulsionConstants& k, Streng
             sx += tx;
             sy += ty;
             i = c.next;
-        } else if (c.wide != 0) {
-            i = i + 1;
         } else {
-            i = c.next;
+            i = i + 1; // its first child, or c.next when it has none
         }
     }
     fx = sx;

@@ -116,7 +116,7 @@ template <class L> void WalkLanes(const LaneWalkArgs& a) {
         // A cell or leaf beyond the cut-off adds zeros, which leave a sum as it
         // is (a sum that starts at +0.0 never becomes -0.0): lanes with nothing
         // to add skip the arithmetic.
-        if (c.count == 1) {
+        if (c.IsLeaf()) {
             const M pushM = L::And(activeM, nearM);
             const M pullM = L::AndNot(L::And(activeM, inRangeM), nearM);
             const unsigned pull = L::Bits(pullM);
@@ -129,7 +129,7 @@ template <class L> void WalkLanes(const LaneWalkArgs& a) {
                     for (int l = 0; l < kWidth; ++l) {
                         const bool asked = ((pull & ~plain) >> l & 1u) != 0;
                         negPair[l] =
-                            asked ? -a.strength(a.context, a.nodes[l], c.node) : -a.k.strengthFar;
+                            asked ? -a.strength(a.context, a.nodes[l], c.Node()) : -a.k.strengthFar;
                     }
                     negK = L::Load(negPair);
                 }
@@ -156,13 +156,15 @@ template <class L> void WalkLanes(const LaneWalkArgs& a) {
             sy = L::Add(sy, L::Mul(ty, count));
         }
         M openM = L::AndNot(activeM, farM);
-        unsigned open = c.wide != 0 ? L::Bits(openM) : 0u;
+        unsigned open = c.next != i + 1 ? L::Bits(openM) : 0u;
         if (open != 0 && a.k.prune) {
             // Lanes wholly beyond reach of the cell would find only zeros inside.
-            const V ex = L::Max(
-                L::Max(L::Sub(L::Set1(c.reachLeft), px), L::Sub(px, L::Set1(c.reachRight))), zero);
-            const V ey = L::Max(
-                L::Max(L::Sub(L::Set1(c.reachTop), py), L::Sub(py, L::Set1(c.reachBottom))), zero);
+            const V reachLeft = L::Set1(static_cast<double>(c.left) - 1.0);
+            const V reachTop = L::Set1(static_cast<double>(c.top) - 1.0);
+            const V reachRight = L::Set1(static_cast<double>(c.right));
+            const V reachBottom = L::Set1(static_cast<double>(c.bottom));
+            const V ex = L::Max(L::Max(L::Sub(reachLeft, px), L::Sub(px, reachRight)), zero);
+            const V ey = L::Max(L::Max(L::Sub(reachTop, py), L::Sub(py, reachBottom)), zero);
             openM = L::AndNot(openM, L::Gt(L::Add(L::Mul(ex, ex), L::Mul(ey, ey)), reachSqr));
             open = L::Bits(openM);
         }

@@ -185,17 +185,15 @@ TEST(QuadTreeTest, DirectBuildMatchesInsertion) {
         const auto& b = direct.Cells();
         ASSERT_EQ(a.size(), b.size()) << "trial " << trial;
         for (std::size_t i = 0; i < a.size(); ++i) {
-            ASSERT_EQ(a[i].reachLeft, b[i].reachLeft) << "trial " << trial << " cell " << i;
-            ASSERT_EQ(a[i].reachTop, b[i].reachTop);
-            ASSERT_EQ(a[i].reachRight, b[i].reachRight);
-            ASSERT_EQ(a[i].reachBottom, b[i].reachBottom);
+            ASSERT_EQ(a[i].left, b[i].left) << "trial " << trial << " cell " << i;
+            ASSERT_EQ(a[i].top, b[i].top);
+            ASSERT_EQ(a[i].right, b[i].right);
+            ASSERT_EQ(a[i].bottom, b[i].bottom);
             ASSERT_EQ(a[i].count, b[i].count);
             ASSERT_EQ(a[i].next, b[i].next);
             ASSERT_EQ(a[i].centerX, b[i].centerX);
             ASSERT_EQ(a[i].centerY, b[i].centerY);
             ASSERT_EQ(a[i].farSqr, b[i].farSqr);
-            ASSERT_EQ(a[i].wide, b[i].wide);
-            ASSERT_EQ(a[i].node, b[i].node);
         }
         // Every node is listed once, leaf by leaf.
         std::vector<int> listed(x.size(), 0);
