@@ -384,14 +384,6 @@ void CForceWorkspace::SpringTerms(std::size_t first, std::size_t end, double dis
 // The pull on a destination end, (-length) * dx / n, is the negated pull on the
 // source end bit for bit: negation commutes with correctly rounded products
 // and quotients.
-void CForceWorkspace::PrefetchTerm(std::uint32_t spring) const {
-#if defined(__GNUC__)
-    __builtin_prefetch(&m_vecTerms[spring & ~kAtDest]);
-#else
-    (void)spring;
-#endif
-}
-
 void CForceWorkspace::SpringForce(int i, double& fx, double& fy) const {
     double sx = 0.0;
     double sy = 0.0;
@@ -440,6 +432,14 @@ void CForceWorkspace::IterateOnce(CQuadTree& tree, double step, double& energy) 
     run(m_vecSprings.size(), [this, distance](std::size_t begin, std::size_t end) {
         SpringTerms(begin, end, distance);
     });
+    // Each node's springs summed in a pass of their own, where the loads of the
+    // terms overlap from node to node.
+    m_vecSpringSum.resize(count);
+    run(count, [this](std::size_t begin, std::size_t end) {
+        for (std::size_t i = begin; i < end; ++i) {
+            SpringForce(static_cast<int>(i), m_vecSpringSum[i].x, m_vecSpringSum[i].y);
+        }
+    });
     // Each node's force depends only on the tree and the positions, which stay
     // as they are during this pass: the nodes can be handled in any order and on
     // several threads without changing a bit.
@@ -449,14 +449,6 @@ void CForceWorkspace::IterateOnce(CQuadTree& tree, double step, double& energy) 
         double ry[8];
         int grouped = 0;
         auto finish = [&]() {
-            // The springs' far ends lie anywhere in the arrays: their terms are
-            // fetched while the walk runs.
-            for (int l = 0; l < grouped; ++l) {
-                for (std::int32_t s = m_vecSpringStart[group[l]];
-                     s < m_vecSpringStart[group[l] + 1]; ++s) {
-                    PrefetchTerm(m_vecSpringEdge[s]);
-                }
-            }
             SumRepulsionGroup(group, grouped, rx, ry);
             for (int l = 0; l < grouped; ++l) {
                 const std::int32_t i = group[l];
@@ -464,11 +456,8 @@ void CForceWorkspace::IterateOnce(CQuadTree& tree, double step, double& energy) 
                 double fy = 0.0;
                 fx += rx[l];
                 fy += ry[l];
-                double tx = 0.0;
-                double ty = 0.0;
-                SpringForce(i, tx, ty);
-                fx += tx;
-                fy += ty;
+                fx += m_vecSpringSum[i].x;
+                fy += m_vecSpringSum[i].y;
                 m_vecVx[i] = force::Accelerated(m_vecVx[i], step, force::kDamping, fx, distance);
                 m_vecVy[i] = force::Accelerated(m_vecVy[i], step, force::kDamping, fy, distance);
             }

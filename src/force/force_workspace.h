@@ -80,7 +80,6 @@ private:
     void OrderByTree(const CQuadNode* root);
     void Renumber(const std::vector<std::int32_t>& order);
     void MarkPlainNodes(double strength);
-    void PrefetchTerm(std::uint32_t spring) const;
     static double StrengthOf(const void* workspace, std::int32_t i, std::int32_t j);
 
     // Iterations between two renumberings.
@@ -117,7 +116,8 @@ private:
         double x;
         double y;
     };
-    std::vector<Term> m_vecTerms; // per edge, on its source end
+    std::vector<Term> m_vecTerms;     // per edge, on its source end
+    std::vector<Term> m_vecSpringSum; // per node, the sum of its springs' terms
     std::vector<std::int32_t> m_vecPairStart;
     std::vector<std::int32_t> m_vecPairNode;
     std::vector<double> m_vecPairStrength;
