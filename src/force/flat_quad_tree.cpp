@@ -115,7 +115,7 @@ constexpr std::size_t kCountedRun = 64;
 // Nodes whose paths are computed together.
 constexpr int kPathBatch = 8;
 // Bits of the path sorted per pass.
-constexpr int kRadixBits = 11;
+constexpr int kRadixBits = 12;
 
 } // namespace
 
@@ -230,13 +230,16 @@ void FlatQuadTree::SortByPath(const Box& root, WorkerPool* pool) {
         keys(0, blocks);
     }
     m_vecKeyed.resize(n);
-    std::vector<std::size_t>& place = m_vecBuckets;
-    place.resize(std::size_t{1} << kRadixBits);
+    // Passes of at most kRadixBits, as even as they go.
+    const int bits = 2 * levels;
+    const int passes = (bits + kRadixBits - 1) / kRadixBits;
+    const int digit = passes > 0 ? (bits + passes - 1) / passes : 0;
+    std::vector<std::uint32_t>& place = m_vecBuckets;
+    place.resize(std::size_t{1} << digit);
     Keyed* from = m_vecKeyed.data();
     Keyed* to = m_vecSorting.data();
-    for (int low = DigitShift(levels - 1); low < 64; low += kRadixBits) {
-        const int shift = low;
-        const std::uint64_t mask = (std::uint64_t{1} << kRadixBits) - 1u;
+    for (int shift = 64 - bits; shift < 64; shift += digit) {
+        const std::uint64_t mask = (std::uint64_t{1} << digit) - 1u;
         std::fill(place.begin(), place.end(), 0);
         for (std::size_t i = 0; i < n; ++i) {
             ++place[from[i].key >> shift & mask];
@@ -244,9 +247,9 @@ void FlatQuadTree::SortByPath(const Box& root, WorkerPool* pool) {
         if (place[from[0].key >> shift & mask] == n) {
             continue; // one digit for all: the order stays
         }
-        std::size_t at = 0;
-        for (std::size_t& bucket : place) {
-            const std::size_t size = bucket;
+        std::uint32_t at = 0;
+        for (std::uint32_t& bucket : place) {
+            const std::uint32_t size = bucket;
             bucket = at;
             at += size;
         }

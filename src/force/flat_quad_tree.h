@@ -140,7 +140,7 @@ private:
     std::vector<std::int32_t> m_vecOrder;
     std::vector<Keyed> m_vecKeyed;
     std::vector<Keyed> m_vecSorting;
-    std::vector<std::size_t> m_vecBuckets;
+    std::vector<std::uint32_t> m_vecBuckets;
     std::vector<SplitCell> m_vecSplits;
     std::vector<Subtree> m_vecSubtrees;
     std::size_t m_nSubtrees = 0;
