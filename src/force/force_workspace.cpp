@@ -197,7 +197,8 @@ void CForceWorkspace::BuildTree(CQuadTree& tree) {
     }
     if (m_bPrune) {
         // Every point lies inside every cell on its path: the cells can be
-        // distributed directly, without inserting node by node.
+        // built from each node's path of quadrants, without inserting node by
+        // node.
         m_flatTree.Build(m_vecX.data(), m_vecY.data(), m_nCount, bound, m_pPool.get());
         m_vecOrder = m_flatTree.LeafOrder();
         return;
