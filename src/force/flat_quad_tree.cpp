@@ -234,27 +234,57 @@ void FlatQuadTree::SortByPath(const Box& root, WorkerPool* pool) {
     const int bits = 2 * levels;
     const int passes = (bits + kRadixBits - 1) / kRadixBits;
     const int digit = passes > 0 ? (bits + passes - 1) / passes : 0;
+    // Each thread counts and then moves its own share of the nodes, after the
+    // earlier shares' nodes of the same digit: the same order as one pass.
+    const std::size_t parts = pool != nullptr ? static_cast<std::size_t>(pool->Threads()) : 1;
+    const std::size_t buckets = std::size_t{1} << digit;
     std::vector<std::uint32_t>& place = m_vecBuckets;
-    place.resize(std::size_t{1} << digit);
+    place.resize(parts * buckets);
     Keyed* from = m_vecKeyed.data();
     Keyed* to = m_vecSorting.data();
     for (int shift = 64 - bits; shift < 64; shift += digit) {
-        const std::uint64_t mask = (std::uint64_t{1} << digit) - 1u;
-        std::fill(place.begin(), place.end(), 0);
-        for (std::size_t i = 0; i < n; ++i) {
-            ++place[from[i].key >> shift & mask];
-        }
-        if (place[from[0].key >> shift & mask] == n) {
-            continue; // one digit for all: the order stays
+        const std::uint64_t mask = buckets - 1u;
+        auto share = [n, parts](std::size_t part) { return n * part / parts; };
+        auto count = [&](std::size_t first, std::size_t last) {
+            for (std::size_t part = first; part < last; ++part) {
+                std::uint32_t* sizes = &place[part * buckets];
+                std::fill(sizes, sizes + buckets, 0);
+                for (std::size_t i = share(part); i < share(part + 1); ++i) {
+                    ++sizes[from[i].key >> shift & mask];
+                }
+            }
+        };
+        auto move = [&](std::size_t first, std::size_t last) {
+            for (std::size_t part = first; part < last; ++part) {
+                std::uint32_t* places = &place[part * buckets];
+                for (std::size_t i = share(part); i < share(part + 1); ++i) {
+                    to[places[from[i].key >> shift & mask]++] = from[i];
+                }
+            }
+        };
+        if (pool != nullptr) {
+            pool->Run(parts, 1, count);
+        } else {
+            count(0, parts);
         }
         std::uint32_t at = 0;
-        for (std::uint32_t& bucket : place) {
-            const std::uint32_t size = bucket;
-            bucket = at;
-            at += size;
+        std::uint32_t largest = 0;
+        for (std::size_t d = 0; d < buckets; ++d) {
+            const std::uint32_t first = at;
+            for (std::size_t part = 0; part < parts; ++part) {
+                const std::uint32_t size = place[part * buckets + d];
+                place[part * buckets + d] = at;
+                at += size;
+            }
+            largest = std::max(largest, at - first);
         }
-        for (std::size_t i = 0; i < n; ++i) {
-            to[place[from[i].key >> shift & mask]++] = from[i];
+        if (largest == n) {
+            continue; // one digit for all: the order stays
+        }
+        if (pool != nullptr) {
+            pool->Run(parts, 1, move);
+        } else {
+            move(0, parts);
         }
         std::swap(from, to);
     }
