@@ -28,7 +28,7 @@ test: deps
 	cd build/tsan && ctest --output-on-failure
 	@# The Python bindings load into an uninstrumented interpreter: built apart, without sanitizers.
 	cmake -S . -B build/python -DCMAKE_BUILD_TYPE=Release -DNETLOOM_BUILD_PYTHON=ON \
-	      -DNETLOOM_BUILD_TESTS=OFF -DNETLOOM_BUILD_EXAMPLES=OFF -DNETLOOM_BUILD_TOOLS=OFF -DNETLOOM_BUILD_TOOLS=OFF \
+	      -DNETLOOM_BUILD_TESTS=OFF -DNETLOOM_BUILD_EXAMPLES=OFF -DNETLOOM_BUILD_TOOLS=OFF \
 	      -DPython_EXECUTABLE=/usr/bin/python3
 	cmake --build build/python -j $(JOBS)
 	cd build/python && ctest --output-on-failure

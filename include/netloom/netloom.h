@@ -7,7 +7,6 @@
 #include <netloom/export.h>
 #include <netloom/layout_progress.h>
 #include <netloom/layout_strategy.h>
-#include <netloom/names.h>
 #include <netloom/network_graph.h>
 #include <netloom/node.h>
 #include <netloom/params.h>

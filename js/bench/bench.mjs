@@ -12,7 +12,7 @@ import dagre from "dagre";
 import * as d3 from "d3-force";
 import Graph from "graphology";
 import forceAtlas2 from "graphology-layout-forceatlas2";
-import { encodeRequest, graphArrays, layout } from "../src/index.js";
+import { encodeRequest, graphArrays, init, layout } from "../src/index.js";
 import { layered, sparse, tree } from "./graphs.mjs";
 
 const RUNS = Number(process.argv[2] ?? 5);
@@ -87,12 +87,15 @@ function capped(engine, row) {
 
 const median = (xs) => [...xs].sort((a, b) => a - b)[Math.floor(xs.length / 2)];
 
+await init(); // the names and limits the requests are checked against
+
 function nativeMs(g, kind) {
   const twin = process.env.NETLOOM_NATIVE_TWIN;
   if (!twin) return NaN;
   const r = encodeRequest(graphArrays(g, { kind }), { kind });
   const bytes = (a) => new Uint8Array(a.buffer, a.byteOffset, a.byteLength);
-  const input = Buffer.concat([r.ints, Int32Array.of(0, 0, 0), r.ends, r.ports].map(bytes));
+  const parts = [r.ints, Int32Array.of(0, 0, 0, r.labelText.length), r.ends, r.ports, r.labelEnds, r.labelText];
+  const input = Buffer.concat(parts.map(bytes));
   const run = spawnSync(twin, { input, maxBuffer: 1 << 28, env: { ...process.env, NETLOOM_TWIN_TIME: "1" } });
   return Number(String(run.stderr).trim());
 }

@@ -4,7 +4,8 @@ export type NodeId = string | number;
 export type Kind = "force" | "force-directed" | "tree" | "radial" | "radiant" | "hierarchy" | 1 | 2 | 4 | 8;
 export type Side = "up" | "down" | "right" | "left";
 
-export interface NodeObject { id: NodeId; x?: number; y?: number; fixed?: boolean }
+/** label: the text that sizes the node's box in the routes (default: the id). */
+export interface NodeObject { id: NodeId; x?: number; y?: number; fixed?: boolean; label?: string }
 export interface Link {
   source: NodeId | { id: NodeId };
   target: NodeId | { id: NodeId };
@@ -29,6 +30,25 @@ export interface LayoutOptions {
   arrangeMode?: number;            // 0..1000
   /** Called after each connected component with (done, total). */
   onProgress?: (done: number, total: number) => void;
+  /** Called after every step (each force iteration, each layered step). */
+  onStep?: (record: LayoutProgress) => void;
+  /** Aborted before the call: the promise rejects; during it: the layout stops at its next step. */
+  signal?: AbortSignal;
+}
+
+/** The library's progress record. */
+export interface LayoutProgress {
+  component: number;
+  componentCount: number;
+  step: string;
+  iteration: number;
+  maxIterations: number;
+  energy: number;
+  threshold: number;
+  workDone: number;
+  workTotal: number;
+  /** Stops the layout at its next step, keeping the positions reached. */
+  stop(): void;
 }
 
 export interface LayoutResult {
@@ -40,8 +60,12 @@ export interface LayoutResult {
   edgeOrder: Array<{ link: number; component: number }>;
   /** x0, y0, x1, y1, ... in node order. */
   xy: Float64Array;
+  /** By link index: x0, y0, x1, y1, ... of the link's route, source port first. */
+  routes: Float64Array[];
   /** Nodes the given levels left out, placed below a listed neighbour. */
   placedByNeighbour: number;
+  /** onStep's record.stop() or the signal ended the layout early. */
+  stopped: boolean;
 }
 
 export interface ArrayGraph {
@@ -57,11 +81,15 @@ export interface ArrayResult {
   xy: Float64Array;
   grid: Int32Array;        // baseRow, row, col per node
   portCounts: Int32Array;  // up, down, right, left per node
-  ports: Int32Array;       // port ids, node after node, side after side
+  ports: Int32Array;       // port name numbers (-1: unnamed), node after node, side after side
   edgeOrder: Int32Array;   // link index, component per entry
+  routeCounts: Int32Array; // route points per link
+  routePoints: Float64Array; // x, y of every route point, link after link
   placedByNeighbour: number;
+  stopped: boolean;
 }
 
+/** Filled in by init(): layout names and codes, side names. */
 export const KINDS: Readonly<Record<string, number>>;
 export const SIDES: readonly Side[];
 /** Loads the WebAssembly module (once); layout calls do it themselves. */

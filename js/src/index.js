@@ -3,17 +3,12 @@
 // as typed arrays for large graphs; results are keyed by the same ids.
 import createNetloomModule from "../dist/netloom_wasm.mjs";
 
-export const KINDS = Object.freeze({
-  force: 1, "force-directed": 1, tree: 2, radial: 4, radiant: 4, hierarchy: 8,
-});
-export const SIDES = Object.freeze(["up", "down", "right", "left"]);
-
-// The command-line tool's limits.
-const MAX_DISTANCE = 100000;
-const MAX_COLS = 1000000;
-const MAX_ARRANGE_MODE = 1000;
-const MAX_LENGTH = 46340;
-const MAX_LEVEL = 1000000000;
+// Layout names, sides and the ranges every option is checked against come from
+// the module (the front layer's one table); they are filled in by init().
+export const KINDS = {};
+export const SIDES = [];
+const LIMITS = {};
+const limit = (name) => LIMITS[name];
 
 let modulePromise = null;
 
@@ -33,8 +28,14 @@ async function wasmBytes() {
 /** Loads the WebAssembly module once; every layout call awaits it. */
 export function init(options = {}) {
   if (!modulePromise) {
-    modulePromise = (async () =>
-      createNetloomModule({ wasmBinary: options.wasmBinary || (await wasmBytes()) }))();
+    modulePromise = (async () => {
+      const mod = await createNetloomModule({ wasmBinary: options.wasmBinary || (await wasmBytes()) });
+      const names = JSON.parse(mod.UTF8ToString(mod._nl_names()));
+      Object.assign(KINDS, names.kinds);
+      SIDES.splice(0, SIDES.length, ...names.sides);
+      Object.assign(LIMITS, names.limits);
+      return mod;
+    })();
     modulePromise.catch(() => { modulePromise = null; });
   }
   return modulePromise;
@@ -47,6 +48,7 @@ const show = (v) => {
 };
 
 function integer(name, value, low, high) {
+  if (Array.isArray(low)) [low, high] = low;
   if (typeof value !== "number" || !Number.isInteger(value)) {
     throw new TypeError(`${name} must be an integer, not ${show(value)}`);
   }
@@ -63,15 +65,17 @@ function finite(name, value) {
 }
 
 function kindCode(kind) {
+  if (Object.keys(KINDS).length === 0) throw new Error("netloom: await init() before encoding a request");
   if (typeof kind === "string" && Object.hasOwn(KINDS, kind.toLowerCase())) {
     return KINDS[kind.toLowerCase()];
   }
-  if (typeof kind === "number" && [1, 2, 4, 8].includes(kind)) return kind;
+  if (typeof kind === "number" && Object.values(KINDS).includes(kind)) return kind;
   if (typeof kind !== "string" && typeof kind !== "number") {
     throw new TypeError(`kind must be a layout name or code, not ${show(kind)}`);
   }
+  const codes = [...new Set(Object.values(KINDS))].sort((a, b) => a - b);
   throw new RangeError(
-    `kind: unknown layout ${show(kind)}; use one of ${Object.keys(KINDS).join(", ")} (or 1, 2, 4, 8)`);
+    `kind: unknown layout ${show(kind)}; use one of ${Object.keys(KINDS).join(", ")} (or ${codes.join(", ")})`);
 }
 
 // The options every layout takes, checked and with their defaults.
@@ -84,19 +88,24 @@ function layoutOptions(o) {
   if (typeof levels !== "string" && (typeof levels !== "object" || levels === null)) {
     throw new TypeError(`levels must be "direction", "degree" or {level: [ids]}, not ${show(levels)}`);
   }
-  if (o.onProgress !== undefined && typeof o.onProgress !== "function") {
-    throw new TypeError("onProgress must be a function");
+  for (const name of ["onProgress", "onStep"]) {
+    if (o[name] !== undefined && typeof o[name] !== "function") throw new TypeError(`${name} must be a function`);
+  }
+  if (o.signal !== undefined && (typeof o.signal !== "object" || o.signal === null || !("aborted" in o.signal))) {
+    throw new TypeError("signal must be an AbortSignal");
   }
   return {
     type: kindCode(o.kind ?? "hierarchy"),
-    distance: integer("distance", o.distance ?? 40, 1, MAX_DISTANCE),
-    layerSpacing: integer("layerSpacing", o.layerSpacing ?? 200, 1, MAX_DISTANCE),
-    maxCols: integer("maxCols", o.maxCols ?? 0, 0, MAX_COLS),
+    distance: integer("distance", o.distance ?? 40, limit("distance")),
+    layerSpacing: integer("layerSpacing", o.layerSpacing ?? 200, limit("layer-spacing")),
+    maxCols: integer("maxCols", o.maxCols ?? 0, limit("max-cols")),
     fixedLayout: Boolean(o.fixedLayout),
-    direction: integer("direction", o.direction ?? 1, 1, 4),
-    arrangeMode: integer("arrangeMode", o.arrangeMode ?? 0, 0, MAX_ARRANGE_MODE),
+    direction: integer("direction", o.direction ?? 1, limit("direction")),
+    arrangeMode: integer("arrangeMode", o.arrangeMode ?? 0, limit("arrange-mode")),
     levels,
     onProgress: o.onProgress,
+    onStep: o.onStep,
+    signal: o.signal,
   };
 }
 
@@ -118,7 +127,7 @@ function levelPairs(levels, index) {
   const entries = levels instanceof Map ? [...levels] : Object.entries(levels);
   const pairs = [];
   for (const [key, members] of entries) {
-    const level = integer(`levels key ${show(key)}`, Number(key), -MAX_LEVEL, MAX_LEVEL);
+    const level = integer(`levels key ${show(key)}`, Number(key), limit("level"));
     if (!Array.isArray(members)) {
       throw new TypeError(`levels[${show(key)}] must be an array of node ids, not ${show(members)}`);
     }
@@ -127,31 +136,40 @@ function levelPairs(levels, index) {
   return Int32Array.from(pairs);
 }
 
-// Port ids as the library wants them: per node, ends with the same port name
-// share one; an end without a name gets one of its own. Ports are numbered from
-// n + 1 in the order of the links, source end before target end.
-function portIds(n, ends, sourceNames, targetNames) {
-  const m = ends.length / 2;
-  const ids = new Int32Array(2 * m);
+// Port names as numbers, one per distinct name (1 and "1" differ), -1 for a
+// link end without one; the module turns them into ports, as the tool does.
+function portNumbers(m, sourceNames, targetNames) {
+  const numbers = new Int32Array(2 * m);
   const names = [];
-  const byNode = new Map();
+  const byName = new Map();
   for (let e = 0; e < 2 * m; ++e) {
     const name = (e & 1 ? targetNames : sourceNames)?.[e >> 1];
     if (name === undefined || name === null) {
-      ids[e] = n + 1 + names.length;
-      names.push(null);
+      numbers[e] = -1;
       continue;
     }
-    const key = `${ends[e]}\u0000${typeof name}\u0000${name}`;
-    let id = byNode.get(key);
-    if (id === undefined) {
-      id = n + 1 + names.length;
+    const key = `${typeof name}\u0000${name}`;
+    let number = byName.get(key);
+    if (number === undefined) {
+      number = names.length;
       names.push(name);
-      byNode.set(key, id);
+      byName.set(key, number);
     }
-    ids[e] = id;
+    numbers[e] = number;
   }
-  return { ids, names };
+  return { numbers, names };
+}
+
+// The text drawn in each node's box (it sizes boxes and routes): UTF-8 bytes and their ends.
+function encodeLabels(labels) {
+  const encoder = new TextEncoder();
+  const parts = labels.map((label) => encoder.encode(String(label)));
+  const ends = new Int32Array(parts.length);
+  let total = 0;
+  parts.forEach((p, i) => { total += p.length; ends[i] = total; });
+  const text = new Uint8Array(Math.max(total, 1));
+  parts.forEach((p, i) => text.set(p, i ? ends[i - 1] : 0));
+  return { text: text.subarray(0, total), ends };
 }
 
 /**
@@ -160,7 +178,7 @@ function portIds(n, ends, sourceNames, targetNames) {
  */
 export function encodeRequest(arrays, options) {
   const o = layoutOptions(options);
-  const { n, xy, fixed, ends, lengths, ports } = arrays;
+  const { n, xy, fixed, ends, lengths, ports, labels } = arrays;
   let levelsMode = 0;
   let levels = new Int32Array(0);
   if (o.levels === "direction") {
@@ -171,7 +189,9 @@ export function encodeRequest(arrays, options) {
   }
   const ints = Int32Array.of(n, ends.length / 2, o.type, o.distance, o.layerSpacing, o.maxCols,
     o.fixedLayout ? 1 : 0, levelsMode, levels.length / 2, o.direction, o.arrangeMode);
-  return { ints, xy, fixed, ends, lengths, ports, levels, onProgress: o.onProgress };
+  const { text, ends: labelEnds } = encodeLabels(labels ?? Array.from({ length: n }, (_, i) => i));
+  return { ints, xy, fixed, ends, lengths, ports, levels, labelEnds, labelText: text,
+    onProgress: o.onProgress, onStep: o.onStep, signal: o.signal };
 }
 
 /** Runs an encoded request; the raw arrays of nl_result. For the exactness test. */
@@ -180,7 +200,8 @@ export async function runRequest(request) {
 }
 
 function run(mod, request) {
-  const { ints, xy, fixed, ends, lengths, ports, levels, onProgress } = request;
+  const { ints, xy, fixed, ends, lengths, ports, levels, labelEnds, labelText, onProgress, onStep, signal } = request;
+  signal?.throwIfAborted?.();
   const allocations = [];
   const copy = (array) => {
     if (!array) return 0;
@@ -196,10 +217,21 @@ function run(mod, request) {
     let levelArgs = [0, 0];
     if (levelsMode === 2) levelArgs = [levels.length / 2, copy(levels)];
     mod.onLayoutProgress = onProgress;
-    mod._nl_layout(n, ...args, type, distance, layerSpacing, maxCols, fixedLayout, levelsMode,
-      ...levelArgs, direction, arrangeMode, onProgress ? 1 : 0);
+    // Every step's record; the layout stops at the next stop point once the
+    // signal is aborted (say from onStep, or a timeout signal) or record.stop() is called.
+    mod.onLayoutStep = (onStep || signal) && ((record) => {
+      let stop = false;
+      record.stop = () => { stop = true; };
+      onStep?.(record);
+      return stop || Boolean(signal?.aborted);
+    });
+    mod._nl_set_labels(n, copy(labelText), copy(labelEnds));
+    const refused = mod._nl_layout(n, ...args, type, distance, layerSpacing, maxCols, fixedLayout, levelsMode,
+      ...levelArgs, direction, arrangeMode, onProgress || onStep || signal ? 1 : 0);
+    if (refused) throw new RangeError("netloom: the graph cannot be laid out (too many nodes or edges)");
   } finally {
     mod.onLayoutProgress = undefined;
+    mod.onLayoutStep = undefined;
     allocations.forEach((p) => mod._free(p));
   }
   const lengthCell = mod._malloc(4);
@@ -212,9 +244,12 @@ function run(mod, request) {
     const result = {
       xy: read(0, Float64Array), grid: read(1, Int32Array), portCounts: read(2, Int32Array),
       ports: read(3, Int32Array), edgeOrder: read(4, Int32Array),
+      routeCounts: read(5, Int32Array), routePoints: read(6, Float64Array),
     };
-    mod._nl_result(5, lengthCell);
+    mod._nl_result(7, lengthCell);
     result.placedByNeighbour = mod.HEAP32[lengthCell >> 2];
+    mod._nl_result(8, lengthCell);
+    result.stopped = mod.HEAP32[lengthCell >> 2] !== 0;
     return result;
   } finally {
     mod._free(lengthCell);
@@ -237,6 +272,7 @@ function typed(name, value, Type, length) {
  * edgeOrder (link index, component per entry).
  */
 export async function layoutArrays(graph, options = {}) {
+  const mod = await init();
   if (typeof graph !== "object" || graph === null) throw new TypeError("graph must be an object");
   const n = integer("nodeCount", graph.nodeCount, 0, 0x3fffffff);
   const sources = typed("sources", graph.sources ?? [], Int32Array, (graph.sources ?? []).length);
@@ -250,16 +286,14 @@ export async function layoutArrays(graph, options = {}) {
   const xy = typed("xy", graph.xy, Float64Array, 2 * n);
   xy?.forEach((v, i) => finite(`xy[${i}]`, v));
   const lengths = typed("lengths", graph.lengths, Int32Array, m);
-  lengths?.forEach((v, i) => integer(`lengths[${i}]`, v, 0, MAX_LENGTH));
+  lengths?.forEach((v, i) => integer(`lengths[${i}]`, v, limit("length")));
   const arrays = {
     n, xy, fixed: typed("fixed", graph.fixed, Uint8Array, n), ends, lengths,
-    ports: portIds(n, ends).ids,
+    ports: portNumbers(m).numbers,
     levelPairs: (levels) => levelPairs(levels, { get: (i) => (Number.isInteger(i) && i >= 0 && i < n ? i : undefined) }),
   };
   const request = encodeRequest(arrays, options);
-  const result = run(await init(), request);
-  for (let k = 0; k < result.edgeOrder.length; k += 2) result.edgeOrder[k] -= 1;
-  return result;
+  return run(mod, request);
 }
 
 /**
@@ -276,6 +310,7 @@ export function graphArrays(graph, options = {}) {
   if (!Array.isArray(links)) throw new TypeError(`graph.links must be an array, not ${show(links)}`);
   const n = nodes.length;
   const ids = new Array(n);
+  const labels = new Array(n);
   const index = new Map();
   let xy = null;
   let fixed = null;
@@ -285,6 +320,7 @@ export function graphArrays(graph, options = {}) {
     if (index.has(id)) throw new RangeError(`nodes[${i}]: node id ${show(id)} is listed twice`);
     index.set(id, i);
     ids[i] = id;
+    labels[i] = object && node.label !== undefined && node.label !== null ? String(node.label) : String(id);
     if (!object) return;
     if (node.x !== undefined || node.y !== undefined) {
       xy ??= new Float64Array(2 * n);
@@ -306,19 +342,20 @@ export function graphArrays(graph, options = {}) {
     ends[2 * e] = lookup(index, link.source, `links[${e}].source`);
     ends[2 * e + 1] = lookup(index, link.target, `links[${e}].target`);
     if (link.length !== undefined && link.length !== null) {
-      lengths ??= new Int32Array(m).fill(integer("distance", options.distance ?? 40, 1, MAX_DISTANCE));
+      lengths ??= new Int32Array(m).fill(integer("distance", options.distance ?? 40, limit("distance")));
       const length = finite(`links[${e}].length`, link.length);
-      if (length < 0 || length > MAX_LENGTH) {
-        throw new RangeError(`links[${e}].length must be from 0 to ${MAX_LENGTH}, not ${length}`);
+      const [low, high] = limit("length");
+      if (length < low || length > high) {
+        throw new RangeError(`links[${e}].length must be from ${low} to ${high}, not ${length}`);
       }
       lengths[e] = Math.round(length);
     }
     sourceNames[e] = link.sourcePort;
     targetNames[e] = link.targetPort;
   });
-  const ports = portIds(n, ends, sourceNames, targetNames);
+  const ports = portNumbers(m, sourceNames, targetNames);
   return {
-    n, ids, xy, fixed, ends, lengths, ports: ports.ids, portNames: ports.names,
+    n, ids, labels, xy, fixed, ends, lengths, ports: ports.numbers, portNames: ports.names,
     levelPairs: (levels) => levelPairs(levels, index),
   };
 }
@@ -328,13 +365,16 @@ export function graphArrays(graph, options = {}) {
  * positions (Map id -> {x, y}), grid (Map id -> {baseRow, row, col}; tree and
  * hierarchy), ports (Map id -> {up, down, right, left}: port names, null for a
  * link end without one; hierarchy), edgeOrder ([{link, component}] with link an
- * index into links; hierarchy), xy (Float64Array x0, y0, x1, ... in node order)
- * and placedByNeighbour (nodes the given levels left out).
+ * index into links; hierarchy), routes (by link index: Float64Array x0, y0, x1,
+ * ... of the link's drawn route, source port first), xy (Float64Array x0, y0,
+ * x1, ... in node order), placedByNeighbour (nodes the given levels left out)
+ * and stopped (onStep's record.stop() or the signal ended the layout early).
  */
 export async function layout(graph, options = {}) {
+  const mod = await init();
   const arrays = graphArrays(graph, options);
   const request = encodeRequest(arrays, options);
-  return keyedResult(arrays, run(await init(), request));
+  return keyedResult(arrays, run(mod, request));
 }
 
 function keyedResult({ n, ids, portNames }, raw) {
@@ -348,14 +388,22 @@ function keyedResult({ n, ids, portNames }, raw) {
     const sides = {};
     SIDES.forEach((side, s) => {
       const count = raw.portCounts[4 * i + s];
-      sides[side] = Array.from(raw.ports.subarray(at, at + count), (p) => portNames[p - n - 1] ?? null);
+      sides[side] = Array.from(raw.ports.subarray(at, at + count), (p) => (p < 0 ? null : portNames[p]));
       at += count;
     });
     ports.set(ids[i], sides);
   }
   const edgeOrder = [];
   for (let k = 0; k < raw.edgeOrder.length; k += 2) {
-    edgeOrder.push({ link: raw.edgeOrder[k] - 1, component: raw.edgeOrder[k + 1] });
+    edgeOrder.push({ link: raw.edgeOrder[k], component: raw.edgeOrder[k + 1] });
   }
-  return { positions, grid, ports, edgeOrder, xy: raw.xy, placedByNeighbour: raw.placedByNeighbour };
+  const routes = [];
+  for (let j = 0, at = 0; j < raw.routeCounts.length; ++j) {
+    routes.push(raw.routePoints.subarray(2 * at, 2 * (at + raw.routeCounts[j])));
+    at += raw.routeCounts[j];
+  }
+  return {
+    positions, grid, ports, edgeOrder, routes, xy: raw.xy,
+    placedByNeighbour: raw.placedByNeighbour, stopped: raw.stopped,
+  };
 }

@@ -1,11 +1,12 @@
 // The WebAssembly entry points of netloom: a plain C interface over arrays in
 // the module's memory, so that JavaScript hands a whole graph over in a few
-// typed-array copies. js/src/index.js wraps it; nodes are 1..n, edges 1..m and
-// ports n + 1.. as in the Python bindings.
+// typed-array copies. js/src/index.js wraps it. The front layer (front/) turns
+// the arrays into the library's graph and reads the results back, as it does
+// for the command-line tool and the Python bindings.
 
-#include <netloom/netloom.h>
-
-#include "level_rules.h"
+#include "front/limits.h"
+#include "front/names.h"
+#include "front/run.h"
 
 #if defined(__EMSCRIPTEN__)
 #include <emscripten/emscripten.h>
@@ -15,9 +16,7 @@
 #define EMSCRIPTEN_KEEPALIVE
 #endif
 
-#include <map>
-#include <memory>
-#include <set>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -28,117 +27,171 @@ EM_JS(void, nl_report_progress, (int done, int total), {
         Module.onLayoutProgress(done, total);
     }
 });
+// The library's progress record; a true answer stops the layout.
+EM_JS(int, nl_report_step,
+      (int component, int componentCount, const char* step, int iteration, int maxIterations,
+       double energy, double threshold, double workDone, double workTotal),
+      {
+          if (!Module.onLayoutStep) {
+              return 0;
+          }
+          return Module.onLayoutStep({
+              component : component,
+              componentCount : componentCount,
+              step : UTF8ToString(step),
+              iteration : iteration,
+              maxIterations : maxIterations,
+              energy : energy,
+              threshold : threshold,
+              workDone : workDone,
+              workTotal : workTotal
+          })
+                     ? 1
+                     : 0;
+      });
 #else
 void nl_report_progress(int, int) {}
+int nl_report_step(int, int, const char*, int, int, double, double, double, double) {
+    return 0;
+}
 #endif
 
 namespace {
 
+using namespace netloom::front;
+
 // What the last layout produced, read by JavaScript straight from memory.
-struct Result {
-    std::vector<double> positions; // x, y by node
-    std::vector<int> grid;         // base row, row, col by node
-    std::vector<int> portCounts;   // up, down, right, left by node
-    std::vector<int> ports;        // every node's port ids, side after side
-    std::vector<int> edgeOrder;    // edge id, component index
+struct Arrays {
+    std::vector<double> positions;   // x, y by node
+    std::vector<int> grid;           // base row, row, col by node
+    std::vector<int> portCounts;     // up, down, right, left by node
+    std::vector<int> ports;          // every node's port names (numbers, -1 none), side after side
+    std::vector<int> edgeOrder;      // edge index, component index
+    std::vector<int> routeCounts;    // points per edge
+    std::vector<double> routePoints; // x, y of every route point, edge after edge
     int placed = 0;
+    int stopped = 0;
 };
 
-Result g_result;
+Arrays g_result;
+std::vector<std::string> g_labels;
 
-// The levels by edge direction of nodes 1..n and edges 1..m.
-std::map<int, std::vector<int>> DirectionLevels(int n, int m, const int* ends) {
-    std::vector<std::pair<std::size_t, std::size_t>> edges(static_cast<std::size_t>(m));
-    for (int e = 0; e < m; ++e) {
-        edges[e] = {static_cast<std::size_t>(ends[2 * e]),
-                    static_cast<std::size_t>(ends[2 * e + 1])};
-    }
-    const std::vector<int> level =
-        netloom_cli::LongestPathLevels(static_cast<std::size_t>(n), edges);
-    std::map<int, std::vector<int>> levels;
-    for (int v = 0; v < n; ++v) {
-        levels[level[v]].push_back(v + 1);
-    }
-    return levels;
-}
-
-void ReadResult(CNetworkGraph& graph) {
-    Result r;
-    const std::size_t n = graph.GetNodeMap().size();
-    r.positions.reserve(2 * n);
-    r.grid.reserve(3 * n);
-    r.portCounts.reserve(netloom::kSideCount * n);
-    for (const auto& entry : graph.GetNodeMap()) {
-        const CNode* node = entry.second;
-        r.positions.push_back(node->X());
-        r.positions.push_back(node->Y());
-        const _tagNode cell = node->GetNodePos();
-        r.grid.insert(r.grid.end(), {cell.nBaseRow, cell.nRow, cell.nCol});
-        for (const std::vector<int>* side : {&node->GetUpsideSubs(), &node->GetDownsideSubs(),
-                                             &node->GetRightsideSubs(), &node->GetLeftsideSubs()}) {
-            r.portCounts.push_back(static_cast<int>(side->size()));
-            r.ports.insert(r.ports.end(), side->begin(), side->end());
+Arrays ReadResult(const Result& r) {
+    Arrays a;
+    const std::size_t n = r.x.size();
+    for (std::size_t i = 0; i < n; ++i) {
+        a.positions.insert(a.positions.end(), {r.x[i], r.y[i]});
+        a.grid.insert(a.grid.end(), {r.baseRow[i], r.row[i], r.col[i]});
+        a.portCounts.insert(a.portCounts.end(), r.sideCounts[i].begin(), r.sideCounts[i].end());
+        for (const NodePort& port : r.ports[i]) {
+            a.ports.push_back(port.name);
         }
     }
-    const std::vector<int>& sorted = graph.GetSortedEdges();
-    const std::vector<int>& component = graph.GetSortedEdgesInGraph();
-    for (std::size_t k = 0; k < sorted.size() && k < component.size(); ++k) {
-        r.edgeOrder.push_back(sorted[k]);
-        r.edgeOrder.push_back(component[k]);
+    for (const auto& [edge, component] : r.edgeOrder) {
+        a.edgeOrder.insert(a.edgeOrder.end(), {static_cast<int>(edge), component});
     }
-    g_result = std::move(r);
+    for (const std::vector<Point>& route : r.routes) {
+        a.routeCounts.push_back(static_cast<int>(route.size()));
+        for (const Point& p : route) {
+            a.routePoints.insert(a.routePoints.end(), {p.x, p.y});
+        }
+    }
+    a.placed = static_cast<int>(r.placedByNeighbour);
+    a.stopped = r.stopped ? 1 : 0;
+    return a;
 }
 
 } // namespace
 
 extern "C" {
 
-// Lays out nodes 1..n with start positions xy (2n values, or null), fixed flags
-// (n bytes, or null) and edges 1..m between node indices ends (2m values, 0..n-1)
-// with lengths (m values, or null for distance) and port ids (2m values).
-// levelsMode: 0 the layout's own levels, 1 by edge direction, 2 the given
-// levels: levelCount pairs (level, node index) in the caller's order. The caller checks every
-// argument; an edge the graph refuses is left out, as the Python bindings do.
-EMSCRIPTEN_KEEPALIVE void nl_layout(int n, const double* xy, const unsigned char* fixed, int m,
-                                    const int* ends, const int* lengths, const int* ports, int type,
-                                    int distance, int layerSpacing, int maxCols, bool fixedLayout,
-                                    int levelsMode, int levelCount, const int* levels,
-                                    int direction, int arrangeMode, bool progress) {
-    CNetworkGraph graph;
-    for (int v = 0; v < n; ++v) {
-        graph.AddNode(v + 1, xy ? xy[2 * v] : 0.0, xy ? xy[2 * v + 1] : 0.0, fixed && fixed[v]);
+// The text drawn in each node's box for the next layout (it sizes the boxes,
+// and so the routes): n labels, label i being text[ends[i - 1] .. ends[i]).
+EMSCRIPTEN_KEEPALIVE void nl_set_labels(int n, const char* text, const int* ends) {
+    g_labels.assign(static_cast<std::size_t>(n), std::string());
+    for (int i = 0; i < n; ++i) {
+        const int start = i == 0 ? 0 : ends[i - 1];
+        g_labels[static_cast<std::size_t>(i)].assign(text + start, text + ends[i]);
+    }
+}
+
+// Lays out nodes 0..n-1 with start positions xy (2n values, or null), fixed flags
+// (n bytes, or null) and edges between node indices ends (2m values) with
+// lengths (m values, or null for distance) and port names as numbers (2m
+// values, -1 for an end without one). levelsMode: 0 the layout's own levels,
+// 1 by edge direction, 2 the given levels: levelCount pairs (level, node index)
+// in the caller's order. Returns 0, or 1 when the request is refused (the
+// caller checks every argument first).
+EMSCRIPTEN_KEEPALIVE int nl_layout(int n, const double* xy, const unsigned char* fixed, int m,
+                                   const int* ends, const int* lengths, const int* ports, int type,
+                                   int distance, int layerSpacing, int maxCols, bool fixedLayout,
+                                   int levelsMode, int levelCount, const int* levels, int direction,
+                                   int arrangeMode, bool progress) {
+    Request request;
+    request.nodeCount = static_cast<std::size_t>(n);
+    if (xy != nullptr) {
+        for (int v = 0; v < n; ++v) {
+            request.x.push_back(xy[2 * v]);
+            request.y.push_back(xy[2 * v + 1]);
+        }
+    }
+    if (fixed != nullptr) {
+        request.fixed.assign(fixed, fixed + n);
     }
     for (int e = 0; e < m; ++e) {
-        graph.AddEdge(e + 1, ends[2 * e] + 1, ends[2 * e + 1] + 1, lengths ? lengths[e] : distance,
-                      ports[2 * e], ports[2 * e + 1], false);
+        request.sources.push_back(static_cast<std::size_t>(ends[2 * e]));
+        request.targets.push_back(static_cast<std::size_t>(ends[2 * e + 1]));
+        request.sourcePorts.push_back(ports[2 * e]);
+        request.targetPorts.push_back(ports[2 * e + 1]);
     }
-    graph.SetMaxColCount(maxCols > 0 ? maxCols : -1);
-    graph.SetFixedLayoutFlag(fixedLayout);
-    graph.SetLayoutThreads(1); // built without threads
-    std::unique_ptr<netloom_cli::GivenLevelsStrategy> strategy;
-    if (levelsMode != 0 || direction != 1 || arrangeMode != 0) {
-        std::map<int, std::vector<int>> given;
-        if (levelsMode == 1) {
-            given = DirectionLevels(n, m, ends);
-        } else if (levelsMode == 2) {
-            for (int k = 0; k < levelCount; ++k) {
-                given[levels[2 * k]].push_back(levels[2 * k + 1] + 1);
-            }
-        }
-        strategy = std::make_unique<netloom_cli::GivenLevelsStrategy>(graph, std::move(given),
-                                                                      direction, arrangeMode);
-        graph.SetLayoutStrategy(strategy.get());
+    if (lengths != nullptr) {
+        request.lengths.assign(lengths, lengths + m);
     }
+    if (g_labels.size() == request.nodeCount) {
+        request.labels = std::move(g_labels);
+    }
+    g_labels.clear();
+    Options options;
+    options.type = type;
+    options.distance = distance;
+    options.layerSpacing = layerSpacing;
+    options.maxCols = maxCols;
+    options.fixedLayout = fixedLayout;
+    options.levelSource = levelsMode == 1   ? LevelSource::Direction
+                          : levelsMode == 2 ? LevelSource::Given
+                                            : LevelSource::Degree;
+    for (int k = 0; k < levelCount; ++k) {
+        options.givenLevels[levels[2 * k]].push_back(static_cast<std::size_t>(levels[2 * k + 1]));
+    }
+    // The defaults (1, 0) mean "not given", as for the tool and Python.
+    options.direction = direction == 1 ? 0 : direction;
+    options.arrangeMode = arrangeMode == 0 ? -1 : arrangeMode;
+    options.threads = 1; // built without threads
+    options.routes = true;
+    Progress watch;
     if (progress) {
-        graph.SetProgressCallback([](int done, int total) { nl_report_progress(done, total); });
+        watch.components = [](int done, int total) { nl_report_progress(done, total); };
+        watch.monitor = [](const netloom::LayoutProgress& p) {
+            return nl_report_step(p.component, p.componentCount, p.step, p.iteration,
+                                  p.maxIterations, p.energy, p.threshold,
+                                  static_cast<double>(p.workDone),
+                                  static_cast<double>(p.workTotal)) != 0;
+        };
     }
-    graph.Layout(distance, type, layerSpacing);
-    ReadResult(graph);
-    g_result.placed = strategy ? static_cast<int>(strategy->Placed()) : 0;
+    Result result;
+    std::string problem;
+    if (!RunLayout(request, options, watch, result, problem)) {
+        g_result = Arrays();
+        return 1;
+    }
+    g_result = ReadResult(result);
+    return 0;
 }
 
 // The last layout's results: 0 positions, 1 grid, 2 port counts, 3 ports,
-// 4 edge order. Writes the number of values to *length.
+// 4 edge order, 5 route point counts, 6 route points. Writes the number of
+// values to *length; 7 writes the nodes placed by neighbour, 8 whether the
+// layout was stopped.
 EMSCRIPTEN_KEEPALIVE const void* nl_result(int what, int* length) {
     auto view = [length](const auto& values) -> const void* {
         *length = static_cast<int>(values.size());
@@ -155,10 +208,46 @@ EMSCRIPTEN_KEEPALIVE const void* nl_result(int what, int* length) {
         return view(g_result.ports);
     case 4:
         return view(g_result.edgeOrder);
-    default:
+    case 5:
+        return view(g_result.routeCounts);
+    case 6:
+        return view(g_result.routePoints);
+    case 7:
         *length = g_result.placed;
         return nullptr;
+    default:
+        *length = g_result.stopped;
+        return nullptr;
     }
+}
+
+// The names and ranges every front end uses, as JSON text: {"kinds": {name:
+// code}, "sides": [...], "limits": {name: [low, high]}}.
+EMSCRIPTEN_KEEPALIVE const char* nl_names() {
+    static const std::string text = [] {
+        std::string s = "{\"kinds\":{";
+        bool first = true;
+        for (const NamedLayoutType& e : kLayoutTypeNames) {
+            s += (first ? "\"" : ",\"") + std::string(e.name) + "\":" + std::to_string(e.type);
+            first = false;
+        }
+        for (const NamedLayoutType& e : kLayoutTypeAliases) {
+            s += ",\"" + std::string(e.name) + "\":" + std::to_string(e.type);
+        }
+        s += "},\"sides\":[";
+        for (int side = 0; side < kSideCount; ++side) {
+            s += (side ? ",\"" : "\"") + std::string(kSideNames[side]) + "\"";
+        }
+        s += "],\"limits\":{";
+        first = true;
+        for (const Limit* limit : kLimits) {
+            s += (first ? "\"" : ",\"") + std::string(limit->name) + "\":[" +
+                 std::to_string(limit->low) + "," + std::to_string(limit->high) + "]";
+            first = false;
+        }
+        return s + "}}";
+    }();
+    return text.c_str();
 }
 
 } // extern "C"

@@ -18,6 +18,21 @@ test("results are keyed by the caller's ids and the bulk path gives the same bit
   assert.deepEqual(bulk.xy, r.xy);
   assert.equal(ports.xy.length, 6);
   assert.equal((await layout({ nodes: [] })).positions.size, 0);
+  assert.ok(r.routes.length === 2 && r.routes.every((route) => route.length >= 4 && route.every(Number.isFinite)));
+});
+
+test("onStep sees every step's record; record.stop() and an aborted signal stop the layout", async () => {
+  const ring = { nodes: Array.from({ length: 300 }, (_, i) => i), links: Array.from({ length: 300 }, (_, i) => ({ source: i, target: (i + 1) % 300 })) };
+  const steps = [];
+  const full = await layout(ring, { kind: "force", onStep: (p) => steps.push(p) });
+  assert.ok(!full.stopped && steps.length > 5 && steps.at(-1).workDone === steps.at(-1).workTotal);
+  assert.equal(steps[1].step, "ForceDirectedLayout");
+  const early = await layout(ring, { kind: "force", onStep: (p) => p.iteration === 3 && p.stop() });
+  assert.ok(early.stopped && [...early.positions.values()].every((p) => Number.isFinite(p.x)));
+  const controller = new AbortController();
+  const aborted = await layout(ring, { kind: "force", signal: controller.signal, onStep: (p) => p.iteration === 3 && controller.abort() });
+  assert.deepEqual(aborted.xy, early.xy);
+  await assert.rejects(layout(ring, { signal: AbortSignal.abort() }), { name: "AbortError" });
 });
 
 test("bad input raises TypeError or RangeError naming the value", async () => {

@@ -42,14 +42,14 @@ import numpy as np
 
 from ._netloom import (  # noqa: F401
     _add_edges,
-    _edge_order,
-    _grid_by_node,
     _node_index,
     _points_by_node,
-    _ports_by_name,
+    _Request,
+    _run_layout,
     FORCE_DIRECTED,
     HIERARCHY,
     LAYOUT_TYPE_NAMES,
+    LIMITS,
     RADIANT,
     SIDES,
     TREE,
@@ -84,17 +84,17 @@ Position = Tuple[float, float]
 # (u, v, attributes).
 GraphLike = Any
 
-# The library's layout type names, and "force-directed", which only Python accepts.
-KINDS: Dict[str, int] = {**LAYOUT_TYPE_NAMES, "force-directed": FORCE_DIRECTED}
+# The layout type names and aliases every front end accepts.
+KINDS: Dict[str, int] = dict(LAYOUT_TYPE_NAMES)
 _CODES = frozenset(KINDS.values())
 
-# The command-line tool's limits.
-_MAX_DISTANCE = 100_000
-_MAX_COLS = 1_000_000
-_MAX_ARRANGE_MODE = 1000
-_MAX_THREADS = 1024
-_MAX_LENGTH = 46_340
-_MAX_LEVEL = 1_000_000_000
+# The ranges every front end checks.
+_MAX_DISTANCE = LIMITS["distance"][1]
+_MAX_COLS = LIMITS["max-cols"][1]
+_MAX_ARRANGE_MODE = LIMITS["arrange-mode"][1]
+_MAX_THREADS = LIMITS["threads"][1]
+_MAX_LENGTH = LIMITS["length"][1]
+_MAX_LEVEL = LIMITS["level"][1]
 
 
 class LayoutResult:
@@ -107,6 +107,10 @@ class LayoutResult:
                 edge end without a named port
     edge_order: [(edge, component_index), ...] where edge is (u, v) or (u, v, key)
                 (hierarchy layout)
+    routes:     {edge: (k, 2) array of points}, each edge's drawn route from its source's
+                port to its target's, in the coordinates of pos (orthogonal in the
+                hierarchy layout, straight or bent in the others); edges keyed as in
+                edge_order
     stopped:    True when a progress callable or a StopFlag stopped the layout early
                 (every position is still valid)
 
@@ -124,7 +128,12 @@ class LayoutResult:
         reader: Optional[Callable[[str], Any]] = None,
     ) -> None:
         self.pos = pos
-        self._values: Dict[str, Any] = {"grid": grid, "ports": ports, "edge_order": edge_order}
+        self._values: Dict[str, Any] = {
+            "grid": grid,
+            "ports": ports,
+            "edge_order": edge_order,
+            "routes": None,
+        }
         self._reader = reader
         self.stopped = False
 
@@ -150,6 +159,11 @@ class LayoutResult:
     def edge_order(self) -> List[Tuple[Tuple[Hashable, ...], int]]:
         """[(edge, component_index), ...]"""
         return self._get("edge_order")
+
+    @property
+    def routes(self) -> Dict[Tuple[Hashable, ...], Any]:
+        """{edge: (k, 2) array of route points}"""
+        return self._get("routes")
 
     def __repr__(self) -> str:
         return "LayoutResult(%d nodes)" % len(self.pos)
@@ -272,8 +286,21 @@ def _no_collection() -> Iterator[None]:
                 gc.enable()
 
 
-def _build(nodes, index, edges, source, pos, fixed, flip_y, distance, attributes):
-    """The library's graph of nodes 1..n and edges 1..m, its edge keys and port names."""
+def _labels(G: GraphLike, nodes: List[Node], label: Any) -> List[str]:
+    """The text drawn in each node's box: its label attribute (or mapping entry), or its id."""
+    if isinstance(label, Mapping):
+        return [str(label.get(v, v)) for v in nodes]
+    data = getattr(G, "nodes", None)
+    if not hasattr(data, "items") and not callable(getattr(data, "__getitem__", None)):
+        return [str(v) for v in nodes]
+    try:
+        return [str(data[v].get(label, v)) for v in nodes]
+    except (TypeError, AttributeError, KeyError):
+        return [str(v) for v in nodes]
+
+
+def _request(G, nodes, index, edges, source, directed, pos, fixed, flip_y, distance, attributes):
+    """The front layer's request for nodes 1..n and edges 1..m, the edge keys and port names."""
     n = len(nodes)
     x = y = fixed_flags = None
     if pos:
@@ -288,10 +315,9 @@ def _build(nodes, index, edges, source, pos, fixed, flip_y, distance, attributes
         fixed_flags = np.zeros(n, dtype=bool)
         for node in fixed:
             fixed_flags[_lookup(index, node, "fixed") - 1] = True
-    graph = Graph()
-    graph.add_nodes(np.arange(1, n + 1), x, y, fixed_flags)
-    keys, names = _add_edges(graph, index, edges, source, *attributes, distance)
-    return graph, keys, names
+    request = _Request(n, x, y, fixed_flags, _labels(G, nodes, attributes[3]), directed)
+    keys, names = _add_edges(request, index, edges, source, *attributes[:3], distance)
+    return request, keys, names
 
 
 class _MappedStrategy(LayoutStrategy):
@@ -347,6 +373,7 @@ def layout_result(
     scale: Optional[float] = None,
     progress: Optional[Callable[[LayoutProgress], Any]] = None,
     stop: Optional[StopFlag] = None,
+    label: Union[str, Mapping[Node, str]] = "label",
 ) -> LayoutResult:
     """Lays out G and returns a LayoutResult.
 
@@ -370,6 +397,9 @@ def layout_result(
        level. Or
        strategy, an object with any of get_levels(nodes), get_direction() and
        get_arrange_mode() working on your node ids.
+    label: the node attribute whose text is drawn in a node's box, or a mapping
+       {node: text} (default: the id);
+       box sizes, and so the routes, depend on it as in the command-line tool.
     length, source_port, target_port: edge attribute names. A length is a number
        from 0 to 46,340; ends with the same port name on one node share a port,
        an end without one gets a port of its own (None in the result).
@@ -411,38 +441,50 @@ def layout_result(
     nodes, edges, source, directed = _nodes_and_edges(G)
     with _no_collection():
         index = _node_index(nodes)
-        graph, keys, names = _build(
+        request, keys, names = _request(
+            G,
             nodes,
             index,
             edges,
             source,
+            directed,
             pos,
             fixed,
             flip_y,
             distance,
-            (length, source_port, target_port),
+            (length, source_port, target_port, label),
         )
-    graph.set_max_col_count(max_cols if max_cols > 0 else -1)
-    graph.set_fixed_layout(bool(fixed_layout))
-    graph.set_layout_threads(threads)
-    layered = type_code in (TREE, HIERARCHY)
-    if levels is None and strategy is None and directed and layered:
-        levels = "direction"
+    given: Dict[int, List[int]] = {}
+    mode = "auto"
+    own = None
     if strategy is not None:
         level_map = None if levels is None else _level_map(levels, index)
-        graph.set_strategy(
-            _MappedStrategy(index, nodes, level_map, direction, arrange_mode, strategy)
-        )
-    elif levels == "direction":
-        graph.set_direction_levels(direction, arrange_mode)
-    elif levels not in (None, "degree"):
-        graph.set_levels(_level_map(levels, index), direction, arrange_mode)
-    elif direction != 1 or arrange_mode != 0:
-        graph.set_levels({}, direction, arrange_mode)
+        own = _MappedStrategy(index, nodes, level_map, direction, arrange_mode, strategy)
+    elif isinstance(levels, str):
+        mode = levels
+    elif levels is not None:
+        mode = "given"
+        given = {k: [i - 1 for i in v] for k, v in _level_map(levels, index).items()}
     if progress is not None and not callable(progress):
         raise TypeError("progress must be callable, not %r" % (progress,))
-    graph.layout(distance, type_code, layer_spacing, progress, stop)
-    placed = graph.placed_by_neighbour()
+    run = _run_layout(
+        request,
+        type_code,
+        distance,
+        layer_spacing,
+        max_cols,
+        bool(fixed_layout),
+        mode,
+        given,
+        direction if direction != 1 else 0,
+        arrange_mode if arrange_mode != 0 else -1,
+        threads,
+        own,
+        progress,
+        stop,
+        True,
+    )
+    placed = run.placed_by_neighbour
     if placed:
         warnings.warn(
             "the levels leave out %d node(s) of components they name; each went one level "
@@ -452,23 +494,40 @@ def layout_result(
         )
 
     sign = -1.0 if flip_y else 1.0
-    _, xy = graph.positions_array()
+    xy = run.xy()
     xy[:, 1] *= sign
+    shift = np.zeros(2)
+    factor = 1.0
     if len(nodes) and (center is not None or scale is not None):
-        xy -= xy.mean(axis=0)
+        shift = xy.mean(axis=0)
+        xy -= shift
         limit = np.abs(xy).max()
         if scale is not None and limit > 0:
-            xy *= scale / limit
+            factor = scale / limit
+            xy *= factor
         if center is not None:
             xy += center
+
+    def routes() -> Dict[Tuple[Hashable, ...], Any]:
+        out = run.routes(keys)
+        for points in out.values():
+            points[:, 1] *= sign
+            if center is not None or scale is not None:
+                points -= shift
+                points *= factor
+                if center is not None:
+                    points += center
+        return out
+
     readers = {
-        "grid": lambda: _grid_by_node(graph, nodes),
-        "ports": lambda: _ports_by_name(graph, nodes, names),
-        "edge_order": lambda: _edge_order(graph, keys),
+        "grid": lambda: run.grid(nodes),
+        "ports": lambda: run.ports(nodes, names),
+        "edge_order": lambda: run.edge_order(keys),
+        "routes": routes,
     }
     with _no_collection():
         result = LayoutResult(_points_by_node(nodes, xy), reader=lambda name: readers[name]())
-    result.stopped = graph.was_layout_stopped()
+    result.stopped = run.stopped
     return result
 
 

@@ -11,6 +11,7 @@ RADIANT: int
 HIERARCHY: int
 SIDES: Tuple[str, ...]
 LAYOUT_TYPE_NAMES: Dict[str, int]
+LIMITS: Dict[str, Tuple[int, int]]
 
 _IntArray = npt.ArrayLike
 _FloatArray = npt.ArrayLike
@@ -44,22 +45,54 @@ class LayoutProgress:
 def layout_parameters() -> Dict[str, float]: ...
 def direction_levels(count: int, edges: Sequence[Tuple[int, int]]) -> List[int]: ...
 def _node_index(nodes: List[Any]) -> Dict[Any, int]: ...
+class _Request:
+    def __init__(
+        self,
+        n: int,
+        x: Optional[_FloatArray],
+        y: Optional[_FloatArray],
+        fixed: Optional[npt.ArrayLike],
+        labels: List[str],
+        directed: bool,
+    ) -> None: ...
+
+class _Result:
+    stopped: bool
+    placed_by_neighbour: int
+    def xy(self) -> npt.NDArray[np.float64]: ...
+    def grid(self, nodes: List[Any]) -> Dict[Any, Tuple[int, int, int]]: ...
+    def ports(self, nodes: List[Any], names: List[Any]) -> Dict[Any, Dict[str, List[Any]]]: ...
+    def edge_order(self, keys: List[Any]) -> List[Tuple[Any, int]]: ...
+    def routes(self, keys: List[Any]) -> Dict[Any, npt.NDArray[np.float64]]: ...
+
 def _add_edges(
-    graph: Graph,
+    request: _Request,
     index: Dict[Any, int],
     edges: Any,
     source: int,
-    length: Hashable,
-    source_port: Hashable,
-    target_port: Hashable,
+    length: Any,
+    source_port: Any,
+    target_port: Any,
     default_length: int,
-) -> Tuple[List[Tuple[Any, ...]], List[Any]]: ...
-def _ports_by_name(
-    graph: Graph, nodes: List[Any], names: List[Any]
-) -> Dict[Any, Dict[str, List[Any]]]: ...
-def _grid_by_node(graph: Graph, nodes: List[Any]) -> Dict[Any, Tuple[int, int, int]]: ...
+) -> Tuple[List[Any], List[Any]]: ...
+def _run_layout(
+    request: _Request,
+    type: int,
+    distance: int,
+    layer_spacing: int,
+    max_cols: int,
+    fixed_layout: bool,
+    levels: str,
+    given: Dict[int, List[int]],
+    direction: int,
+    arrange_mode: int,
+    threads: int,
+    strategy: Optional[LayoutStrategy],
+    progress: Optional[Callable[[LayoutProgress], Any]],
+    stop: Optional[StopFlag],
+    routes: bool,
+) -> _Result: ...
 def _points_by_node(nodes: List[Any], xy: _FloatArray) -> Dict[Any, Tuple[float, float]]: ...
-def _edge_order(graph: Graph, keys: List[Any]) -> List[Tuple[Any, int]]: ...
 
 class LayoutStrategy:
     def __init__(self) -> None: ...

@@ -4,7 +4,10 @@
 #include <netloom/netloom.h>
 
 #include "convert.h"
-#include "level_rules.h"
+#include "front/levels.h"
+#include "front/limits.h"
+#include "front/names.h"
+#include "front/run.h"
 
 #include <pybind11/functional.h>
 #include <pybind11/numpy.h>
@@ -98,7 +101,7 @@ private:
 struct PyGraph {
     CNetworkGraph graph;
     py::object strategy = py::none();
-    std::unique_ptr<netloom_cli::GivenLevelsStrategy> givenLevels;
+    std::unique_ptr<netloom::front::GivenLevelsStrategy> givenLevels;
 };
 
 // A flag any thread may set to stop the layouts it was handed; read without the GIL.
@@ -118,14 +121,13 @@ struct PyProgress {
 // pending signals (Ctrl-C), and with a progress callable it hands it the
 // record. An exception (KeyboardInterrupt, or one the callable raised) stops
 // the layout at its next stop point and is raised once Layout returns.
-void LayoutWithProgress(PyGraph& g, int distance, int type, int layerSpacing,
-                        const py::object& progress, const StopFlag* stop) {
+std::function<bool(const netloom::LayoutProgress&)>
+PythonMonitor(const py::object& progress, const StopFlag* stop, std::exception_ptr& pending) {
     const bool mainThread = py::module_::import("threading")
                                 .attr("current_thread")()
                                 .is(py::module_::import("threading").attr("main_thread")());
     const bool callable = !progress.is_none();
-    std::exception_ptr pending;
-    g.graph.SetProgressMonitor([&](const netloom::LayoutProgress& record) {
+    return [mainThread, callable, progress, stop, &pending](const netloom::LayoutProgress& record) {
         if (stop != nullptr && stop->set.load()) {
             return true;
         }
@@ -147,7 +149,13 @@ void LayoutWithProgress(PyGraph& g, int distance, int type, int layerSpacing,
             pending = std::current_exception();
         }
         return true;
-    });
+    };
+}
+
+void LayoutWithProgress(PyGraph& g, int distance, int type, int layerSpacing,
+                        const py::object& progress, const StopFlag* stop) {
+    std::exception_ptr pending;
+    g.graph.SetProgressMonitor(PythonMonitor(progress, stop, pending));
     {
         py::gil_scoped_release release;
         g.graph.Layout(distance, type, layerSpacing);
@@ -286,12 +294,10 @@ void AddEdges(PyGraph& g, const IntArray& ids, const IntArray& sources, const In
 
 py::dict Sides(const CNode* node) {
     // By side code: up, down, right, left.
-    const std::vector<int>* lists[netloom::kSideCount] = {
-        &node->GetUpsideSubs(), &node->GetDownsideSubs(), &node->GetRightsideSubs(),
-        &node->GetLeftsideSubs()};
+    const auto lists = netloom::front::SideLists(*node);
     py::dict sides;
-    for (int side = 0; side < netloom::kSideCount; ++side) {
-        sides[netloom::SideName(side)] = *lists[side];
+    for (int side = 0; side < netloom::front::kSideCount; ++side) {
+        sides[netloom::front::SideName(side)] = *lists[side];
     }
     return sides;
 }
@@ -328,17 +334,15 @@ py::tuple GridArray(const PyGraph& g) {
 // sides one after another).
 py::tuple PortsArray(const PyGraph& g) {
     const auto& nodes = g.graph.GetNodeMap();
-    py::array_t<int> counts(
-        {static_cast<py::ssize_t>(nodes.size()), static_cast<py::ssize_t>(netloom::kSideCount)});
+    py::array_t<int> counts({static_cast<py::ssize_t>(nodes.size()),
+                             static_cast<py::ssize_t>(netloom::front::kSideCount)});
     auto c = counts.mutable_unchecked<2>();
     std::vector<int> ports;
     py::ssize_t k = 0;
     for (const auto& e : nodes) {
         const CNode* node = e.second;
-        const std::vector<int>* lists[netloom::kSideCount] = {
-            &node->GetUpsideSubs(), &node->GetDownsideSubs(), &node->GetRightsideSubs(),
-            &node->GetLeftsideSubs()};
-        for (int side = 0; side < netloom::kSideCount; ++side) {
+        const auto lists = netloom::front::SideLists(*node);
+        for (int side = 0; side < netloom::front::kSideCount; ++side) {
             c(k, side) = static_cast<int>(lists[side]->size());
             ports.insert(ports.end(), lists[side]->begin(), lists[side]->end());
         }
@@ -363,7 +367,7 @@ std::map<int, std::vector<int>> GraphDirectionLevels(const PyGraph& g) {
     for (const auto& e : g.graph.GetEdgeMap()) {
         edges.emplace_back(index.at(e.second->GetSourceNode()), index.at(e.second->GetDestNode()));
     }
-    const std::vector<int> level = netloom_cli::LongestPathLevels(ids.size(), edges);
+    const std::vector<int> level = netloom::front::LongestPathLevels(ids.size(), edges);
     std::map<int, std::vector<int>> levels;
     for (std::size_t v = 0; v < level.size(); ++v) {
         levels[level[v]].push_back(ids[v]);
@@ -372,8 +376,8 @@ std::map<int, std::vector<int>> GraphDirectionLevels(const PyGraph& g) {
 }
 
 void SetLevels(PyGraph& g, std::map<int, std::vector<int>> levels, int direction, int arrangeMode) {
-    g.givenLevels = std::make_unique<netloom_cli::GivenLevelsStrategy>(g.graph, std::move(levels),
-                                                                       direction, arrangeMode);
+    g.givenLevels = std::make_unique<netloom::front::GivenLevelsStrategy>(
+        g.graph, std::move(levels), direction, arrangeMode);
     g.graph.SetLayoutStrategy(g.givenLevels.get());
     g.strategy = py::none();
 }
@@ -386,20 +390,26 @@ PYBIND11_MODULE(_netloom, m) {
     m.attr("TREE") = CNetworkGraph::m_iTreeLayout;
     m.attr("RADIANT") = CNetworkGraph::m_iRadiantLayout;
     m.attr("HIERARCHY") = CNetworkGraph::m_iHierarchyLayout;
-    py::tuple sides(netloom::kSideCount);
-    for (int side = 0; side < netloom::kSideCount; ++side) {
-        sides[static_cast<py::size_t>(side)] = netloom::SideName(side);
+    py::tuple sides(netloom::front::kSideCount);
+    for (int side = 0; side < netloom::front::kSideCount; ++side) {
+        sides[static_cast<py::size_t>(side)] = netloom::front::SideName(side);
     }
     m.attr("SIDES") = sides;
     // Layout type names and the other names they go by, each with its code.
     py::dict typeNames;
-    for (const netloom::NamedLayoutType& entry : netloom::kLayoutTypeNames) {
+    for (const netloom::front::NamedLayoutType& entry : netloom::front::kLayoutTypeNames) {
         typeNames[entry.name] = entry.type;
     }
-    for (const netloom::NamedLayoutType& entry : netloom::kLayoutTypeAliases) {
+    for (const netloom::front::NamedLayoutType& entry : netloom::front::kLayoutTypeAliases) {
         typeNames[entry.name] = entry.type;
     }
     m.attr("LAYOUT_TYPE_NAMES") = typeNames;
+    // The ranges every front end checks: {name: (low, high)}.
+    py::dict limits;
+    for (const netloom::front::Limit* limit : netloom::front::kLimits) {
+        limits[limit->name] = py::make_tuple(limit->low, limit->high);
+    }
+    m.attr("LIMITS") = limits;
 
     py::class_<StopFlag>(m, "StopFlag",
                          "A flag that stops the layouts it is given (Graph.layout(stop=...)) at "
@@ -452,7 +462,7 @@ PYBIND11_MODULE(_netloom, m) {
                     throw py::index_error("an edge names a node index out of range");
                 }
             }
-            return netloom_cli::LongestPathLevels(count, edges);
+            return netloom::front::LongestPathLevels(count, edges);
         },
         py::arg("count"), py::arg("edges"),
         "Levels by edge direction for nodes 0..count-1 and (source, target) index pairs: the "
@@ -462,10 +472,102 @@ PYBIND11_MODULE(_netloom, m) {
     // The conversion behind netloom.layout_result (python/netloom/__init__.py).
     m.def("_node_index", &netloom_py::NodeIndex, py::arg("nodes"),
           "{node: id} with ids 1..n in list order; ValueError for a node listed twice.");
+    py::class_<netloom::front::Request>(m, "_Request", "A graph as the front layer takes it.")
+        .def(py::init([](std::size_t n, std::optional<FloatArray> x, std::optional<FloatArray> y,
+                         std::optional<BoolArray> fixed, std::vector<std::string> labels,
+                         bool directed) {
+                 netloom::front::Request r;
+                 r.nodeCount = n;
+                 if (x && y) {
+                     r.x.assign(x->data(), x->data() + n);
+                     r.y.assign(y->data(), y->data() + n);
+                 }
+                 if (fixed) {
+                     r.fixed.assign(fixed->data(), fixed->data() + n);
+                 }
+                 r.labels = std::move(labels);
+                 r.directed = directed;
+                 if (!r.labels.empty() && r.labels.size() != n) {
+                     throw py::value_error("one label per node");
+                 }
+                 return r;
+             }),
+             py::arg("n"), py::arg("x"), py::arg("y"), py::arg("fixed"), py::arg("labels"),
+             py::arg("directed"));
+    py::class_<netloom::front::Result>(m, "_Result", "What a front-layer layout produced.")
+        .def("xy",
+             [](const netloom::front::Result& r) {
+                 py::array_t<double> xy({static_cast<py::ssize_t>(r.x.size()), py::ssize_t{2}});
+                 auto out = xy.mutable_unchecked<2>();
+                 for (std::size_t i = 0; i < r.x.size(); ++i) {
+                     out(static_cast<py::ssize_t>(i), 0) = r.x[i];
+                     out(static_cast<py::ssize_t>(i), 1) = r.y[i];
+                 }
+                 return xy;
+             })
+        .def_readonly("stopped", &netloom::front::Result::stopped)
+        .def_readonly("placed_by_neighbour", &netloom::front::Result::placedByNeighbour)
+        .def("grid", &netloom_py::GridByNode, py::arg("nodes"))
+        .def("ports", &netloom_py::PortsByName, py::arg("nodes"), py::arg("names"))
+        .def("edge_order", &netloom_py::EdgeOrder, py::arg("keys"))
+        .def("routes", &netloom_py::RoutesByEdge, py::arg("keys"));
+    m.def(
+        "_run_layout",
+        [](const netloom::front::Request& request, int type, int distance, int layerSpacing,
+           int maxCols, bool fixedLayout, const std::string& levels,
+           const std::map<int, std::vector<std::size_t>>& given, int direction, int arrangeMode,
+           int threads, py::object strategy, py::object progress, const StopFlag* stop,
+           bool routes) {
+            netloom::front::Options o;
+            o.type = type;
+            o.distance = distance;
+            o.layerSpacing = layerSpacing;
+            o.maxCols = maxCols;
+            o.fixedLayout = fixedLayout;
+            o.levelSource = levels == "direction" ? netloom::front::LevelSource::Direction
+                            : levels == "degree"  ? netloom::front::LevelSource::Degree
+                            : levels == "given"   ? netloom::front::LevelSource::Given
+                                                  : netloom::front::LevelSource::Auto;
+            o.givenLevels = given;
+            o.direction = direction;
+            o.arrangeMode = arrangeMode;
+            o.threads = threads;
+            o.routes = routes;
+            PyLayoutStrategy* own = nullptr;
+            if (!strategy.is_none()) {
+                own = static_cast<PyLayoutStrategy*>(strategy.cast<CLayoutStrategy*>());
+                o.strategy = own;
+            }
+            std::exception_ptr pending;
+            netloom::front::Progress watch;
+            watch.monitor = PythonMonitor(progress, stop, pending);
+            netloom::front::Result result;
+            std::string problem;
+            bool ok = false;
+            {
+                py::gil_scoped_release release;
+                ok = netloom::front::RunLayout(request, o, watch, result, problem);
+            }
+            if (pending) {
+                std::rethrow_exception(pending);
+            }
+            if (own != nullptr) {
+                own->RaisePending();
+            }
+            if (!ok) {
+                throw py::value_error(problem);
+            }
+            return result;
+        },
+        py::arg("request"), py::arg("type"), py::arg("distance"), py::arg("layer_spacing"),
+        py::arg("max_cols"), py::arg("fixed_layout"), py::arg("levels"), py::arg("given"),
+        py::arg("direction"), py::arg("arrange_mode"), py::arg("threads"), py::arg("strategy"),
+        py::arg("progress"), py::arg("stop"), py::arg("routes"),
+        "Lays out a request through the front layer, as the command-line tool does.");
     m.def(
         "_add_edges",
-        [](PyGraph& g, const py::dict& index, py::handle edges, int source, py::object length,
-           py::object sourcePort, py::object targetPort, int defaultLength) {
+        [](netloom::front::Request& request, const py::dict& index, py::handle edges, int source,
+           py::object length, py::object sourcePort, py::object targetPort, int defaultLength) {
             if (source < 0 ||
                 source > static_cast<int>(netloom_py::EdgeSource::MultiDirectedAdjacency)) {
                 throw py::value_error("unknown edge source " + std::to_string(source));
@@ -473,33 +575,16 @@ PYBIND11_MODULE(_netloom, m) {
             const netloom_py::EdgeAttributes attributes{std::move(length), std::move(sourcePort),
                                                         std::move(targetPort), defaultLength};
             return netloom_py::AddPythonEdges(
-                g.graph, index, edges, static_cast<netloom_py::EdgeSource>(source), attributes);
+                request, index, edges, static_cast<netloom_py::EdgeSource>(source), attributes);
         },
-        py::arg("graph"), py::arg("index"), py::arg("edges"), py::arg("source"), py::arg("length"),
-        py::arg("source_port"), py::arg("target_port"), py::arg("default_length"),
+        py::arg("request"), py::arg("index"), py::arg("edges"), py::arg("source"),
+        py::arg("length"), py::arg("source_port"), py::arg("target_port"),
+        py::arg("default_length"),
         "Adds edges 1..m from a list (source 0) or a networkx adjacency (1 Graph, 2 DiGraph, "
         "3 MultiGraph, 4 MultiDiGraph), with ports from n + 1; returns (edge keys, port "
         "names).");
-    m.def(
-        "_ports_by_name",
-        [](const PyGraph& g, const py::list& nodes, const py::list& names) {
-            return netloom_py::PortsByName(g.graph, nodes, names);
-        },
-        py::arg("graph"), py::arg("nodes"), py::arg("names"),
-        "{node: {side: [port name, ...]}} for nodes 1..n, ports n + 1.. named by names.");
-    m.def(
-        "_grid_by_node",
-        [](const PyGraph& g, const py::list& nodes) {
-            return netloom_py::GridByNode(g.graph, nodes);
-        },
-        py::arg("graph"), py::arg("nodes"), "{node: (base_row, row, col)} for nodes 1..n.");
     m.def("_points_by_node", &netloom_py::PointsByNode, py::arg("nodes"), py::arg("xy"),
           "{nodes[i]: (x, y)} from an (n, 2) array.");
-    m.def(
-        "_edge_order",
-        [](PyGraph& g, const py::list& keys) { return netloom_py::EdgeOrder(g.graph, keys); },
-        py::arg("graph"), py::arg("keys"),
-        "[(keys[id - 1], component index), ...] in sorted edge order.");
 
     py::class_<CLayoutStrategy, PyLayoutStrategy>(
         m, "LayoutStrategy",

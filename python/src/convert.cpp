@@ -1,5 +1,8 @@
 #include "convert.h"
 
+#include "front/limits.h"
+#include "front/names.h"
+
 #include <climits>
 #include <cmath>
 #include <string>
@@ -9,8 +12,10 @@ namespace netloom_py {
 
 namespace {
 
-// Edge lengths as the command-line tool reads them.
-constexpr double kMaxLength = 46340;
+using netloom::front::kLengthLimit;
+using netloom::front::kNoPort;
+using netloom::front::Request;
+using netloom::front::Result;
 
 std::string Repr(py::handle value) {
     return py::repr(value).cast<std::string>();
@@ -34,10 +39,8 @@ py::object Get(py::handle mapping, py::handle key) {
 
 class EdgeBuilder {
 public:
-    EdgeBuilder(CNetworkGraph& graph, const py::dict& index, const EdgeAttributes& attributes)
-        : m_graph(graph), m_index(index), m_attributes(attributes),
-          m_nodeCount(static_cast<int>(py::len(index))),
-          m_portsByNode(static_cast<std::size_t>(m_nodeCount)),
+    EdgeBuilder(Request& request, const py::dict& index, const EdgeAttributes& attributes)
+        : m_request(request), m_index(index), m_attributes(attributes),
           m_real(py::module_::import("numbers").attr("Real")) {}
 
     int Lookup(py::handle node) {
@@ -63,18 +66,18 @@ public:
         }
         // Most edges of most graphs have no attributes.
         const bool plain = PyDict_Check(data.ptr()) && PyDict_GET_SIZE(data.ptr()) == 0;
-        const int length = plain ? m_attributes.defaultLength : Length(u, v, data);
-        const int sourcePort =
-            plain ? Unnamed() : Port(source, u, v, data, m_attributes.sourcePort);
-        const int targetPort =
-            plain ? Unnamed() : Port(target, u, v, data, m_attributes.targetPort);
-        const int id = static_cast<int>(py::len(m_keys)) + 1;
-        m_graph.AddEdge(id, source, target, length, sourcePort, targetPort, false);
+        m_request.sources.push_back(static_cast<std::size_t>(source - 1));
+        m_request.targets.push_back(static_cast<std::size_t>(target - 1));
+        m_request.lengths.push_back(plain ? m_attributes.defaultLength : Length(u, v, data));
+        m_request.sourcePorts.push_back(plain ? kNoPort
+                                              : Port(u, v, data, m_attributes.sourcePort));
+        m_request.targetPorts.push_back(plain ? kNoPort
+                                              : Port(u, v, data, m_attributes.targetPort));
         m_keys.append(key ? py::make_tuple(u, v, key) : py::make_tuple(u, v));
     }
 
-    py::tuple Result() const { return py::make_tuple(m_keys, m_names); }
-    std::size_t NodeCount() const { return static_cast<std::size_t>(m_nodeCount); }
+    py::tuple Keys() const { return py::make_tuple(m_keys, m_names); }
+    std::size_t NodeCount() const { return m_request.nodeCount; }
 
 private:
     int Length(py::handle u, py::handle v, py::handle data) const {
@@ -97,38 +100,21 @@ private:
                 x = HUGE_VAL;
             }
         }
-        if (!std::isfinite(x) || x < 0.0 || x > kMaxLength) {
-            throw py::value_error(what() + " " + Repr(value) + " is out of range (0 to 46340)");
+        if (!std::isfinite(x) || x < kLengthLimit.low || x > kLengthLimit.high) {
+            throw py::value_error(what() + " " + Repr(value) + " is out of range (" +
+                                  std::to_string(kLengthLimit.low) + " to " +
+                                  std::to_string(kLengthLimit.high) + ")");
         }
         return static_cast<int>(std::lround(x));
     }
 
-    // The id the next new port gets.
-    int NextPort() const {
-        const std::size_t next = static_cast<std::size_t>(m_nodeCount) + 1 + py::len(m_names);
-        if (next > static_cast<std::size_t>(INT_MAX)) {
-            throw py::value_error("too many ports for 32-bit port ids");
-        }
-        return static_cast<int>(next);
-    }
-
-    int Unnamed() {
-        const int id = NextPort();
-        m_names.append(py::none());
-        return id;
-    }
-
-    int Port(int node, py::handle u, py::handle v, py::handle data, const py::object& attribute) {
+    // The number of a port name: one per distinct name, in order of first use.
+    int Port(py::handle u, py::handle v, py::handle data, const py::object& attribute) {
         const py::object name = Get(data, attribute);
         if (name.is_none()) {
-            return Unnamed();
+            return kNoPort;
         }
-        const int id = NextPort();
-        py::object& named = m_portsByNode[static_cast<std::size_t>(node - 1)];
-        if (!named) {
-            named = py::dict();
-        }
-        PyObject* found = PyDict_GetItemWithError(named.ptr(), name.ptr());
+        PyObject* found = PyDict_GetItemWithError(m_numbers.ptr(), name.ptr());
         if (found != nullptr) {
             return static_cast<int>(PyLong_AsLong(found));
         }
@@ -137,21 +123,20 @@ private:
             throw py::type_error(EdgeName(u, v) + ": " + py::str(attribute).cast<std::string>() +
                                  " " + Repr(name) + " is not hashable");
         }
-        named[name] = id;
+        const int number = static_cast<int>(py::len(m_names));
+        m_numbers[name] = number;
         m_names.append(name);
-        return id;
+        return number;
     }
 
-    CNetworkGraph& m_graph;
+    Request& m_request;
     const py::dict& m_index;
     const EdgeAttributes& m_attributes;
-    int m_nodeCount;
-    std::vector<py::object> m_portsByNode; // {name: port id} by node id - 1
     py::object m_real;
+    py::dict m_numbers; // port name -> number
     py::list m_keys;
     py::list m_names;
 };
-
 void AddList(EdgeBuilder& builder, const py::handle& edges) {
     const py::dict empty;
     for (py::handle e : edges) {
@@ -203,15 +188,6 @@ void AddAdjacency(EdgeBuilder& builder, const py::handle& adjacency, bool direct
     }
 }
 
-// Node i of the list, library id i + 1.
-const CNode* NodeOf(const CNetworkGraph& graph, std::size_t i) {
-    const CNode* node = graph.GetNode(static_cast<int>(i + 1));
-    if (node == nullptr) {
-        throw py::value_error("the graph has no node " + std::to_string(i + 1));
-    }
-    return node;
-}
-
 } // namespace
 
 py::dict NodeIndex(const py::list& nodes) {
@@ -226,9 +202,9 @@ py::dict NodeIndex(const py::list& nodes) {
     return index;
 }
 
-py::tuple AddPythonEdges(CNetworkGraph& graph, const py::dict& index, const py::handle& edges,
+py::tuple AddPythonEdges(Request& request, const py::dict& index, const py::handle& edges,
                          EdgeSource source, const EdgeAttributes& attributes) {
-    EdgeBuilder builder(graph, index, attributes);
+    EdgeBuilder builder(request, index, attributes);
     switch (source) {
     case EdgeSource::List:
         AddList(builder, edges);
@@ -246,46 +222,39 @@ py::tuple AddPythonEdges(CNetworkGraph& graph, const py::dict& index, const py::
         AddAdjacency(builder, edges, true, true);
         break;
     }
-    return builder.Result();
+    return builder.Keys();
 }
 
-py::dict PortsByName(const CNetworkGraph& graph, const py::list& nodes, const py::list& names) {
+py::dict PortsByName(const Result& result, const py::list& nodes, const py::list& names) {
     const std::size_t n = py::len(nodes);
-    py::str sideNames[netloom::kSideCount];
-    for (int side = 0; side < netloom::kSideCount; ++side) {
-        sideNames[side] = py::str(netloom::SideName(side));
+    py::str sideNames[netloom::front::kSideCount];
+    for (int side = 0; side < netloom::front::kSideCount; ++side) {
+        sideNames[side] = py::str(netloom::front::SideName(side));
     }
-    py::dict result;
+    py::dict out;
     for (std::size_t i = 0; i < n; ++i) {
-        const CNode* node = NodeOf(graph, i);
-        const std::vector<int>* lists[netloom::kSideCount] = {
-            &node->GetUpsideSubs(), &node->GetDownsideSubs(), &node->GetRightsideSubs(),
-            &node->GetLeftsideSubs()};
-        py::dict sides;
-        for (int side = 0; side < netloom::kSideCount; ++side) {
-            py::list ports(lists[side]->size());
-            for (std::size_t slot = 0; slot < lists[side]->size(); ++slot) {
-                const long long k =
-                    static_cast<long long>((*lists[side])[slot]) - static_cast<long long>(n) - 1;
-                ports[slot] = k >= 0 && static_cast<std::size_t>(k) < py::len(names)
-                                  ? py::object(names[static_cast<std::size_t>(k)])
-                                  : py::object(py::int_((*lists[side])[slot]));
-            }
-            sides[sideNames[side]] = std::move(ports);
+        py::list lists[netloom::front::kSideCount];
+        for (const netloom::front::NodePort& port : result.ports[i]) {
+            lists[port.side].append(port.name == kNoPort
+                                        ? py::object(py::none())
+                                        : py::object(names[static_cast<std::size_t>(port.name)]));
         }
-        result[nodes[i]] = std::move(sides);
+        py::dict sides;
+        for (int side = 0; side < netloom::front::kSideCount; ++side) {
+            sides[sideNames[side]] = std::move(lists[side]);
+        }
+        out[nodes[i]] = std::move(sides);
     }
-    return result;
+    return out;
 }
 
-py::dict GridByNode(const CNetworkGraph& graph, const py::list& nodes) {
-    py::dict result;
+py::dict GridByNode(const Result& result, const py::list& nodes) {
+    py::dict out;
     const std::size_t n = py::len(nodes);
     for (std::size_t i = 0; i < n; ++i) {
-        const _tagNode r = NodeOf(graph, i)->GetNodePos();
-        result[nodes[i]] = py::make_tuple(r.nBaseRow, r.nRow, r.nCol);
+        out[nodes[i]] = py::make_tuple(result.baseRow[i], result.row[i], result.col[i]);
     }
-    return result;
+    return out;
 }
 
 py::dict PointsByNode(const py::list& nodes,
@@ -295,25 +264,35 @@ py::dict PointsByNode(const py::list& nodes,
         throw py::value_error("expected an (n, 2) array for n nodes");
     }
     const auto p = xy.unchecked<2>();
-    py::dict result;
+    py::dict out;
     for (std::size_t i = 0; i < n; ++i) {
         const py::ssize_t k = static_cast<py::ssize_t>(i);
-        result[nodes[i]] = py::make_tuple(p(k, 0), p(k, 1));
+        out[nodes[i]] = py::make_tuple(p(k, 0), p(k, 1));
     }
-    return result;
+    return out;
 }
 
-py::list EdgeOrder(CNetworkGraph& graph, const py::list& keys) {
-    const std::vector<int>& sorted = graph.GetSortedEdges();
-    const std::vector<int>& component = graph.GetSortedEdgesInGraph();
+py::list EdgeOrder(const Result& result, const py::list& keys) {
     py::list order;
-    for (std::size_t k = 0; k < sorted.size() && k < component.size(); ++k) {
-        if (sorted[k] >= 1 && static_cast<std::size_t>(sorted[k]) <= py::len(keys)) {
-            order.append(
-                py::make_tuple(keys[static_cast<std::size_t>(sorted[k] - 1)], component[k]));
-        }
+    for (const auto& [edge, component] : result.edgeOrder) {
+        order.append(py::make_tuple(keys[edge], component));
     }
     return order;
+}
+
+py::dict RoutesByEdge(const Result& result, const py::list& keys) {
+    py::dict out;
+    for (std::size_t j = 0; j < result.routes.size(); ++j) {
+        const std::vector<netloom::front::Point>& route = result.routes[j];
+        py::array_t<double> points({static_cast<py::ssize_t>(route.size()), py::ssize_t{2}});
+        auto p = points.mutable_unchecked<2>();
+        for (std::size_t k = 0; k < route.size(); ++k) {
+            p(static_cast<py::ssize_t>(k), 0) = route[k].x;
+            p(static_cast<py::ssize_t>(k), 1) = route[k].y;
+        }
+        out[keys[j]] = std::move(points);
+    }
+    return out;
 }
 
 } // namespace netloom_py

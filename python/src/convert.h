@@ -5,7 +5,7 @@
 // the caller's names. Written in C++ because a graph of 100,000 nodes crossed
 // one Python call at a time costs more than its layout.
 
-#include <netloom/netloom.h>
+#include "front/result.h"
 
 #include <pybind11/numpy.h>
 #include <pybind11/pybind11.h>
@@ -33,25 +33,29 @@ struct EdgeAttributes {
 // {node: id} with ids 1..n in list order; ValueError for a node listed twice.
 py::dict NodeIndex(const py::list& nodes);
 
-// Adds the edges as ids 1..m in the order networkx lists them, between nodes
-// the index maps to 1..n. Ports count on from n + 1: one per node and port
-// name, one per edge end without a name, so results match the command-line
-// tool's. Returns (edge keys [(u, v) or (u, v, key)], port names by id - n - 1
-// with None for an unnamed end).
-py::tuple AddPythonEdges(CNetworkGraph& graph, const py::dict& index, const py::handle& edges,
-                         EdgeSource source, const EdgeAttributes& attributes);
+// Adds the edges to the request in the order networkx lists them, between
+// nodes the index maps to 1..n. Port names become numbers, one per distinct
+// name; the front layer turns them into ports as it does for the command-line
+// tool. Returns (edge keys [(u, v) or (u, v, key)], port names by number).
+py::tuple AddPythonEdges(netloom::front::Request& request, const py::dict& index,
+                         const py::handle& edges, EdgeSource source,
+                         const EdgeAttributes& attributes);
 
-// {node: {side: [port name, ...]}} for nodes 1..n.
-py::dict PortsByName(const CNetworkGraph& graph, const py::list& nodes, const py::list& names);
+// {node: {side: [port name, ...]}}, None for an unnamed edge end.
+py::dict PortsByName(const netloom::front::Result& result, const py::list& nodes,
+                     const py::list& names);
 
-// {node: (base_row, row, col)} for nodes 1..n.
-py::dict GridByNode(const CNetworkGraph& graph, const py::list& nodes);
+// {node: (base_row, row, col)}.
+py::dict GridByNode(const netloom::front::Result& result, const py::list& nodes);
 
 // {nodes[i]: (x, y)} from an (n, 2) array.
 py::dict PointsByNode(const py::list& nodes,
                       const py::array_t<double, py::array::c_style | py::array::forcecast>& xy);
 
-// [(edge key, component index), ...] in the graph's sorted edge order.
-py::list EdgeOrder(CNetworkGraph& graph, const py::list& keys);
+// [(edge key, component index), ...] in the layout's edge order.
+py::list EdgeOrder(const netloom::front::Result& result, const py::list& keys);
+
+// {edge key: (k, 2) array of route points}.
+py::dict RoutesByEdge(const netloom::front::Result& result, const py::list& keys);
 
 } // namespace netloom_py

@@ -57,12 +57,11 @@ def test_edges_are_numbered_in_networkx_order():
         G.add_edges_from([(3, 1), (1, 2), (2, 3), (1, 1), (2, 1), (3, 1), (4, 0)])
         multi = G.is_multigraph()
         source = 1 + int(G.is_directed()) + 2 * int(multi)
-        graph = netloom.Graph()
         index = _netloom._node_index(list(G))
-        graph.add_nodes(list(index.values()))
-        keys, names = _netloom._add_edges(graph, index, G._adj, source, "l", "s", "t", 40)
+        request = _netloom._Request(len(index), None, None, None, [], False)
+        keys, names = _netloom._add_edges(request, index, G._adj, source, "l", "s", "t", 40)
         assert keys == [tuple(e) for e in (G.edges(keys=True) if multi else G.edges())]
-        assert names == [None] * (2 * len(keys))
+        assert names == []
 
 
 def test_networkx_conventions_for_pos_center_and_scale():
@@ -166,37 +165,44 @@ def test_partial_levels_place_the_rest_with_a_warning():
     assert caught[0].filename == __file__
 
 
-def test_positions_and_ports_match_the_command_line_tool():
-    # tool_results.json: x, y (and, hierarchy, each node's ports as side, slot, name) of
-    # `netloom layout examples/FILE --type KIND` with the options' equivalents (levels
-    # {0: [isp], 1: [fw]} and {0: [Medici], 1: [Pazzi]} as levels files). Edges in file order.
-    here = Path(__file__).parent
+# The tool's golden outputs (tests/data/cli/expected/) and the same layout here.
+TOOL_CASES = [
+    ("campus-hierarchy", "campus.json", "hierarchy", {}),
+    ("campus-direction", "campus.json", "hierarchy", {"levels": "direction", "direction": 3}),
+    ("florentine-levels", "florentine.json", "hierarchy", {"levels": {0: ["Medici"], 1: ["Pazzi"]}}),
+    ("karate-force", "karate.json", "force", {}),
+    ("mesh-radial", "mesh.json", "radial", {"distance": 60}),
+]
+
+
+def test_positions_ports_and_routes_match_the_command_line_tool():
+    # Bit for bit: both run the same front layer on the same graph, edges in file order.
+    root = Path(__file__).parents[2]
     names = {"length": "length", "sourcePort": "source_port", "targetPort": "target_port"}
-    for case in json.loads((here / "tool_results.json").read_text()):
-        doc = json.loads((here.parents[1] / "examples" / case["file"]).read_text())
+    for golden, example, kind, options in TOOL_CASES:
+        doc = json.loads((root / "examples" / example).read_text())
+        tool = json.loads((root / "tests/data/cli/expected" / (golden + ".json")).read_text())
         nodes = [n["id"] for n in doc["nodes"]]
+        labels = {n["id"]: n["label"] for n in doc["nodes"] if "label" in n}
         edges = [
             (e["source"], e["target"], {names[k]: v for k, v in e.items() if k in names})
             for e in doc["links"]
         ]
-        options = case["options"]
-        if isinstance(options.get("levels"), dict):
-            options["levels"] = {int(k): v for k, v in options["levels"].items()}
         with warnings.catch_warnings():
             warnings.simplefilter("ignore")
-            result = netloom.layout_result((nodes, edges), case["kind"], flip_y=False, **options)
-        got = [result.pos[n] for n in nodes]
-        assert np.allclose(got, case["pos"], rtol=0, atol=1e-9), case["file"]
-        if "ports" in case:
-            ports = [
-                [
-                    [side, slot, name]
-                    for side, names in result.ports[n].items()
-                    for slot, name in enumerate(names)
-                ]
-                for n in nodes
-            ]
-            assert ports == case["ports"], case["file"]
+            result = netloom.layout_result(
+                (nodes, edges), kind, flip_y=False, label=labels, **options
+            )
+        assert [result.pos[n] for n in nodes] == [(n["x"], n["y"]) for n in tool["nodes"]], golden
+        ports = [
+            [(side, slot, name) for side, names in result.ports[n].items() for slot, name in enumerate(names)]
+            for n in nodes
+        ]
+        assert ports == [
+            [(p["side"], p["slot"], p.get("port")) for p in n.get("ports", [])] for n in tool["nodes"]
+        ], golden
+        routes = list(result.routes.values())
+        assert [r.tolist() for r in routes] == [link["route"] for link in tool["links"]], golden
 
 
 def test_layout_many_equals_one_by_one():

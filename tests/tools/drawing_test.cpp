@@ -2,7 +2,7 @@
 // apart, layout coordinates kept, hierarchy edges on their ports' sides and
 // never sharing a segment, no edge through a box.
 
-#include "drawing.h"
+#include "layout_run.h"
 #include "readers.h"
 
 #include <gtest/gtest.h>
@@ -20,7 +20,7 @@ using namespace netloom_cli;
 
 struct Segment {
     std::size_t edge;
-    DrawPoint a, b;
+    Point a, b;
 };
 
 // A random directed graph (DOT) in layers: mostly edges one or more layers
@@ -58,7 +58,7 @@ std::set<std::pair<std::size_t, std::size_t>> SharedPorts(const LayoutResult& r)
 }
 
 // Whether p lies on side `side` of box b.
-bool OnSide(const DrawPoint& p, const DrawnNode& b, int side, double tol) {
+bool OnSide(const Point& p, const DrawnNode& b, int side, double tol) {
     const double l = b.x - b.w / 2, r = b.x + b.w / 2, t = b.y - b.h / 2, u = b.y + b.h / 2;
     const bool inX = p.x > l - tol && p.x<r + tol, inY = p.y> t - tol && p.y < u + tol;
     switch (side) {
@@ -75,7 +75,7 @@ bool OnSide(const DrawPoint& p, const DrawnNode& b, int side, double tol) {
 
 // Checks every geometric promise of one drawing; name tells the case.
 void CheckDrawing(const FileGraph& g, const LayoutResult& r, const std::string& name) {
-    const Drawing d = MakeDrawing(g, r);
+    const Drawing d = r.MakeDrawing();
     const double tol = 1e-6 / d.scale * 100;
     const std::size_t n = d.nodes.size();
     // Layout coordinates are drawing coordinates; boxes at distinct spots are apart.
@@ -85,8 +85,8 @@ void CheckDrawing(const FileGraph& g, const LayoutResult& r, const std::string& 
         for (std::size_t j = i + 1; j < n; ++j) {
             const DrawnNode& a = d.nodes[i];
             const DrawnNode& b = d.nodes[j];
-            const bool sameSpot = std::fabs(a.x - b.x) < r.options.distance * 1e-3 &&
-                                  std::fabs(a.y - b.y) < r.options.distance * 1e-3;
+            const bool sameSpot = std::fabs(a.x - b.x) < r.distance * 1e-3 &&
+                                  std::fabs(a.y - b.y) < r.distance * 1e-3;
             EXPECT_TRUE(sameSpot || std::fabs(a.x - b.x) >= (a.w + b.w) / 2 - tol ||
                         std::fabs(a.y - b.y) >= (a.h + b.h) / 2 - tol)
                 << name << ": boxes " << i << " and " << j << " overlap";
@@ -100,7 +100,7 @@ void CheckDrawing(const FileGraph& g, const LayoutResult& r, const std::string& 
         EXPECT_TRUE(inside(b.x - b.w / 2, b.y - b.h / 2) && inside(b.x + b.w / 2, b.y + b.h / 2));
     }
     for (const DrawnEdge& e : d.edges) {
-        for (const DrawPoint& p : e.points) {
+        for (const Point& p : e.points) {
             EXPECT_TRUE(inside(p.x, p.y)) << name;
         }
     }
@@ -123,8 +123,8 @@ void CheckDrawing(const FileGraph& g, const LayoutResult& r, const std::string& 
         const FileEdge& e = g.edges[j];
         for (int end = 0; end < 2; ++end) {
             const PortPlace& place = end == 0 ? r.sourcePlace[j] : r.targetPlace[j];
-            const DrawPoint& p = end == 0 ? pts.front() : pts.back();
-            const DrawPoint& q = end == 0 ? pts[1] : pts[pts.size() - 2];
+            const Point& p = end == 0 ? pts.front() : pts.back();
+            const Point& q = end == 0 ? pts[1] : pts[pts.size() - 2];
             if (place.side < 0) {
                 continue;
             }
@@ -222,13 +222,19 @@ TEST(Drawing, SamplesAndGeneratedGraphsKeepTheGeometricPromises) {
     // (placed by hand, as a layout may).
     const FileGraph pair = ReadText("pair", "a b\na b\n", Format::EdgeList);
     LayoutResult crossed;
+    crossed.request.nodeCount = 2;
+    crossed.request.sources = {0, 0};
+    crossed.request.targets = {1, 1};
+    crossed.request.labels = {"a", "b"};
+    crossed.type = 8;
+    crossed.distance = 40;
     crossed.layered = true;
     crossed.x = {0.0, 100.0};
     crossed.y = {0.0, 0.0};
     crossed.component = {0, 0};
     crossed.sideCounts = {{0, 0, 3, 0}, {0, 0, 0, 3}};
-    crossed.ports = {{{kSideRight, 0, {}, {0}}, {kSideRight, 1, {}, {1}}},
-                     {{kSideLeft, 1, {}, {0}}, {kSideLeft, 2, {}, {1}}}};
+    crossed.ports = {{{kSideRight, 0, kNoPort, {0}}, {kSideRight, 1, kNoPort, {1}}},
+                     {{kSideLeft, 1, kNoPort, {0}}, {kSideLeft, 2, kNoPort, {1}}}};
     crossed.sourcePlace = {{kSideRight, 0}, {kSideRight, 1}};
     crossed.targetPlace = {{kSideLeft, 1}, {kSideLeft, 2}};
     CheckDrawing(pair, crossed, "crossed pair");

@@ -1,7 +1,5 @@
 #include "levels.h"
 
-#include "level_rules.h"
-
 #include <cstdlib>
 #include <sstream>
 
@@ -85,20 +83,6 @@ LevelMap ReadLevelsFile(const std::string& path, const FileGraph& graph) {
             ids.push_back(lookup(token, lineNumber, static_cast<int>(start) + 1));
             i = end;
         }
-    }
-    return levels;
-}
-
-LevelMap DirectionLevels(const FileGraph& graph) {
-    std::vector<std::pair<std::size_t, std::size_t>> edges;
-    edges.reserve(graph.edges.size());
-    for (const FileEdge& edge : graph.edges) {
-        edges.emplace_back(edge.source, edge.target);
-    }
-    const std::vector<int> level = LongestPathLevels(graph.nodes.size(), edges);
-    LevelMap levels;
-    for (std::size_t v = 0; v < level.size(); ++v) {
-        levels[level[v]].push_back(v);
     }
     return levels;
 }

@@ -1,7 +1,6 @@
 #pragma once
 
-// Levels for the layered layouts: a levels file, or the levels that edge
-// direction gives a directed input.
+// Levels for the layered layouts read from a levels file.
 
 #include "graph_file.h"
 
@@ -16,11 +15,5 @@ using LevelMap = std::map<int, std::vector<std::size_t>>;
 
 // Either "KEY: ID ID ..." lines or a JSON object {"KEY": [ID, ...]}.
 LevelMap ReadLevelsFile(const std::string& path, const FileGraph& graph);
-
-// Every node's level is the length of the longest directed path from a source
-// to it, after cycles are broken by reversing the edges that a depth-first
-// search (nodes and edges in file order) finds going back. Self-loops count
-// for nothing.
-LevelMap DirectionLevels(const FileGraph& graph);
 
 } // namespace netloom_cli

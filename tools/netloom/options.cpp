@@ -1,6 +1,6 @@
 #include "options.h"
 
-#include <netloom/names.h>
+#include "front/limits.h"
 
 #include <algorithm>
 #include <iterator>
@@ -35,6 +35,10 @@ std::optional<Format> FormatOfPath(const std::string& path) {
     return FormatByName(path.substr(dot + 1));
 }
 
+CLI::Range Range(const Limit& limit) {
+    return CLI::Range(limit.low, limit.high);
+}
+
 // Drawings are written, never read.
 bool IsDrawing(Format format) {
     return format == Format::Svg || format == Format::Png || format == Format::Pdf ||
@@ -43,42 +47,20 @@ bool IsDrawing(Format format) {
 
 // A layout type by its name, another name it goes by, or its code.
 std::optional<int> TypeByName(const std::string& name) {
-    const std::string key = Lower(name);
-    for (const netloom::NamedLayoutType& entry : netloom::kLayoutTypeNames) {
-        if (key == entry.name || key == std::to_string(entry.type)) {
-            return entry.type;
-        }
-    }
-    for (const netloom::NamedLayoutType& entry : netloom::kLayoutTypeAliases) {
-        if (key == entry.name) {
-            return entry.type;
-        }
-    }
-    return std::nullopt;
+    const int type = LayoutTypeByName(name);
+    return type != 0 ? std::optional<int>(type) : std::nullopt;
 }
 
 // "force (1), tree (2), radial (4) or hierarchy (8)"
 std::string TypeHelp() {
-    const std::size_t count = std::size(netloom::kLayoutTypeNames);
+    const std::size_t count = std::size(kLayoutTypeNames);
     std::string text;
     for (std::size_t i = 0; i < count; ++i) {
-        const netloom::NamedLayoutType& entry = netloom::kLayoutTypeNames[i];
+        const NamedLayoutType& entry = kLayoutTypeNames[i];
         text += i == 0 ? "" : i + 1 == count ? " or " : ", ";
         text += std::string(entry.name) + " (" + std::to_string(entry.type) + ")";
     }
     return text;
-}
-
-// "force, tree, radial, hierarchy (or 1, 2, 4, 8)"
-std::string TypeNamesThenCodes() {
-    std::string names;
-    std::string codes;
-    for (const netloom::NamedLayoutType& entry : netloom::kLayoutTypeNames) {
-        const char* separator = names.empty() ? "" : ", ";
-        names += separator + std::string(entry.name);
-        codes += separator + std::to_string(entry.type);
-    }
-    return names + " (or " + codes + ")";
 }
 
 const char* const kFormatHelp = "json, graphml, edgelist or dot";
@@ -131,17 +113,17 @@ CLI::App* DefineCommandLine(CLI::App& app, CommandLine& line) {
         ->add_option("-d,--distance", line.layout.distance,
                      "Node distance: spring length of the force layout, column unit of the "
                      "layered layouts, default edge length")
-        ->check(CLI::Range(1, 100000))
+        ->check(Range(kDistanceLimit))
         ->capture_default_str();
     layout
         ->add_option("--layer-spacing", line.layout.layerSpacing,
                      "Distance between the layers of the tree and hierarchy layouts")
-        ->check(CLI::Range(1, 100000))
+        ->check(Range(kLayerSpacingLimit))
         ->capture_default_str();
     layout
         ->add_option("--max-cols", line.layout.maxCols,
                      "Most columns in a grid row of the layered layouts; 0 for no limit")
-        ->check(CLI::Range(0, 1000000))
+        ->check(Range(kMaxColsLimit))
         ->capture_default_str();
     layout->add_flag("--fixed-layout", line.layout.fixedLayout,
                      "Keep components that hold a fixed node where they are and stack the "
@@ -161,17 +143,17 @@ CLI::App* DefineCommandLine(CLI::App& app, CommandLine& line) {
     layout
         ->add_option("--direction", line.layout.direction,
                      "Orientation of the layered grid, 1 to 4 (default: 1)")
-        ->check(CLI::Range(1, 4));
+        ->check(Range(kDirectionLimit));
     layout
         ->add_option("--arrange-mode", line.layout.arrangeMode,
                      "Arrangement mode of the layered layouts: 2 splits the second level into "
                      "two groups, one above and one below the roots (default: 0)")
-        ->check(CLI::Range(0, 1000));
+        ->check(Range(kArrangeModeLimit));
     layout
         ->add_option("--threads", line.layout.threads,
                      "Threads of the force layout for large components; 0 for one per "
                      "hardware thread. The result is the same for any number")
-        ->check(CLI::Range(0, 1024))
+        ->check(Range(kThreadsLimit))
         ->capture_default_str();
     layout
         ->add_option("--progress", line.progress,
@@ -188,7 +170,7 @@ void ResolveChoices(CommandLine& line) {
     const std::optional<int> type = TypeByName(line.type);
     if (!type) {
         throw UsageError("--type: unknown layout \"" + line.type + "\"; use " +
-                         TypeNamesThenCodes());
+                         LayoutTypeChoices());
     }
     line.layout.type = *type;
     static const std::map<std::string, ProgressMode> modes = {{"auto", ProgressMode::Auto},

@@ -4,7 +4,7 @@
 // page small, ports are given from their box's centre and each point of an
 // edge from the point before it: orthogonal routes then write mostly zeros.
 
-#include "drawing.h"
+#include "layout_run.h"
 #include "page_html.h"
 #include "writers.h"
 
@@ -65,7 +65,8 @@ private:
 };
 
 void WriteNode(PageJson& out, const FileNode& node, const DrawnNode& box,
-               const std::vector<NodePort>& ports) {
+               const LayoutResult& result, std::size_t index) {
+    const std::vector<NodePort>& ports = result.ports[index];
     out << "{";
     out.Key("id");
     out.Text(node.id.key);
@@ -104,9 +105,9 @@ void WriteNode(PageJson& out, const FileNode& node, const DrawnNode& box,
                 out << (e ? "," : "") << std::to_string(ports[k].edges[e]);
             }
             out << "]";
-            if (ports[k].name) {
+            if (const FileId* id = result.PortId(ports[k])) {
                 out << ",";
-                out.Text(ports[k].name->key);
+                out.Text(id->key);
             }
             out << "]";
         }
@@ -145,7 +146,7 @@ void WriteEdge(PageJson& out, const FileEdge& edge, const DrawnEdge& path) {
 } // namespace
 
 std::string WriteHtml(const FileGraph& graph, const LayoutResult& result) {
-    const Drawing d = MakeDrawing(graph, result);
+    const Drawing d = result.MakeDrawing();
     PageJson out(d.scale);
     const std::string file = graph.path.substr(graph.path.find_last_of('/') + 1);
     out << "{";
@@ -177,7 +178,7 @@ std::string WriteHtml(const FileGraph& graph, const LayoutResult& result) {
     out << "],\n\"nodes\":[";
     for (std::size_t i = 0; i < graph.nodes.size(); ++i) {
         out << (i ? ",\n" : "\n");
-        WriteNode(out, graph.nodes[i], d.nodes[i], result.ports[i]);
+        WriteNode(out, graph.nodes[i], d.nodes[i], result, i);
     }
     out << "],\n\"edges\":[";
     for (std::size_t j = 0; j < graph.edges.size(); ++j) {

@@ -11,7 +11,7 @@ namespace {
 // Keys the tool writes; earlier values are dropped first so that a file laid
 // out again carries nothing stale.
 const char* const kNodeKeys[] = {"x", "y", "row", "col", "baseRow", "component", "ports"};
-const char* const kLinkKeys[] = {"sourceSide", "sourceSlot", "targetSide", "targetSlot"};
+const char* const kLinkKeys[] = {"sourceSide", "sourceSlot", "targetSide", "targetSlot", "route"};
 
 bool HasParallelEdges(const FileGraph& graph) {
     std::set<std::pair<std::size_t, std::size_t>> seen;
@@ -91,8 +91,8 @@ std::string WriteJson(const FileGraph& graph, const LayoutResult& result) {
             Json& ports = element["ports"] = Json::array();
             for (const NodePort& port : result.ports[i]) {
                 Json entry = Json::object();
-                if (port.name) {
-                    entry["port"] = port.name->value;
+                if (const FileId* id = result.PortId(port)) {
+                    entry["port"] = id->value;
                 }
                 entry["side"] = SideName(port.side);
                 entry["sideCode"] = port.side;
@@ -102,6 +102,8 @@ std::string WriteJson(const FileGraph& graph, const LayoutResult& result) {
             }
         }
     }
+    // Each link's route: its drawn path in layout coordinates, port point first.
+    const std::vector<std::vector<Point>> routes = EdgeRoutes(result.MakeDrawing());
     for (std::size_t j = 0; j < graph.edges.size(); ++j) {
         Json& links = doc[fromJson ? graph.jsonLinksKey : std::string("links")];
         Json& element = links[fromJson ? graph.edges[j].sourceIndex : j];
@@ -117,6 +119,10 @@ std::string WriteJson(const FileGraph& graph, const LayoutResult& result) {
         if (t.side >= 0) {
             element["targetSide"] = SideName(t.side);
             element["targetSlot"] = t.slot;
+        }
+        Json& route = element["route"] = Json::array();
+        for (const Point& p : routes[j]) {
+            route.push_back(Json::array({p.x, p.y}));
         }
     }
 

@@ -1,7 +1,7 @@
 // The SVG drawing. Its user coordinates are the layout's: the viewBox is in
 // layout units and the width and height attributes apply the drawing's scale.
 
-#include "drawing.h"
+#include "layout_run.h"
 #include "writers.h"
 
 #include <cmath>
@@ -30,7 +30,7 @@ std::string PathData(const DrawnEdge& edge, double pixel) {
 } // namespace
 
 std::string WriteSvg(const FileGraph& graph, const LayoutResult& result) {
-    const Drawing d = MakeDrawing(graph, result);
+    const Drawing d = result.MakeDrawing();
     const double s = d.scale;
     const double px = d.pixel;
     std::ostringstream out;
@@ -89,7 +89,7 @@ std::string WriteSvg(const FileGraph& graph, const LayoutResult& result) {
             // Centred by a baseline shift that every renderer honours.
             << "      <text x=\"" << FormatNumber(b.x) << "\" y=\"" << FormatNumber(b.y)
             << "\" dy=\"0.35em\">" << XmlEscape(b.label) << "</text>\n";
-        for (const DrawPoint& p : b.ports) {
+        for (const Point& p : b.ports) {
             out << "      <circle class=\"port\" cx=\"" << Coord(p.x, px) << "\" cy=\""
                 << Coord(p.y, px) << "\" r=\"" << portRadius << "\"/>\n";
         }

@@ -1,9 +1,9 @@
-#include "level_rules.h"
+#include "levels.h"
 
 #include <algorithm>
 #include <deque>
 
-namespace netloom_cli {
+namespace netloom::front {
 
 std::vector<int> LongestPathLevels(std::size_t n,
                                    const std::vector<std::pair<std::size_t, std::size_t>>& edges) {
@@ -136,4 +136,18 @@ bool LevelCompleter::Complete(const std::set<int>& nodeIds,
     return true;
 }
 
-} // namespace netloom_cli
+LibraryLevels DirectionLevels(std::size_t n, const std::vector<std::size_t>& sources,
+                              const std::vector<std::size_t>& targets) {
+    std::vector<std::pair<std::size_t, std::size_t>> edges(sources.size());
+    for (std::size_t j = 0; j < edges.size(); ++j) {
+        edges[j] = {sources[j], targets[j]};
+    }
+    const std::vector<int> level = LongestPathLevels(n, edges);
+    LibraryLevels levels;
+    for (std::size_t v = 0; v < n; ++v) {
+        levels[level[v]].push_back(static_cast<int>(v + 1));
+    }
+    return levels;
+}
+
+} // namespace netloom::front

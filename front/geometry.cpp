@@ -1,9 +1,10 @@
 // The drawing's geometry: box sizes from labels and ports, the one scale at
 // which no two boxes overlap, and a path per edge.
 
-#include "drawing.h"
+#include "geometry.h"
 
-#include "edge_routes.h"
+#include "names.h"
+#include "routes.h"
 
 #include <algorithm>
 #include <cmath>
@@ -11,7 +12,7 @@
 #include <map>
 #include <unordered_map>
 
-namespace netloom_cli {
+namespace netloom::front {
 
 const char* const kDrawFills[8] = {"#dbe9f6", "#fde2c8", "#d9f0d3", "#eadcf2",
                                    "#fbe3ea", "#e0f3f1", "#f3efd2", "#e4e4e4"};
@@ -171,7 +172,7 @@ double ClearingScale(const std::vector<DrawnNode>& nodes, double eps) {
 }
 
 // Where the line from the box centre towards p leaves the box.
-DrawPoint BorderToward(const DrawnNode& b, const DrawPoint& p) {
+Point BorderToward(const DrawnNode& b, const Point& p) {
     const double dx = p.x - b.x;
     const double dy = p.y - b.y;
     if (dx == 0.0 && dy == 0.0) {
@@ -185,13 +186,12 @@ DrawPoint BorderToward(const DrawnNode& b, const DrawPoint& p) {
 
 // Self-loops without port sides nest at their box's top right corner, each a
 // little larger than the one before.
-void Loops(const FileGraph& graph, const LayoutResult& result, Drawing& d) {
+void Loops(const Request& request, const Result& result, Drawing& d) {
     std::map<std::size_t, std::vector<std::size_t>> loops;
-    for (std::size_t j = 0; j < graph.edges.size(); ++j) {
-        const FileEdge& e = graph.edges[j];
-        if (e.source == e.target && result.sourcePlace[j].side < 0 &&
+    for (std::size_t j = 0; j < request.EdgeCount(); ++j) {
+        if (request.sources[j] == request.targets[j] && result.sourcePlace[j].side < 0 &&
             result.targetPlace[j].side < 0) {
-            loops[e.source].push_back(j);
+            loops[request.sources[j]].push_back(j);
         }
     }
     for (const auto& [node, edges] : loops) {
@@ -208,21 +208,20 @@ void Loops(const FileGraph& graph, const LayoutResult& result, Drawing& d) {
 }
 
 // Straight edges; parallel edges bend apart.
-void StraightEdges(const FileGraph& graph, Drawing& d) {
+void StraightEdges(const Request& request, Drawing& d) {
     std::map<std::pair<std::size_t, std::size_t>, std::vector<std::size_t>> pairs;
-    for (std::size_t j = 0; j < graph.edges.size(); ++j) {
-        const FileEdge& e = graph.edges[j];
-        pairs[{std::min(e.source, e.target), std::max(e.source, e.target)}].push_back(j);
+    for (std::size_t j = 0; j < request.EdgeCount(); ++j) {
+        const std::size_t s = request.sources[j], t = request.targets[j];
+        pairs[{std::min(s, t), std::max(s, t)}].push_back(j);
     }
     const double unit = 1.0 / d.scale;
     for (const auto& [ends, group] : pairs) {
         const DrawnNode& a = d.nodes[ends.first];
         const DrawnNode& b = d.nodes[ends.second];
         for (std::size_t k = 0; k < group.size(); ++k) {
-            const FileEdge& e = graph.edges[group[k]];
             DrawnEdge& out = d.edges[group[k]];
-            const DrawnNode& from = d.nodes[e.source];
-            const DrawnNode& to = d.nodes[e.target];
+            const DrawnNode& from = d.nodes[request.sources[group[k]]];
+            const DrawnNode& to = d.nodes[request.targets[group[k]]];
             if (ends.first == ends.second) {
                 continue; // drawn by Loops
             }
@@ -238,8 +237,8 @@ void StraightEdges(const FileGraph& graph, Drawing& d) {
             const double dx = b.x - a.x;
             const double dy = b.y - a.y;
             const double len = std::hypot(dx, dy);
-            const DrawPoint control{(a.x + b.x) / 2 - dy / len * 2 * offset,
-                                    (a.y + b.y) / 2 + dx / len * 2 * offset};
+            const Point control{(a.x + b.x) / 2 - dy / len * 2 * offset,
+                                (a.y + b.y) / 2 + dx / len * 2 * offset};
             out.kind = PathKind::Quadratic;
             out.points = {BorderToward(from, control), control, BorderToward(to, control)};
         }
@@ -248,7 +247,7 @@ void StraightEdges(const FileGraph& graph, Drawing& d) {
 
 // Whether the segment a-b passes through the inside of box b (its border
 // excluded, with a tolerance).
-bool CrossesBox(const DrawPoint& a, const DrawPoint& b, const DrawnNode& box) {
+bool CrossesBox(const Point& a, const Point& b, const DrawnNode& box) {
     const double tol = 1e-7 * (box.w + box.h);
     double t0 = 0.0, t1 = 1.0;
     const double dx = b.x - a.x, dy = b.y - a.y;
@@ -274,7 +273,7 @@ bool CrossesBox(const DrawPoint& a, const DrawPoint& b, const DrawnNode& box) {
 
 // The edges whose straight path crosses a box other than its ends'. Boxes are
 // found through a grid of cells as large as the largest box.
-std::vector<std::size_t> EdgesThroughBoxes(const FileGraph& graph, const Drawing& d) {
+std::vector<std::size_t> EdgesThroughBoxes(const Request& request, const Drawing& d) {
     double cell = 0.0;
     for (const DrawnNode& b : d.nodes) {
         cell = std::max({cell, b.w, b.h});
@@ -285,13 +284,13 @@ std::vector<std::size_t> EdgesThroughBoxes(const FileGraph& graph, const Drawing
         cells[{cellOf(d.nodes[i].x), cellOf(d.nodes[i].y)}].push_back(i);
     }
     std::vector<std::size_t> out;
-    for (std::size_t j = 0; j < graph.edges.size(); ++j) {
-        const FileEdge& e = graph.edges[j];
+    for (std::size_t j = 0; j < request.EdgeCount(); ++j) {
+        const std::size_t source = request.sources[j], target = request.targets[j];
         const auto& pts = d.edges[j].points;
-        if (e.source == e.target || pts.size() != 2) {
+        if (source == target || pts.size() != 2) {
             continue; // loops and bent parallels stay as they are
         }
-        const DrawPoint a = pts[0], b = pts[1];
+        const Point a = pts[0], b = pts[1];
         bool crosses = false;
         const long long x0 = cellOf(std::min(a.x, b.x)) - 1, x1 = cellOf(std::max(a.x, b.x)) + 1;
         const long long y0 = cellOf(std::min(a.y, b.y)) - 1, y1 = cellOf(std::max(a.y, b.y)) + 1;
@@ -299,7 +298,7 @@ std::vector<std::size_t> EdgesThroughBoxes(const FileGraph& graph, const Drawing
             for (const auto& [at, nodes] : cells) {
                 for (std::size_t i : nodes) {
                     crosses =
-                        crosses || (i != e.source && i != e.target && CrossesBox(a, b, d.nodes[i]));
+                        crosses || (i != source && i != target && CrossesBox(a, b, d.nodes[i]));
                 }
             }
         } else {
@@ -310,8 +309,8 @@ std::vector<std::size_t> EdgesThroughBoxes(const FileGraph& graph, const Drawing
                         continue;
                     }
                     for (std::size_t i : it->second) {
-                        crosses = crosses ||
-                                  (i != e.source && i != e.target && CrossesBox(a, b, d.nodes[i]));
+                        crosses =
+                            crosses || (i != source && i != target && CrossesBox(a, b, d.nodes[i]));
                     }
                 }
             }
@@ -325,15 +324,14 @@ std::vector<std::size_t> EdgesThroughBoxes(const FileGraph& graph, const Drawing
 
 } // namespace
 
-Drawing MakeDrawing(const FileGraph& graph, const LayoutResult& result) {
+Drawing MakeDrawing(const Request& request, const Result& result) {
     Drawing d;
-    const std::size_t n = graph.nodes.size();
+    const std::size_t n = request.nodeCount;
     d.nodes.resize(n);
-    d.edges.resize(graph.edges.size());
+    d.edges.resize(request.EdgeCount());
     for (std::size_t i = 0; i < n; ++i) {
-        const FileNode& node = graph.nodes[i];
         DrawnNode& b = d.nodes[i];
-        b.label = ShortLabel(node.label.empty() ? node.id.key : node.label);
+        b.label = ShortLabel(request.labels.empty() ? std::to_string(i) : request.labels[i]);
         const auto& counts = result.sideCounts[i];
         b.w = std::max({48.0, kCharWidth * static_cast<double>(CodePoints(b.label)) + 16.0,
                         (std::max(counts[kSideUp], counts[kSideDown]) + 1) * kPortSpacing});
@@ -343,11 +341,11 @@ Drawing MakeDrawing(const FileGraph& graph, const LayoutResult& result) {
         b.y = result.y[i];
         b.fill = std::max(0, result.component[i]) % 8;
     }
-    d.orthogonal = result.layered && result.options.type == 8;
+    d.orthogonal = result.type == CNetworkGraph::m_iHierarchyLayout;
     // Positions within a thousandth of the node distance are one spot.
-    d.scale = ClearingScale(d.nodes, result.options.distance * kSameSpot);
+    d.scale = ClearingScale(d.nodes, result.distance * kSameSpot);
     if (d.orthogonal) {
-        d.scale = std::max(d.scale, RoutingScale(graph, result, d));
+        d.scale = std::max(d.scale, RoutingScale(request, result, d));
     }
     const double unit = 1.0 / d.scale;
     for (DrawnNode& b : d.nodes) {
@@ -356,28 +354,28 @@ Drawing MakeDrawing(const FileGraph& graph, const LayoutResult& result) {
     }
     d.fontSize = kFont * unit;
     d.strokeWidth = kStroke * unit;
-    d.arrowSize = graph.directed ? kArrow * unit : 0.0;
+    d.arrowSize = request.directed ? kArrow * unit : 0.0;
     for (std::size_t i = 0; i < n; ++i) {
         for (const NodePort& port : result.ports[i]) {
             d.nodes[i].ports.push_back(
                 PortPoint(d.nodes[i], port.side, port.slot, result.sideCounts[i][port.side]));
         }
     }
-    Loops(graph, result, d);
+    Loops(request, result, d);
     if (d.orthogonal) {
         std::vector<std::size_t> routed;
-        for (std::size_t j = 0; j < graph.edges.size(); ++j) {
+        for (std::size_t j = 0; j < request.EdgeCount(); ++j) {
             if (d.edges[j].points.empty()) {
                 routed.push_back(j);
             }
         }
-        RouteEdges(graph, result, d, routed);
+        RouteEdges(request, result, d, routed);
     } else {
-        StraightEdges(graph, d);
+        StraightEdges(request, d);
         if (result.layered) {
             // Tree edges stay straight unless that line would cross a box;
             // those few go round on the rows' tracks instead.
-            RouteEdges(graph, result, d, EdgesThroughBoxes(graph, d));
+            RouteEdges(request, result, d, EdgesThroughBoxes(request, d));
         }
     }
 
@@ -394,7 +392,7 @@ Drawing MakeDrawing(const FileGraph& graph, const LayoutResult& result) {
         add(b.x + b.w / 2, b.y + b.h / 2);
     }
     for (const DrawnEdge& e : d.edges) {
-        for (const DrawPoint& p : e.points) {
+        for (const Point& p : e.points) {
             add(p.x, p.y);
         }
     }
@@ -411,4 +409,20 @@ Drawing MakeDrawing(const FileGraph& graph, const LayoutResult& result) {
     return d;
 }
 
-} // namespace netloom_cli
+std::vector<std::vector<Point>> EdgeRoutes(const Drawing& d) {
+    std::vector<std::vector<Point>> routes(d.edges.size());
+    for (std::size_t j = 0; j < d.edges.size(); ++j) {
+        const std::vector<Point>& p = d.edges[j].points;
+        if (d.edges[j].kind == PathKind::Quadratic) {
+            // B(1/2) = (start + 2 control + end) / 4
+            routes[j] = {p[0],
+                         {(p[0].x + 2 * p[1].x + p[2].x) / 4, (p[0].y + 2 * p[1].y + p[2].y) / 4},
+                         p[2]};
+        } else {
+            routes[j] = p;
+        }
+    }
+    return routes;
+}
+
+} // namespace netloom::front

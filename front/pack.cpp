@@ -4,7 +4,7 @@
 #include <cmath>
 #include <limits>
 
-namespace netloom_cli {
+namespace netloom::front {
 namespace {
 
 struct Box {
@@ -17,7 +17,7 @@ struct Box {
 
 } // namespace
 
-void PackComponents(LayoutResult& result, double gap, const std::vector<bool>& keep) {
+void PackComponents(Result& result, double gap, const std::vector<bool>& keep) {
     const std::size_t n = result.x.size();
     std::vector<Box> boxes(static_cast<std::size_t>(std::max(result.componentCount, 0)));
     Box all;
@@ -84,4 +84,4 @@ void PackComponents(LayoutResult& result, double gap, const std::vector<bool>& k
     }
 }
 
-} // namespace netloom_cli
+} // namespace netloom::front

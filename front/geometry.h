@@ -6,26 +6,21 @@
 // drawing into pixels. Box sizes, tracks and fonts are chosen in pixels and
 // stored divided by that scale.
 
-#include "graph_file.h"
-#include "layout_run.h"
+#include "request.h"
+#include "result.h"
 
 #include <cstddef>
 #include <string>
 #include <vector>
 
-namespace netloom_cli {
-
-struct DrawPoint {
-    double x = 0.0;
-    double y = 0.0;
-};
+namespace netloom::front {
 
 struct DrawnNode {
-    double x = 0.0, y = 0.0;      // centre: the layout's position
-    double w = 0.0, h = 0.0;      // box size
-    std::string label;            // as drawn (long labels are cut)
-    int fill = 0;                 // palette index (by component)
-    std::vector<DrawPoint> ports; // one point per entry of LayoutResult::ports
+    double x = 0.0, y = 0.0;  // centre: the layout's position
+    double w = 0.0, h = 0.0;  // box size
+    std::string label;        // as drawn (long labels are cut)
+    int fill = 0;             // palette index (by component)
+    std::vector<Point> ports; // one point per entry of Result::ports
 };
 
 enum class PathKind {
@@ -35,7 +30,7 @@ enum class PathKind {
 
 struct DrawnEdge {
     PathKind kind = PathKind::Polyline;
-    std::vector<DrawPoint> points; // from the source's box to the target's
+    std::vector<Point> points; // from the source's box to the target's
 };
 
 struct Drawing {
@@ -57,9 +52,13 @@ struct Drawing {
 
 constexpr double kMaxDrawingSide = 30000.0; // pixels
 
-Drawing MakeDrawing(const FileGraph& graph, const LayoutResult& result);
+Drawing MakeDrawing(const Request& request, const Result& result);
+
+// Each edge's route as a polyline in layout units, from its source end to its
+// target end: a bent parallel edge passes through its curve's midpoint.
+std::vector<std::vector<Point>> EdgeRoutes(const Drawing& d);
 
 // The palette of box fills, by DrawnNode::fill.
 extern const char* const kDrawFills[8];
 
-} // namespace netloom_cli
+} // namespace netloom::front

@@ -1,13 +1,14 @@
 #pragma once
 
 // Codes and names of port sides and layout types, one table for every front end
-// (the command-line tool, the Python bindings) that prints or parses them.
+// (the command-line tool, the Python bindings, the WebAssembly package) that
+// prints or parses them.
 
 #include <netloom/network_graph.h>
 
-#include <cstddef>
+#include <string>
 
-namespace netloom {
+namespace netloom::front {
 
 // Side codes of a port, as CNode::GetSubNodePosition reports them.
 inline constexpr int kSideUp = 0;
@@ -40,6 +41,7 @@ inline constexpr NamedLayoutType kLayoutTypeNames[] = {
 
 // Further names accepted for a layout type when parsing.
 inline constexpr NamedLayoutType kLayoutTypeAliases[] = {
+    {CNetworkGraph::m_iForceDirectedLayout, "force-directed"},
     {CNetworkGraph::m_iRadiantLayout, "radiant"},
 };
 
@@ -53,4 +55,16 @@ constexpr const char* LayoutTypeName(int type) {
     return "unknown";
 }
 
-} // namespace netloom
+// The layout type of a name or alias (any case) or of its code written as a
+// number ("8"); 0 when it names none.
+int LayoutTypeByName(const std::string& name);
+
+// "force, tree, radial, hierarchy (or 1, 2, 4, 8)", for messages.
+std::string LayoutTypeChoices();
+
+// The tree and hierarchy layouts place nodes on a grid of rows and columns.
+constexpr bool IsLayered(int type) {
+    return type == CNetworkGraph::m_iTreeLayout || type == CNetworkGraph::m_iHierarchyLayout;
+}
+
+} // namespace netloom::front

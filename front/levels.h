@@ -1,8 +1,8 @@
 #pragma once
 
-// Level rules shared by the command-line tool and the Python and JavaScript
-// bindings; they use
-// only the library's public interface.
+// Levels of the layered layouts for every front end: by edge direction, or
+// given by the caller and completed per component, handed to the library
+// through one strategy class.
 
 #include <netloom/netloom.h>
 
@@ -13,7 +13,7 @@
 #include <utility>
 #include <vector>
 
-namespace netloom_cli {
+namespace netloom::front {
 
 // Levels by edge direction, for nodes 0..n-1 and edges (source, target): each
 // node's level is the length of the longest directed path from a source to it,
@@ -47,9 +47,9 @@ private:
     std::size_t m_placed = 0;
 };
 
-// A strategy that hands every component the given levels, completed as above,
-// with a fixed direction and arrange mode: the Python and JavaScript bindings'
-// "levels" option.
+// A strategy that hands every component the given levels, completed as above
+// (none given: the layout's own levels), with a fixed direction and arrange
+// mode.
 class GivenLevelsStrategy : public CLayoutStrategy {
 public:
     GivenLevelsStrategy(const CNetworkGraph& graph, std::map<int, std::vector<int>> levels,
@@ -69,4 +69,11 @@ private:
     int m_iArrangeMode;
 };
 
-} // namespace netloom_cli
+// Library node ids (index + 1) by level key.
+using LibraryLevels = std::map<int, std::vector<int>>;
+
+// The levels by edge direction of nodes 0..n-1, as library ids by level.
+LibraryLevels DirectionLevels(std::size_t n, const std::vector<std::size_t>& sources,
+                              const std::vector<std::size_t>& targets);
+
+} // namespace netloom::front

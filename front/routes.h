@@ -4,20 +4,20 @@
 // port slots and runs on tracks of its own through the channels between rows
 // and the gaps between boxes.
 
-#include "drawing.h"
+#include "geometry.h"
 
-namespace netloom_cli {
+namespace netloom::front {
 
 // The point of box b (layout units) on side at slot of count.
-DrawPoint PortPoint(const DrawnNode& b, int side, int slot, int count);
+Point PortPoint(const DrawnNode& b, int side, int slot, int count);
 
 // The least scale (pixels per layout unit) at which every channel and gap has
 // room for its tracks. The boxes of d are still in pixels.
-double RoutingScale(const FileGraph& graph, const LayoutResult& result, const Drawing& d);
+double RoutingScale(const Request& request, const Result& result, const Drawing& d);
 
 // Gives the listed edges orthogonal paths; d is in layout units. An edge end
 // without a port side leaves by the middle of the side facing the other end.
-void RouteEdges(const FileGraph& graph, const LayoutResult& result, Drawing& d,
+void RouteEdges(const Request& request, const Result& result, Drawing& d,
                 const std::vector<std::size_t>& edges);
 
-} // namespace netloom_cli
+} // namespace netloom::front

@@ -10,7 +10,9 @@
 // above a vertical that rises from below at the same x, and where those
 // constraints form a cycle one edge takes a jog to a second track.
 
-#include "edge_routes.h"
+#include "routes.h"
+
+#include "names.h"
 
 #include <algorithm>
 #include <cmath>
@@ -18,7 +20,7 @@
 #include <map>
 #include <numeric>
 
-namespace netloom_cli {
+namespace netloom::front {
 namespace {
 
 // Pixels.
@@ -73,7 +75,7 @@ Rows BuildRows(const Drawing& d) {
 struct End {
     std::size_t node = 0;
     int side = kSideDown;
-    DrawPoint p;
+    Point p;
 };
 
 // A vertical track in a gap. Group 0 holds the stubs of the box left of the
@@ -583,15 +585,15 @@ void Router::PlaceChannelTracks() {
 }
 
 // Drops repeated points and the middle one of three on a line.
-std::vector<DrawPoint> Simplify(const std::vector<DrawPoint>& points) {
-    std::vector<DrawPoint> out;
-    for (const DrawPoint& p : points) {
+std::vector<Point> Simplify(const std::vector<Point>& points) {
+    std::vector<Point> out;
+    for (const Point& p : points) {
         if (!out.empty() && out.back().x == p.x && out.back().y == p.y) {
             continue;
         }
         if (out.size() >= 2) {
-            const DrawPoint& a = out[out.size() - 2];
-            const DrawPoint& b = out.back();
+            const Point& a = out[out.size() - 2];
+            const Point& b = out.back();
             if ((a.x == b.x && b.x == p.x) || (a.y == b.y && b.y == p.y)) {
                 out.back() = p;
                 continue;
@@ -604,7 +606,7 @@ std::vector<DrawPoint> Simplify(const std::vector<DrawPoint>& points) {
 
 } // namespace
 
-DrawPoint PortPoint(const DrawnNode& b, int side, int slot, int count) {
+Point PortPoint(const DrawnNode& b, int side, int slot, int count) {
     count = std::max(count, slot + 1);
     const double t = static_cast<double>(slot + 1) / (count + 1);
     const double left = b.x - b.w / 2;
@@ -624,11 +626,12 @@ DrawPoint PortPoint(const DrawnNode& b, int side, int slot, int count) {
 namespace {
 
 // The ends of the given edges; an end without a side faces the other end.
-void EdgeEnds(const FileGraph& graph, const LayoutResult& result, const Drawing& d,
+void EdgeEnds(const Request& request, const Result& result, const Drawing& d,
               const std::vector<std::size_t>& edges, std::vector<End>& sources,
               std::vector<End>& targets) {
     for (std::size_t j : edges) {
-        const FileEdge& e = graph.edges[j];
+        const std::size_t source = request.sources[j];
+        const std::size_t target = request.targets[j];
         auto end = [&](std::size_t node, const PortPlace& place, std::size_t other) {
             End out;
             out.node = node;
@@ -647,16 +650,16 @@ void EdgeEnds(const FileGraph& graph, const LayoutResult& result, const Drawing&
             }
             return out;
         };
-        sources.push_back(end(e.source, result.sourcePlace[j], e.target));
-        targets.push_back(end(e.target, result.targetPlace[j], e.source));
+        sources.push_back(end(source, result.sourcePlace[j], target));
+        targets.push_back(end(target, result.targetPlace[j], source));
     }
 }
 
 // The edges the hierarchy drawing routes: all but self-loops without sides.
-std::vector<std::size_t> RoutedEdges(const FileGraph& graph, const LayoutResult& result) {
+std::vector<std::size_t> RoutedEdges(const Request& request, const Result& result) {
     std::vector<std::size_t> edges;
-    for (std::size_t j = 0; j < graph.edges.size(); ++j) {
-        if (graph.edges[j].source != graph.edges[j].target || result.sourcePlace[j].side >= 0) {
+    for (std::size_t j = 0; j < request.EdgeCount(); ++j) {
+        if (request.sources[j] != request.targets[j] || result.sourcePlace[j].side >= 0) {
             edges.push_back(j);
         }
     }
@@ -706,7 +709,7 @@ void Router::Draw(Drawing& d) {
         const EdgePlan& plan = m_plans[k];
         const End& s = m_sources[k];
         const End& t = m_targets[k];
-        std::vector<DrawPoint> points{s.p};
+        std::vector<Point> points{s.p};
         if (plan.direct >= 0) {
             const double gx = Item(plan.direct).x;
             points.push_back({gx, s.p.y});
@@ -732,7 +735,7 @@ void Router::Draw(Drawing& d) {
     }
 }
 
-double RoutingScale(const FileGraph& graph, const LayoutResult& result, const Drawing& d) {
+double RoutingScale(const Request& request, const Result& result, const Drawing& d) {
     // Plan at the boxes' own clearing scale, in layout units.
     Drawing atScale = d;
     const double unit = 1.0 / d.scale;
@@ -740,22 +743,22 @@ double RoutingScale(const FileGraph& graph, const LayoutResult& result, const Dr
         b.w *= unit;
         b.h *= unit;
     }
-    const std::vector<std::size_t> edges = RoutedEdges(graph, result);
+    const std::vector<std::size_t> edges = RoutedEdges(request, result);
     std::vector<End> sources, targets;
-    EdgeEnds(graph, result, atScale, edges, sources, targets);
+    EdgeEnds(request, result, atScale, edges, sources, targets);
     Router router(atScale, unit);
     router.Plan(edges, sources, targets);
     router.Draw(atScale);
     return router.NeededScale();
 }
 
-void RouteEdges(const FileGraph& graph, const LayoutResult& result, Drawing& d,
+void RouteEdges(const Request& request, const Result& result, Drawing& d,
                 const std::vector<std::size_t>& edges) {
     std::vector<End> sources, targets;
-    EdgeEnds(graph, result, d, edges, sources, targets);
+    EdgeEnds(request, result, d, edges, sources, targets);
     Router router(d, 1.0 / d.scale);
     router.Plan(edges, sources, targets);
     router.Draw(d);
 }
 
-} // namespace netloom_cli
+} // namespace netloom::front
