@@ -78,6 +78,7 @@ const toolCases = [
   ["campus-hierarchy", "campus.json", { kind: "hierarchy" }],
   ["campus-direction", "campus.json", { kind: "hierarchy", levels: "direction", direction: 3 }],
   ["florentine-levels", "florentine.json", { kind: "hierarchy", levels: { 0: ["Medici"], 1: ["Pazzi"] } }],
+  ["florentine-tree", "florentine.json", { kind: "tree" }],
   ["karate-force", "karate.json", { kind: "force" }],
   ["mesh-radial", "mesh.json", { kind: "radial", distance: 60 }],
 ];

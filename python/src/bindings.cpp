@@ -382,10 +382,8 @@ void SetLevels(PyGraph& g, std::map<int, std::vector<int>> levels, int direction
     g.strategy = py::none();
 }
 
-} // namespace
-
-PYBIND11_MODULE(_netloom, m) {
-    m.doc() = "netloom: layout of network diagrams (low-level interface)";
+// Layout type codes and names, side names and the checked ranges.
+void BindNames(py::module_& m) {
     m.attr("FORCE_DIRECTED") = CNetworkGraph::m_iForceDirectedLayout;
     m.attr("TREE") = CNetworkGraph::m_iTreeLayout;
     m.attr("RADIANT") = CNetworkGraph::m_iRadiantLayout;
@@ -410,7 +408,10 @@ PYBIND11_MODULE(_netloom, m) {
         limits[limit->name] = py::make_tuple(limit->low, limit->high);
     }
     m.attr("LIMITS") = limits;
+}
 
+// Stopping and watching a layout: StopFlag and LayoutProgress.
+void BindProgress(py::module_& m) {
     py::class_<StopFlag>(m, "StopFlag",
                          "A flag that stops the layouts it is given (Graph.layout(stop=...)) at "
                          "their next stop point; any thread may set it.")
@@ -443,6 +444,10 @@ PYBIND11_MODULE(_netloom, m) {
                    ", work=" + std::to_string(p.record.workDone) + "/" +
                    std::to_string(p.record.workTotal) + ")";
         });
+}
+
+// Functions of the library and the levels rule.
+void BindFunctions(py::module_& m) {
     m.def(
         "layout_parameters",
         [] {
@@ -468,8 +473,10 @@ PYBIND11_MODULE(_netloom, m) {
         "Levels by edge direction for nodes 0..count-1 and (source, target) index pairs: the "
         "longest directed path from a source, cycles broken by reversing the edges a "
         "depth-first search in the given order finds going back.");
+}
 
-    // The conversion behind netloom.layout_result (python/netloom/__init__.py).
+// The front layer behind netloom.layout_result (python/netloom/__init__.py).
+void BindFrontLayer(py::module_& m) {
     m.def("_node_index", &netloom_py::NodeIndex, py::arg("nodes"),
           "{node: id} with ids 1..n in list order; ValueError for a node listed twice.");
     py::class_<netloom::front::Request>(m, "_Request", "A graph as the front layer takes it.")
@@ -585,13 +592,17 @@ PYBIND11_MODULE(_netloom, m) {
         "names).");
     m.def("_points_by_node", &netloom_py::PointsByNode, py::arg("nodes"), py::arg("xy"),
           "{nodes[i]: (x, y)} from an (n, 2) array.");
+}
 
+void BindStrategy(py::module_& m) {
     py::class_<CLayoutStrategy, PyLayoutStrategy>(
         m, "LayoutStrategy",
         "Base class of a layout strategy: subclass it and define get_arrange_mode(), "
         "get_direction() and get_levels(node_ids) -> {level: [node ids]} or None to decline.")
         .def(py::init<>());
+}
 
+void BindGraph(py::module_& m) {
     py::class_<PyGraph>(m, "Graph", "A network graph: nodes and edges with integer ids.")
         .def(py::init<>())
         .def("add_node", &AddNode, py::arg("id"), py::arg("x") = 0.0, py::arg("y") = 0.0,
@@ -823,4 +834,16 @@ PYBIND11_MODULE(_netloom, m) {
                 return copy;
             },
             "A deep copy.");
+}
+
+} // namespace
+
+PYBIND11_MODULE(_netloom, m) {
+    m.doc() = "netloom: layout of network diagrams (low-level interface)";
+    BindNames(m);
+    BindProgress(m);
+    BindFunctions(m);
+    BindFrontLayer(m);
+    BindStrategy(m);
+    BindGraph(m);
 }

@@ -170,6 +170,7 @@ TOOL_CASES = [
     ("campus-hierarchy", "campus.json", "hierarchy", {}),
     ("campus-direction", "campus.json", "hierarchy", {"levels": "direction", "direction": 3}),
     ("florentine-levels", "florentine.json", "hierarchy", {"levels": {0: ["Medici"], 1: ["Pazzi"]}}),
+    ("florentine-tree", "florentine.json", "tree", {}),
     ("karate-force", "karate.json", "force", {}),
     ("mesh-radial", "mesh.json", "radial", {"distance": 60}),
 ]
