@@ -45,14 +45,16 @@ wasm: deps
 	$(EMSDK_ENV) cmake --build build/wasm -j $(JOBS)
 
 # Node's tests of the package (the exactness test against build/test's native
-# twin of the entry points) and the demo page in headless Chromium.
+# twin of the entry points), the demo page in headless Chromium, and the packed
+# npm package built into a page by esbuild, Vite and webpack (from the npm registry).
 test-wasm:
 	@if ! command -v emcmake >/dev/null; then \
 	    echo "SKIPPED: the WebAssembly package's tests: Emscripten is not installed (apt-get install emscripten)"; \
 	else \
 	    $(MAKE) --no-print-directory wasm && \
 	    NETLOOM_NATIVE_TWIN=$(CURDIR)/build/test/tests/native_twin node --test js/test/ && \
-	    /usr/bin/python3 js/test/browser_test.py build/wasm/demo.png; \
+	    /usr/bin/python3 js/test/browser_test.py build/wasm/demo.png && \
+	    /usr/bin/python3 js/test/package_test.py; \
 	fi
 
 # Builds the libFuzzer targets with clang and runs each for FUZZ_SECONDS on its

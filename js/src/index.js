@@ -2,6 +2,7 @@
 // an ES module API. Graphs come as {nodes, links} with the caller's own ids, or
 // as typed arrays for large graphs; results are keyed by the same ids.
 import createNetloomModule from "../dist/netloom_wasm.mjs";
+import { wasmBinary } from "./wasm-source.js";
 
 export const KINDS = Object.freeze({
   force: 1, "force-directed": 1, tree: 2, radial: 4, radiant: 4, hierarchy: 8,
@@ -17,24 +18,10 @@ const MAX_LEVEL = 1000000000;
 
 let modulePromise = null;
 
-async function wasmBytes() {
-  const url = new URL("../dist/netloom_wasm.wasm", import.meta.url);
-  if (typeof process === "object" && process.versions && process.versions.node) {
-    const { readFile } = await import("node:fs/promises");
-    return readFile(url);
-  }
-  const response = await fetch(url);
-  if (!response.ok) {
-    throw new Error(`netloom: cannot load ${url}: HTTP ${response.status}`);
-  }
-  return new Uint8Array(await response.arrayBuffer());
-}
-
 /** Loads the WebAssembly module once; every layout call awaits it. */
 export function init(options = {}) {
   if (!modulePromise) {
-    modulePromise = (async () =>
-      createNetloomModule({ wasmBinary: options.wasmBinary || (await wasmBytes()) }))();
+    modulePromise = (async () => createNetloomModule({ wasmBinary: await wasmBinary(options) }))();
     modulePromise.catch(() => { modulePromise = null; });
   }
   return modulePromise;
