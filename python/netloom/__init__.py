@@ -38,7 +38,10 @@ from typing import (
     Union,
 )
 
-import numpy as np
+try:
+    import numpy as np
+except ImportError:  # layouts work without numpy; the *_array methods and center/scale need it
+    np = None
 
 from ._netloom import (  # noqa: F401
     _add_edges,
@@ -60,6 +63,7 @@ from ._netloom import (  # noqa: F401
     direction_levels,
     layout_parameters,
 )
+from ._version import __version__
 
 __all__ = [
     "Graph",
@@ -179,7 +183,7 @@ def _point(name: str, value: Any) -> Position:
     return _finite(name, x), _finite(name, y)
 
 
-def _kind_code(kind: Union[str, int]) -> int:
+def _kind_code(kind: Union[str, int], name: str = "kind") -> int:
     if isinstance(kind, str):
         code = KINDS.get(kind.lower())
         if code is None and kind.isdigit() and int(kind) in _CODES:
@@ -187,13 +191,34 @@ def _kind_code(kind: Union[str, int]) -> int:
     elif isinstance(kind, numbers.Integral) and not isinstance(kind, bool):
         code = int(kind) if int(kind) in _CODES else None
     else:
-        raise TypeError("kind must be a layout name or code, not %r" % (kind,))
+        raise TypeError("%s must be a layout name or code, not %r" % (name, kind))
     if code is None:
         raise ValueError(
-            "kind: unknown layout %r; use one of %s (or %s)"
-            % (kind, ", ".join(sorted(KINDS)), ", ".join(map(str, sorted(_CODES))))
+            "%s: unknown layout %r; use one of %s (or %s)"
+            % (name, kind, ", ".join(sorted(KINDS)), ", ".join(map(str, sorted(_CODES))))
         )
     return code
+
+
+_native_graph_layout = Graph.layout
+
+
+def _graph_layout(
+    self: Graph,
+    distance: int = 40,
+    type: Union[str, int] = HIERARCHY,
+    layer_spacing: int = 200,
+    progress: Optional[Callable[[LayoutProgress], Any]] = None,
+    stop: Optional[StopFlag] = None,
+) -> None:
+    # Layout names ("force", "tree", "radial", "hierarchy") as well as codes.
+    if isinstance(type, str):
+        type = _kind_code(type, "type")
+    _native_graph_layout(self, distance, type, layer_spacing, progress, stop)
+
+
+_graph_layout.__doc__ = _native_graph_layout.__doc__
+Graph.layout = _graph_layout  # type: ignore
 
 
 def _nodes_and_edges(G: GraphLike) -> Tuple[List[Node], Any, int, bool]:
@@ -276,20 +301,30 @@ def _build(nodes, index, edges, source, pos, fixed, flip_y, distance, attributes
     """The library's graph of nodes 1..n and edges 1..m, its edge keys and port names."""
     n = len(nodes)
     x = y = fixed_flags = None
+    zeros = (lambda n, dtype=float: [dtype()] * n) if np is None else np.zeros
     if pos:
-        x = np.zeros(n)
-        y = np.zeros(n)
+        x = zeros(n)
+        y = zeros(n)
         for node, p in pos.items():
             i = _lookup(index, node, "pos") - 1
             x[i], y[i] = _point("pos[%r]" % (node,), p)
         if flip_y:
-            y = -y
+            y = [-v for v in y] if np is None else -y
     if fixed:
-        fixed_flags = np.zeros(n, dtype=bool)
+        fixed_flags = zeros(n, dtype=bool)
         for node in fixed:
             fixed_flags[_lookup(index, node, "fixed") - 1] = True
     graph = Graph()
-    graph.add_nodes(np.arange(1, n + 1), x, y, fixed_flags)
+    if np is None:
+        for i in range(n):
+            graph.add_node(
+                i + 1,
+                0.0 if x is None else x[i],
+                0.0 if y is None else y[i],
+                False if fixed_flags is None else fixed_flags[i],
+            )
+    else:
+        graph.add_nodes(np.arange(1, n + 1), x, y, fixed_flags)
     keys, names = _add_edges(graph, index, edges, source, *attributes, distance)
     return graph, keys, names
 
@@ -452,6 +487,13 @@ def layout_result(
         )
 
     sign = -1.0 if flip_y else 1.0
+    if np is None:
+        if center is not None or scale is not None:
+            raise ImportError("center and scale need numpy (pip install numpy)")
+        points = graph.positions()
+        with _no_collection():
+            pos = {node: (points[i][0], points[i][1] * sign) for i, node in enumerate(nodes, 1)}
+        return _result(graph, nodes, names, keys, pos)
     _, xy = graph.positions_array()
     xy[:, 1] *= sign
     if len(nodes) and (center is not None or scale is not None):
@@ -461,13 +503,18 @@ def layout_result(
             xy *= scale / limit
         if center is not None:
             xy += center
+    with _no_collection():
+        pos = _points_by_node(nodes, xy)
+    return _result(graph, nodes, names, keys, pos)
+
+
+def _result(graph, nodes, names, keys, pos) -> LayoutResult:
     readers = {
         "grid": lambda: _grid_by_node(graph, nodes),
         "ports": lambda: _ports_by_name(graph, nodes, names),
         "edge_order": lambda: _edge_order(graph, keys),
     }
-    with _no_collection():
-        result = LayoutResult(_points_by_node(nodes, xy), reader=lambda name: readers[name]())
+    result = LayoutResult(pos, reader=lambda name: readers[name]())
     result.stopped = graph.was_layout_stopped()
     return result
 

@@ -1,6 +1,6 @@
 # Types of the extension module netloom._netloom (python/src/bindings.cpp).
 
-from typing import Any, Callable, Dict, Hashable, List, Optional, Sequence, Tuple
+from typing import Any, Callable, Dict, Hashable, List, Optional, Sequence, Tuple, Union
 
 import numpy as np
 import numpy.typing as npt
@@ -108,7 +108,7 @@ class Graph:
     def layout(
         self,
         distance: int = 40,
-        type: int = 8,
+        type: Union[int, str] = 8,
         layer_spacing: int = 200,
         progress: Optional[Callable[[LayoutProgress], Any]] = None,
         stop: Optional[StopFlag] = None,
