@@ -2,11 +2,11 @@
 # The Python package as pip users build it, offline (no package index):
 # 1. with PYTHON (Debian's): a wheel, installed into a venv that sees the system's
 #    numpy and networkx, lays out a networkx graph from outside the checkout;
-# 2. with another interpreter (NETLOOM_OTHER_PYTHON, else a pyenv CPython, else
-#    PYTHON) in a venv WITHOUT system site packages, so no numpy, setuptools,
-#    wheel or pybind11 module: `pip install --no-build-isolation .` builds with the
-#    machine's CMake and pybind11 headers, and the layouts equal route 1's; with
-#    CMake off PATH the build fails naming it and the command that installs it.
+# 2. with another interpreter (NETLOOM_OTHER_PYTHON, else pyenv's oldest 3.9+, else
+#    PYTHON) in a venv without system site packages (no numpy, setuptools, wheel or
+#    pybind11 module): `pip install --no-build-isolation .` builds with the
+#    machine's CMake and pybind11 and lays out as route 1 does; without CMake on
+#    PATH it stops naming CMake and the command that installs it.
 # Usage: wheel_install.sh SOURCE_DIR [PYTHON]
 set -euo pipefail
 root=$(cd "$1" && pwd)
@@ -21,14 +21,9 @@ for module in pip venv numpy networkx; do
     fi
 done
 other=${NETLOOM_OTHER_PYTHON:-}
-if [ -z "$other" ]; then
-    for candidate in $(ls -d "${PYENV_ROOT:-$HOME/.pyenv}"/versions/3.*/bin/python3 2>/dev/null | sort -V -r); do
-        if "$candidate" -c 'import sys, ensurepip; sys.exit(sys.version_info < (3, 9))' 2>/dev/null; then
-            other=$candidate
-            break
-        fi
-    done
-fi
+for candidate in "${PYENV_ROOT:-$HOME/.pyenv}"/versions/3.{20..9}*/bin/python3; do
+    [ -z "${NETLOOM_OTHER_PYTHON:-}" ] && [ -x "$candidate" ] && other=$candidate
+done
 other=${other:-$python}
 
 work=$(mktemp -d)
@@ -39,21 +34,17 @@ export CMAKE_BUILD_PARALLEL_LEVEL=${CMAKE_BUILD_PARALLEL_LEVEL:-1}
 "$python" -m venv --system-site-packages "$work/venv"
 "$work/venv/bin/python" -m pip install --no-index -q "$work"/dist/netloom-*.whl
 
-# The layouts both routes compare: every type on (nodes, edges), positions and grid.
+# The layouts both routes compare: every type on (nodes, edges), and Graph.layout by name.
 cat > "$work/layouts.py" <<'PY'
 import json, sys
 import netloom
 nodes = list(range(30))
 edges = [(i, (i * 7 + 3) % 30) for i in range(30) if i != (i * 7 + 3) % 30] + [(0, 5), (5, 9)]
-out = {}
-for kind in ("force", "tree", "radial", "hierarchy"):
-    r = netloom.layout_result((nodes, edges), kind=kind)
-    out[kind] = [[r.pos[n] for n in nodes], [r.grid[n] for n in nodes], r.edge_order]
+results = [netloom.layout_result((nodes, edges), kind=k) for k in ("force", "tree", "radial", "hierarchy")]
 g = netloom.Graph()
-g.add_node(1), g.add_node(2), g.add_edge(1, 1, 2)
-g.layout(type="tree")
-out["graph"] = sorted(g.positions().items())
-json.dump([netloom.__version__, out], sys.stdout)
+g.add_node(1); g.add_node(2); g.add_edge(1, 1, 2); g.layout(type="tree")
+json.dump([netloom.__version__, sorted(g.positions().items())]
+          + [[r.pos[n] for n in nodes] + [r.grid[n] for n in nodes] + r.edge_order for r in results], sys.stdout)
 PY
 
 cd "$work"
@@ -79,29 +70,16 @@ PY
 
 "$other" -m venv "$work/isolated"
 venv="$work/isolated/bin/python"
-if "$venv" -c 'import numpy' 2>/dev/null; then
-    echo "FAILED: the venv of $other sees numpy; it should have no packages" >&2
-    exit 1
-fi
+! "$venv" -c 'import numpy' 2>/dev/null || { echo "FAILED: the venv of $other sees numpy" >&2; exit 1; }
 mkdir "$work/empty"
-if PATH="$work/empty" "$venv" -m pip install --no-build-isolation --no-index --no-deps -q "$root" \
-        > "$work/nocmake.log" 2>&1; then
-    echo "FAILED: the build succeeded without CMake on PATH" >&2
-    exit 1
-fi
-if ! grep -q "needs CMake.*apt-get install cmake" "$work/nocmake.log"; then
-    echo "FAILED: without CMake the build does not say what to install:" >&2
-    cat "$work/nocmake.log" >&2
+if PATH="$work/empty" "$venv" -m pip install --no-build-isolation --no-index --no-deps -q "$root" > "$work/log" 2>&1 ||
+   ! grep -q "needs CMake.*apt-get install cmake" "$work/log"; then
+    echo "FAILED: without CMake on PATH the build does not stop naming it:" >&2
+    cat "$work/log" >&2
     exit 1
 fi
 "$venv" -m pip install --no-build-isolation --no-index --no-deps -q "$root"
 "$venv" "$work/layouts.py" > "$work/other.json"
-if ! cmp -s "$work/debian.json" "$work/other.json"; then
-    echo "FAILED: $other without numpy lays out otherwise than $python:" >&2
-    diff <(tr ']' '\n' < "$work/debian.json") <(tr ']' '\n' < "$work/other.json") | head >&2
-    exit 1
-fi
-version=$(cat "$root/VERSION")
-grep -q "^\[\"$version\"" "$work/other.json" || { echo "FAILED: __version__ is not $version" >&2; exit 1; }
-echo "netloom built and installed with $("$venv" -c 'import sys; print(sys.version.split()[0])') ($other," \
-     "venv without system packages, no numpy): layouts equal $python's"
+cmp -s "$work/debian.json" "$work/other.json" || { echo "FAILED: $other lays out otherwise" >&2; exit 1; }
+grep -q "^\[\"$(cat "$root/VERSION")\"" "$work/other.json" || { echo "FAILED: __version__" >&2; exit 1; }
+echo "netloom built with $other in a venv without system packages (no numpy): layouts equal $python's"
