@@ -46,7 +46,7 @@ def main(work):
     version = open(os.path.join(ROOT, "VERSION")).read().strip()
     assert packed["version"] == version, f"js/package.json has {packed['version']}, VERSION {version}"
     app = os.path.join(work, "app")
-    shutil.copytree(os.path.join(JS, "bundled-page"), app)
+    shutil.copytree(os.path.join(ROOT, "examples", "bundlers"), app)
     with open(os.path.join(app, "package.json"), "w") as out:
         json.dump({"private": True, "type": "module", "devDependencies": BUNDLERS,
                    "dependencies": {"netloom": "file:" + os.path.join(work, packed["filename"])}}, out)

@@ -1,5 +1,5 @@
 // The page every bundler builds: lays out a small graph with the netloom package
-// and writes the positions into the page, where the test reads them.
+// and writes the positions into the page (js/test/package_test.py reads them).
 import { init, layout } from "netloom";
 
 export const GRAPH = {
