@@ -89,16 +89,18 @@ def get_requires_for_build_sdist(config_settings=None):
 
 def _explain(output):
     """The missing piece a failed CMake run points at, and the command that supplies it."""
-    if "pybind11" in output and ("Could not find" in output or "pybind11Config" in output):
+    if 'provided by "pybind11"' in output:
         return ("pybind11's CMake package is not found. Install it: `apt-get install pybind11-dev` "
                 "(Debian), or `%s -m pip install pybind11` and build with --no-build-isolation, or "
                 "build without --no-build-isolation where a package index is reachable"
                 % sys.executable)
-    if "Python" in output and ("Development" in output or "Python.h" in output):
+    if "Could NOT find Python" in output or "Python.h: No such file" in output:
         return ("the C headers of %s (Python.h) are missing: install its development package, "
                 "e.g. `apt-get install python3-dev` for Debian's python3" % sys.executable)
-    if "CMAKE_CXX_COMPILER" in output or "No CMAKE_CXX_COMPILER" in output:
+    if "No CMAKE_CXX_COMPILER could be found" in output or "CMAKE_CXX_COMPILER not set" in output:
         return "no C++17 compiler: `apt-get install g++`"
+    if "unable to find a build program" in output:
+        return "no make: `apt-get install make`"
     return None
 
 
