@@ -27,8 +27,9 @@ ROOT = os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__)
 NAME = "netloom"
 SUMMARY = "Layout of network diagrams: force-directed, tree, radial and hierarchy layouts"
 REQUIRES_PYTHON = ">=3.9"
-DEPENDENCIES = ["numpy"]
-EXTRAS = {"networkx": ["networkx"], "draw": ["networkx", "matplotlib"]}
+# numpy is optional: layouts work without it, the array methods need it.
+DEPENDENCIES = []
+EXTRAS = {"numpy": ["numpy"], "networkx": ["networkx"], "draw": ["networkx", "matplotlib"]}
 PACKAGE_FILES = ["__init__.py", "_netloom.pyi", "py.typed"]
 # What an sdist leaves out of the checkout: other packages, documents and tests.
 SDIST_SKIP = {".git", ".cache", "build", "out", "js", "docs", "bench", "fuzz", "tests", "examples"}

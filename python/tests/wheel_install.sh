@@ -72,13 +72,13 @@ PY
 venv="$work/isolated/bin/python"
 ! "$venv" -c 'import numpy' 2>/dev/null || { echo "FAILED: the venv of $other sees numpy" >&2; exit 1; }
 mkdir "$work/empty"
-if PATH="$work/empty" "$venv" -m pip install --no-build-isolation --no-index --no-deps -q "$root" > "$work/log" 2>&1 ||
+if PATH="$work/empty" "$venv" -m pip install --no-build-isolation --no-index -q "$root" > "$work/log" 2>&1 ||
    ! grep -q "needs CMake.*apt-get install cmake" "$work/log"; then
     echo "FAILED: without CMake on PATH the build does not stop naming it:" >&2
     cat "$work/log" >&2
     exit 1
 fi
-"$venv" -m pip install --no-build-isolation --no-index --no-deps -q "$root"
+"$venv" -m pip install --no-build-isolation --no-index -q "$root"
 "$venv" "$work/layouts.py" > "$work/other.json"
 cmp -s "$work/debian.json" "$work/other.json" || { echo "FAILED: $other lays out otherwise" >&2; exit 1; }
 grep -q "^\[\"$(cat "$root/VERSION")\"" "$work/other.json" || { echo "FAILED: __version__" >&2; exit 1; }
