@@ -301,7 +301,7 @@ def _build(nodes, index, edges, source, pos, fixed, flip_y, distance, attributes
     """The library's graph of nodes 1..n and edges 1..m, its edge keys and port names."""
     n = len(nodes)
     x = y = fixed_flags = None
-    zeros = (lambda n, dtype=float: [dtype()] * n) if np is None else np.zeros
+    zeros = np.zeros if np is not None else (lambda size, dtype=float: [dtype()] * size)
     if pos:
         x = zeros(n)
         y = zeros(n)
@@ -436,6 +436,8 @@ def layout_result(
         center = _point("center", center)
     if scale is not None and _finite("scale", scale) <= 0:
         raise ValueError("scale must be above 0, not %r" % (scale,))
+    if np is None and (center is not None or scale is not None):
+        raise ImportError("center and scale need numpy (pip install numpy)")
     if isinstance(levels, str) and levels not in ("direction", "degree"):
         raise ValueError(
             "levels must be 'direction', 'degree' or {level: [nodes]}, not %r" % (levels,)
@@ -488,8 +490,6 @@ def layout_result(
 
     sign = -1.0 if flip_y else 1.0
     if np is None:
-        if center is not None or scale is not None:
-            raise ImportError("center and scale need numpy (pip install numpy)")
         points = graph.positions()
         with _no_collection():
             pos = {node: (points[i][0], points[i][1] * sign) for i, node in enumerate(nodes, 1)}
