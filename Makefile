@@ -1,7 +1,7 @@
 # The two everyday commands: `make demo` and `make test`.
 JOBS ?= $(shell nproc 2>/dev/null || echo 2)
 
-.PHONY: demo test test-wasm wasm fuzz bench format deps clean
+.PHONY: demo test test-wasm test-package package wasm fuzz bench format deps clean
 
 deps:
 	@./scripts/ensure-deps.sh
@@ -32,7 +32,23 @@ test: deps
 	      -DPython_EXECUTABLE=/usr/bin/python3
 	cmake --build build/python -j $(JOBS)
 	cd build/python && ctest --output-on-failure
+	@$(MAKE) --no-print-directory test-package
 	@$(MAKE) --no-print-directory test-wasm
+
+# Debian packages of the library in build/package/packages/: libnetloom0 (the
+# shared library) and libnetloom-dev (headers, CMake package, pkg-config file).
+package: deps
+	cmake -S . -B build/package -DCMAKE_BUILD_TYPE=Release -DCMAKE_INSTALL_PREFIX=/usr \
+	      -DNETLOOM_BUILD_TESTS=OFF -DNETLOOM_BUILD_EXAMPLES=OFF -DNETLOOM_BUILD_TOOLS=OFF
+	cmake --build build/package -j $(JOBS)
+	cd build/package && cpack -G DEB
+
+# Unpacks the .deb files into a scratch root and builds and runs a host program
+# against them, through find_package(netloom CONFIG) and through pkg-config.
+test-package: package
+	cmake -DDEB_DIR=$(CURDIR)/build/package/packages -DSOURCE_DIR=$(CURDIR)/tests/install \
+	      -DWORK_DIR=$(CURDIR)/build/package/deb_check -DCONFIG=Release \
+	      -P tests/install/check_install.cmake
 
 # The WebAssembly package (js/): the library compiled with Emscripten into
 # js/dist/netloom_wasm.mjs and .wasm. Debian's Emscripten runs its JavaScript
@@ -45,14 +61,16 @@ wasm: deps
 	$(EMSDK_ENV) cmake --build build/wasm -j $(JOBS)
 
 # Node's tests of the package (the exactness test against build/test's native
-# twin of the entry points) and the demo page in headless Chromium.
+# twin of the entry points), the demo page in headless Chromium, and the packed
+# npm package built into a page by esbuild, Vite and webpack (from the npm registry).
 test-wasm:
 	@if ! command -v emcmake >/dev/null; then \
 	    echo "SKIPPED: the WebAssembly package's tests: Emscripten is not installed (apt-get install emscripten)"; \
 	else \
 	    $(MAKE) --no-print-directory wasm && \
 	    NETLOOM_NATIVE_TWIN=$(CURDIR)/build/test/tests/native_twin node --test js/test/ && \
-	    /usr/bin/python3 js/test/browser_test.py build/wasm/demo.png; \
+	    /usr/bin/python3 js/test/browser_test.py build/wasm/demo.png && \
+	    /usr/bin/python3 js/test/package_test.py; \
 	fi
 
 # Builds the libFuzzer targets with clang and runs each for FUZZ_SECONDS on its

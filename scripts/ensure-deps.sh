@@ -15,7 +15,7 @@ packages=("${extra[@]}" cmake make g++ pkg-config libgtest-dev libgmock-dev libb
           nlohmann-json3-dev libpugixml-dev libcli11-dev
           libgraphviz-dev graphviz librsvg2-dev libcairo2-dev
           chromium chromium-driver python3-selenium
-          emscripten)
+          emscripten dpkg-dev)
 missing=()
 for p in "${packages[@]}"; do
     if ! dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed"; then

@@ -92,8 +92,15 @@ export interface ArrayResult {
 /** Filled in by init(): layout names and codes, side names. */
 export const KINDS: Readonly<Record<string, number>>;
 export const SIDES: readonly Side[];
-/** Loads the WebAssembly module (once); layout calls do it themselves. */
-export function init(options?: { wasmBinary?: ArrayBuffer | Uint8Array }): Promise<unknown>;
+/**
+ * Loads the WebAssembly module (once); layout calls do it themselves. wasmBinary
+ * gives the module's bytes; wasmUrl where to fetch them (default: the package's
+ * dist/netloom_wasm.wasm, located through import.meta.url).
+ */
+export function init(options?: {
+  wasmBinary?: ArrayBuffer | Uint8Array;
+  wasmUrl?: string | URL;
+}): Promise<unknown>;
 /** Lays out {nodes, links}; TypeError or RangeError for bad input. */
 export function layout(graph: Graph, options?: LayoutOptions): Promise<LayoutResult>;
 /** Lays out nodes 0..nodeCount-1 given as typed arrays. */

@@ -2,6 +2,7 @@
 // an ES module API. Graphs come as {nodes, links} with the caller's own ids, or
 // as typed arrays for large graphs; results are keyed by the same ids.
 import createNetloomModule from "../dist/netloom_wasm.mjs";
+import { wasmBinary } from "./wasm-source.js";
 
 // Layout names, sides and the ranges every option is checked against come from
 // the module (the front layer's one table); they are filled in by init().
@@ -12,24 +13,11 @@ const limit = (name) => LIMITS[name];
 
 let modulePromise = null;
 
-async function wasmBytes() {
-  const url = new URL("../dist/netloom_wasm.wasm", import.meta.url);
-  if (typeof process === "object" && process.versions && process.versions.node) {
-    const { readFile } = await import("node:fs/promises");
-    return readFile(url);
-  }
-  const response = await fetch(url);
-  if (!response.ok) {
-    throw new Error(`netloom: cannot load ${url}: HTTP ${response.status}`);
-  }
-  return new Uint8Array(await response.arrayBuffer());
-}
-
 /** Loads the WebAssembly module once; every layout call awaits it. */
 export function init(options = {}) {
   if (!modulePromise) {
     modulePromise = (async () => {
-      const mod = await createNetloomModule({ wasmBinary: options.wasmBinary || (await wasmBytes()) });
+      const mod = await createNetloomModule({ wasmBinary: await wasmBinary(options) });
       const names = JSON.parse(mod.UTF8ToString(mod._nl_names()));
       Object.assign(KINDS, names.kinds);
       SIDES.splice(0, SIDES.length, ...names.sides);

@@ -38,7 +38,10 @@ from typing import (
     Union,
 )
 
-import numpy as np
+try:
+    import numpy as np
+except ImportError:  # layouts work without numpy; the *_array methods and center/scale need it
+    np = None
 
 from ._netloom import (  # noqa: F401
     _add_edges,
@@ -60,6 +63,7 @@ from ._netloom import (  # noqa: F401
     direction_levels,
     layout_parameters,
 )
+from ._version import __version__
 
 __all__ = [
     "Graph",
@@ -193,7 +197,7 @@ def _point(name: str, value: Any) -> Position:
     return _finite(name, x), _finite(name, y)
 
 
-def _kind_code(kind: Union[str, int]) -> int:
+def _kind_code(kind: Union[str, int], name: str = "kind") -> int:
     if isinstance(kind, str):
         code = KINDS.get(kind.lower())
         if code is None and kind.isdigit() and int(kind) in _CODES:
@@ -201,13 +205,34 @@ def _kind_code(kind: Union[str, int]) -> int:
     elif isinstance(kind, numbers.Integral) and not isinstance(kind, bool):
         code = int(kind) if int(kind) in _CODES else None
     else:
-        raise TypeError("kind must be a layout name or code, not %r" % (kind,))
+        raise TypeError("%s must be a layout name or code, not %r" % (name, kind))
     if code is None:
         raise ValueError(
-            "kind: unknown layout %r; use one of %s (or %s)"
-            % (kind, ", ".join(sorted(KINDS)), ", ".join(map(str, sorted(_CODES))))
+            "%s: unknown layout %r; use one of %s (or %s)"
+            % (name, kind, ", ".join(sorted(KINDS)), ", ".join(map(str, sorted(_CODES))))
         )
     return code
+
+
+_native_graph_layout = Graph.layout
+
+
+def _graph_layout(
+    self: Graph,
+    distance: int = 40,
+    type: Union[str, int] = HIERARCHY,
+    layer_spacing: int = 200,
+    progress: Optional[Callable[[LayoutProgress], Any]] = None,
+    stop: Optional[StopFlag] = None,
+) -> None:
+    # Layout names ("force", "tree", "radial", "hierarchy") as well as codes.
+    if isinstance(type, str):
+        type = _kind_code(type, "type")
+    _native_graph_layout(self, distance, type, layer_spacing, progress, stop)
+
+
+_graph_layout.__doc__ = _native_graph_layout.__doc__
+Graph.layout = _graph_layout  # type: ignore
 
 
 def _nodes_and_edges(G: GraphLike) -> Tuple[List[Node], Any, int, bool]:
@@ -303,16 +328,17 @@ def _request(G, nodes, index, edges, source, directed, pos, fixed, flip_y, dista
     """The front layer's request for nodes 1..n and edges 1..m, the edge keys and port names."""
     n = len(nodes)
     x = y = fixed_flags = None
+    zeros = np.zeros if np is not None else (lambda size, dtype=float: [dtype()] * size)
     if pos:
-        x = np.zeros(n)
-        y = np.zeros(n)
+        x = zeros(n)
+        y = zeros(n)
         for node, p in pos.items():
             i = _lookup(index, node, "pos") - 1
             x[i], y[i] = _point("pos[%r]" % (node,), p)
         if flip_y:
-            y = -y
+            y = [-v for v in y] if np is None else -y
     if fixed:
-        fixed_flags = np.zeros(n, dtype=bool)
+        fixed_flags = zeros(n, dtype=bool)
         for node in fixed:
             fixed_flags[_lookup(index, node, "fixed") - 1] = True
     request = _Request(n, x, y, fixed_flags, _labels(G, nodes, attributes[3]), directed)
@@ -431,6 +457,8 @@ def layout_result(
         center = _point("center", center)
     if scale is not None and _finite("scale", scale) <= 0:
         raise ValueError("scale must be above 0, not %r" % (scale,))
+    if np is None and (center is not None or scale is not None):
+        raise ImportError("center and scale need numpy (pip install numpy)")
     if isinstance(levels, str) and levels not in ("direction", "degree"):
         raise ValueError(
             "levels must be 'direction', 'degree' or {level: [nodes]}, not %r" % (levels,)
@@ -494,22 +522,30 @@ def layout_result(
         )
 
     sign = -1.0 if flip_y else 1.0
-    xy = run.xy()
-    xy[:, 1] *= sign
-    shift = np.zeros(2)
+    shift: Any = 0.0
     factor = 1.0
-    if len(nodes) and (center is not None or scale is not None):
-        shift = xy.mean(axis=0)
-        xy -= shift
-        limit = np.abs(xy).max()
-        if scale is not None and limit > 0:
-            factor = scale / limit
-            xy *= factor
-        if center is not None:
-            xy += center
+    if np is None:
+        with _no_collection():
+            pos = {node: (x, y * sign) for node, (x, y) in zip(nodes, run.positions())}
+    else:
+        xy = run.xy()
+        xy[:, 1] *= sign
+        if len(nodes) and (center is not None or scale is not None):
+            shift = xy.mean(axis=0)
+            xy -= shift
+            limit = np.abs(xy).max()
+            if scale is not None and limit > 0:
+                factor = scale / limit
+                xy *= factor
+            if center is not None:
+                xy += center
+        with _no_collection():
+            pos = _points_by_node(nodes, xy)
 
     def routes() -> Dict[Tuple[Hashable, ...], Any]:
         out = run.routes(keys)
+        if np is None:
+            return {key: [(x, y * sign) for x, y in points] for key, points in out.items()}
         for points in out.values():
             points[:, 1] *= sign
             if center is not None or scale is not None:
@@ -525,8 +561,7 @@ def layout_result(
         "edge_order": lambda: run.edge_order(keys),
         "routes": routes,
     }
-    with _no_collection():
-        result = LayoutResult(_points_by_node(nodes, xy), reader=lambda name: readers[name]())
+    result = LayoutResult(pos, reader=lambda name: readers[name]())
     result.stopped = run.stopped
     return result
 

@@ -1,6 +1,6 @@
 # Types of the extension module netloom._netloom (python/src/bindings.cpp).
 
-from typing import Any, Callable, Dict, Hashable, List, Optional, Sequence, Tuple
+from typing import Any, Callable, Dict, Hashable, List, Optional, Sequence, Tuple, Union
 
 import numpy as np
 import numpy.typing as npt
@@ -49,9 +49,9 @@ class _Request:
     def __init__(
         self,
         n: int,
-        x: Optional[_FloatArray],
-        y: Optional[_FloatArray],
-        fixed: Optional[npt.ArrayLike],
+        x: Optional[Sequence[float]],
+        y: Optional[Sequence[float]],
+        fixed: Optional[Sequence[bool]],
         labels: List[str],
         directed: bool,
     ) -> None: ...
@@ -60,10 +60,11 @@ class _Result:
     stopped: bool
     placed_by_neighbour: int
     def xy(self) -> npt.NDArray[np.float64]: ...
+    def positions(self) -> List[Tuple[float, float]]: ...
     def grid(self, nodes: List[Any]) -> Dict[Any, Tuple[int, int, int]]: ...
     def ports(self, nodes: List[Any], names: List[Any]) -> Dict[Any, Dict[str, List[Any]]]: ...
     def edge_order(self, keys: List[Any]) -> List[Tuple[Any, int]]: ...
-    def routes(self, keys: List[Any]) -> Dict[Any, npt.NDArray[np.float64]]: ...
+    def routes(self, keys: List[Any]) -> Dict[Any, Any]: ...
 
 def _add_edges(
     request: _Request,
@@ -141,7 +142,7 @@ class Graph:
     def layout(
         self,
         distance: int = 40,
-        type: int = 8,
+        type: Union[int, str] = 8,
         layer_spacing: int = 200,
         progress: Optional[Callable[[LayoutProgress], Any]] = None,
         stop: Optional[StopFlag] = None,

@@ -480,17 +480,19 @@ void BindFrontLayer(py::module_& m) {
     m.def("_node_index", &netloom_py::NodeIndex, py::arg("nodes"),
           "{node: id} with ids 1..n in list order; ValueError for a node listed twice.");
     py::class_<netloom::front::Request>(m, "_Request", "A graph as the front layer takes it.")
-        .def(py::init([](std::size_t n, std::optional<FloatArray> x, std::optional<FloatArray> y,
-                         std::optional<BoolArray> fixed, std::vector<std::string> labels,
+        // Lists or arrays: numpy is optional.
+        .def(py::init([](std::size_t n, std::optional<std::vector<double>> x,
+                         std::optional<std::vector<double>> y,
+                         std::optional<std::vector<bool>> fixed, std::vector<std::string> labels,
                          bool directed) {
                  netloom::front::Request r;
                  r.nodeCount = n;
                  if (x && y) {
-                     r.x.assign(x->data(), x->data() + n);
-                     r.y.assign(y->data(), y->data() + n);
+                     r.x = std::move(*x);
+                     r.y = std::move(*y);
                  }
                  if (fixed) {
-                     r.fixed.assign(fixed->data(), fixed->data() + n);
+                     r.fixed.assign(fixed->begin(), fixed->end());
                  }
                  r.labels = std::move(labels);
                  r.directed = directed;
@@ -511,6 +513,14 @@ void BindFrontLayer(py::module_& m) {
                      out(static_cast<py::ssize_t>(i), 1) = r.y[i];
                  }
                  return xy;
+             })
+        .def("positions",
+             [](const netloom::front::Result& r) {
+                 py::list out(r.x.size());
+                 for (std::size_t i = 0; i < r.x.size(); ++i) {
+                     out[i] = py::make_tuple(r.x[i], r.y[i]);
+                 }
+                 return out;
              })
         .def_readonly("stopped", &netloom::front::Result::stopped)
         .def_readonly("placed_by_neighbour", &netloom::front::Result::placedByNeighbour)

@@ -282,8 +282,18 @@ py::list EdgeOrder(const Result& result, const py::list& keys) {
 
 py::dict RoutesByEdge(const Result& result, const py::list& keys) {
     py::dict out;
+    const bool arrays =
+        py::module_::import("importlib.util").attr("find_spec")("numpy").is_none() == false;
     for (std::size_t j = 0; j < result.routes.size(); ++j) {
         const std::vector<netloom::front::Point>& route = result.routes[j];
+        if (!arrays) { // without numpy: a list of (x, y) pairs
+            py::list points(route.size());
+            for (std::size_t k = 0; k < route.size(); ++k) {
+                points[k] = py::make_tuple(route[k].x, route[k].y);
+            }
+            out[keys[j]] = std::move(points);
+            continue;
+        }
         py::array_t<double> points({static_cast<py::ssize_t>(route.size()), py::ssize_t{2}});
         auto p = points.mutable_unchecked<2>();
         for (std::size_t k = 0; k < route.size(); ++k) {

@@ -1,5 +1,6 @@
-# Installs the built library into a scratch prefix, then builds and runs a small
-# consumer through find_package(netloom CONFIG) and through pkg-config.
+# Installs the built library into a scratch prefix (or, given DEB_DIR, unpacks
+# the Debian packages there with dpkg -x), then builds and runs a small consumer
+# through find_package(netloom CONFIG) and through pkg-config.
 file(REMOVE_RECURSE ${WORK_DIR})
 set(prefix ${WORK_DIR}/prefix)
 
@@ -15,7 +16,22 @@ if(NOT CONFIG)
 endif()
 string(REPLACE ";" " " flags "${EXTRA_FLAGS}")
 
-run(${CMAKE_COMMAND} --install ${BUILD_DIR} --prefix ${prefix} --config ${CONFIG})
+if(DEB_DIR)
+  file(GLOB debs ${DEB_DIR}/*.deb)
+  list(LENGTH debs count)
+  if(NOT count EQUAL 2)
+    message(FATAL_ERROR "expected the two packages libnetloom0 and libnetloom-dev in ${DEB_DIR}, "
+                        "found: ${debs}")
+  endif()
+  file(MAKE_DIRECTORY ${WORK_DIR}/root)
+  foreach(deb ${debs})
+    run(dpkg-deb --info ${deb})
+    run(dpkg -x ${deb} ${WORK_DIR}/root)
+  endforeach()
+  set(prefix ${WORK_DIR}/root/usr)
+else()
+  run(${CMAKE_COMMAND} --install ${BUILD_DIR} --prefix ${prefix} --config ${CONFIG})
+endif()
 run(${CMAKE_COMMAND} -S ${SOURCE_DIR} -B ${WORK_DIR}/consumer -DCMAKE_PREFIX_PATH=${prefix}
     -DCMAKE_BUILD_TYPE=${CONFIG} "-DCMAKE_CXX_FLAGS=${flags}")
 run(${CMAKE_COMMAND} --build ${WORK_DIR}/consumer --config ${CONFIG})

@@ -73,7 +73,7 @@ CLI::App* DefineCommandLine(CLI::App& app, CommandLine& line) {
                     "netloom layouts and writes positions, ports and an edge order (JSON), a "
                     "drawing (SVG, PNG, PDF), an interactive page to explore it in a browser "
                     "(HTML) or the graph back with positions (JSON, GraphML, edge list, DOT).");
-    app.set_version_flag("--version", "netloom 0.1.0");
+    app.set_version_flag("--version", "netloom " NETLOOM_VERSION);
     app.require_subcommand(1);
 
     CLI::App* layout = app.add_subcommand("layout", "Lay out a graph file");

@@ -1,0 +1,1 @@
+export default { base: "./", logLevel: "warn", build: { outDir: "out/vite", emptyOutDir: true } };
