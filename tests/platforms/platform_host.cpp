@@ -1,0 +1,230 @@
+// Lays out one corpus with every layout type and several distances and prints
+// every bit of the results: positions as the hex of the doubles, grid cells,
+// port sides and slots, edge order, bounds and the layout parameters as the
+// host reads them. scripts/test-platforms.sh compares the output of each
+// target with the native build's.
+//
+//   platform_host [edge-list files...]
+//
+// An edge list has one edge a line, "FROM TO [LENGTH]", '#' starting a comment.
+
+#include <netloom/netloom.h>
+
+#include <cinttypes>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <fstream>
+#include <map>
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace {
+
+struct Spec {
+    std::string name;
+    std::vector<double> x, y; // start positions, one per node (ids 1..n)
+    std::vector<bool> fixed;
+    struct Link {
+        int from, to, length;
+    };
+    std::vector<Link> links;
+    int threads = 1;
+    bool forceOnly = false;
+};
+
+std::uint64_t Bits(double v) {
+    std::uint64_t b = 0;
+    std::memcpy(&b, &v, sizeof b);
+    return b;
+}
+
+// A fixed linear congruential sequence, the same on every platform.
+struct Sequence {
+    std::uint64_t state;
+    int Next(int bound) {
+        state = state * 6364136223846793005ULL + 1442695040888963407ULL;
+        return static_cast<int>((state >> 33) % static_cast<std::uint64_t>(bound));
+    }
+};
+
+Spec Nodes(const std::string& name, int n) {
+    Spec s;
+    s.name = name;
+    s.x.assign(n, 0.0);
+    s.y.assign(n, 0.0);
+    s.fixed.assign(n, false);
+    return s;
+}
+
+// Random trees and sparse graphs of several components, a grid, a star, and
+// one graph with fixed nodes at given places.
+std::vector<Spec> Generated() {
+    std::vector<Spec> out;
+    Sequence seq{35};
+    Spec tree = Nodes("tree", 70);
+    for (int v = 2; v <= 70; ++v) {
+        tree.links.push_back({1 + seq.Next(v - 1), v, 20 + seq.Next(60)});
+    }
+    out.push_back(tree);
+    Spec sparse = Nodes("sparse", 120);
+    for (int e = 0; e < 150; ++e) {
+        const int a = 1 + seq.Next(120);
+        const int b = 1 + seq.Next(120);
+        if (a != b) {
+            sparse.links.push_back({a, b, 40});
+        }
+    }
+    out.push_back(sparse);
+    Spec grid = Nodes("grid", 64);
+    for (int v = 0; v < 64; ++v) {
+        if (v % 8 != 7) {
+            grid.links.push_back({v + 1, v + 2, 30});
+        }
+        if (v < 56) {
+            grid.links.push_back({v + 1, v + 9, 30});
+        }
+    }
+    out.push_back(grid);
+    Spec star = Nodes("star", 41);
+    for (int v = 2; v <= 41; ++v) {
+        star.links.push_back({1, v, 25 + v});
+    }
+    out.push_back(star);
+    Spec pinned = Nodes("pinned", 50);
+    for (int v = 0; v < 50; ++v) {
+        pinned.x[v] = static_cast<double>(seq.Next(2000)) / 7.0;
+        pinned.y[v] = static_cast<double>(seq.Next(2000)) / 3.0;
+        pinned.fixed[v] = v % 9 == 0;
+        if (v > 0) {
+            pinned.links.push_back({1 + seq.Next(v), v + 1, 40});
+        }
+    }
+    out.push_back(pinned);
+    // Large enough for the force layout's threads and vector walk.
+    Spec large = Nodes("large", 1300);
+    for (int v = 2; v <= 1300; ++v) {
+        large.links.push_back({1 + seq.Next(v - 1), v, 40});
+    }
+    for (int e = 0; e < 200; ++e) {
+        large.links.push_back({1 + seq.Next(1300), 1 + seq.Next(1300), 40});
+    }
+    large.threads = 2;
+    large.forceOnly = true;
+    out.push_back(large);
+    return out;
+}
+
+bool ReadEdgeList(const char* path, Spec& spec) {
+    std::ifstream in(path);
+    if (!in) {
+        return false;
+    }
+    std::map<std::string, int> ids;
+    auto id = [&](const std::string& key) {
+        auto found = ids.emplace(key, static_cast<int>(ids.size()) + 1);
+        return found.first->second;
+    };
+    spec.name = path;
+    spec.name.erase(0, spec.name.find_last_of("/\\") + 1);
+    std::string line;
+    while (std::getline(in, line)) {
+        std::istringstream words(line.substr(0, line.find('#')));
+        std::string a, b;
+        int length = 40;
+        if (words >> a >> b) {
+            words >> length;
+            const int from = id(a);
+            spec.links.push_back({from, id(b), length});
+        }
+    }
+    spec.x.assign(ids.size(), 0.0);
+    spec.y.assign(ids.size(), 0.0);
+    spec.fixed.assign(ids.size(), false);
+    return true;
+}
+
+void Run(const Spec& spec, int type, int distance) {
+    // The parameters as a host writes them: Layout must overwrite the distance.
+    g_dLayoutDistance = 1.0;
+    CNetworkGraph graph;
+    graph.SetLayoutThreads(spec.threads);
+    for (std::size_t v = 0; v < spec.x.size(); ++v) {
+        graph.AddNode(static_cast<int>(v) + 1, spec.x[v], spec.y[v], spec.fixed[v]);
+    }
+    int edgeId = 0;
+    for (const Spec::Link& link : spec.links) {
+        ++edgeId;
+        graph.AddEdge(edgeId, link.from, link.to, link.length, 100 * link.from + edgeId,
+                      100 * link.to + edgeId, edgeId % 2 == 0);
+    }
+    graph.Layout(distance, type, 3 * distance);
+
+    std::printf("graph %s type %d distance %d work %" PRId64 "\n", spec.name.c_str(), type,
+                distance, graph.GetLayoutWorkDone());
+    std::printf("params %016" PRIx64 " %016" PRIx64 " %016" PRIx64 " %016" PRIx64 "\n",
+                Bits(g_dLayoutDistance), Bits(g_dLayoutDistanceSqr), Bits(g_dColumnSpacing),
+                Bits(g_dLayerSpacing));
+    for (const auto& entry : graph.GetNodeMap()) {
+        double x = 0.0;
+        double y = 0.0;
+        int row = -1;
+        int col = -1;
+        graph.GetNodePosition(entry.first, x, y);
+        graph.GetNodePhyPosition(entry.first, row, col);
+        std::printf("n %d %016" PRIx64 " %016" PRIx64 " %d %d\n", entry.first, Bits(x), Bits(y),
+                    row, col);
+    }
+    for (const auto& entry : graph.GetEdgeMap()) {
+        const CEdge* edge = entry.second;
+        int side[2] = {-1, -1};
+        int slot[2] = {-1, -1};
+        graph.GetSubNodePosition(edge->GetSourceNode()->GetID(), edge->GetSourceSubNodeID(),
+                                 side[0], slot[0]);
+        graph.GetSubNodePosition(edge->GetDestNode()->GetID(), edge->GetDestSubNodeID(), side[1],
+                                 slot[1]);
+        std::printf("e %d %d %d %d %d\n", entry.first, side[0], slot[0], side[1], slot[1]);
+    }
+    std::printf("order");
+    for (int id : graph.GetSortedEdges()) {
+        std::printf(" %d", id);
+    }
+    std::printf("\nin-graph");
+    for (int index : graph.GetSortedEdgesInGraph()) {
+        std::printf(" %d", index);
+    }
+    const CRect bounds = graph.GetBoundRect();
+    std::printf("\nbounds %d %d %d %d\n", bounds.left, bounds.top, bounds.right, bounds.bottom);
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    std::vector<Spec> corpus;
+    for (int i = 1; i < argc; ++i) {
+        Spec spec;
+        if (!ReadEdgeList(argv[i], spec)) {
+            std::fprintf(stderr, "platform_host: cannot read %s\n", argv[i]);
+            return 2;
+        }
+        corpus.push_back(spec);
+    }
+    for (const Spec& spec : Generated()) {
+        corpus.push_back(spec);
+    }
+    const int types[] = {CNetworkGraph::m_iForceDirectedLayout, CNetworkGraph::m_iTreeLayout,
+                         CNetworkGraph::m_iRadiantLayout, CNetworkGraph::m_iHierarchyLayout};
+    const int distances[] = {30, 40, 75};
+    for (const Spec& spec : corpus) {
+        for (int type : types) {
+            if (spec.forceOnly && type != CNetworkGraph::m_iForceDirectedLayout) {
+                continue;
+            }
+            for (int distance : distances) {
+                Run(spec, type, distance);
+            }
+        }
+    }
+    return 0;
+}
