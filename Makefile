@@ -1,7 +1,7 @@
 # The two everyday commands: `make demo` and `make test`.
 JOBS ?= $(shell nproc 2>/dev/null || echo 2)
 
-.PHONY: demo test test-wasm wasm fuzz bench format deps clean
+.PHONY: demo test test-wasm test-platforms wasm fuzz bench format deps clean
 
 deps:
 	@./scripts/ensure-deps.sh
@@ -33,6 +33,7 @@ test: deps
 	cmake --build build/python -j $(JOBS)
 	cd build/python && ctest --output-on-failure
 	@$(MAKE) --no-print-directory test-wasm
+	@$(MAKE) --no-print-directory test-platforms
 
 # The WebAssembly package (js/): the library compiled with Emscripten into
 # js/dist/netloom_wasm.mjs and .wasm. Debian's Emscripten runs its JavaScript
@@ -53,6 +54,18 @@ test-wasm:
 	    $(MAKE) --no-print-directory wasm && \
 	    NETLOOM_NATIVE_TWIN=$(CURDIR)/build/test/tests/native_twin node --test js/test/ && \
 	    /usr/bin/python3 js/test/browser_test.py build/wasm/demo.png; \
+	fi
+
+# The same bits on every platform we claim: the library and a host that prints
+# every output bit, built for 32-bit x86 Linux, 64-bit ARM Linux (qemu-user)
+# and Windows x86-64 and i686 (MinGW-w64 DLLs, run under wine), compared with
+# the native build; and the library's tests on 64-bit ARM under qemu. A target
+# whose tools are missing is reported as skipped.
+test-platforms:
+	@if ./scripts/ensure-deps.sh platforms; then \
+	    JOBS=$(JOBS) ./scripts/test-platforms.sh build/platforms; \
+	else \
+	    echo "SKIPPED: the cross-platform check: its compilers, qemu and wine are not installed (see above)"; \
 	fi
 
 # Builds the libFuzzer targets with clang and runs each for FUZZ_SECONDS on its

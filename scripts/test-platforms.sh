@@ -1,0 +1,186 @@
+#!/usr/bin/env bash
+# Builds the library and tests/platforms/platform_host for each target we
+# claim, runs the host (natively, under qemu-user or under wine), and compares
+# its output (every bit of every layout of one corpus) with the native build's.
+# Then builds the library's tests for 64-bit ARM and runs them under qemu.
+#
+#   scripts/test-platforms.sh [build-dir]      (default build/platforms)
+#
+# A target whose compiler or runner is missing is reported SKIPPED with the
+# reason, never as passed. The exit status is non-zero when a target that ran
+# differs from the native output or fails to build or run.
+set -uo pipefail
+
+root=$(cd "$(dirname "$0")/.." && pwd)
+out=${1:-$root/build/platforms}
+jobs=${JOBS:-2}
+mkdir -p "$out"
+out=$(cd "$out" && pwd)
+failures=0
+summary=()
+
+note() { summary+=("$1"); echo "$1"; }
+
+# The corpus: the sample networks as edge lists, next to the host's own graphs.
+corpus="$out/corpus"
+rm -rf "$corpus" && mkdir -p "$corpus"
+cp "$root/examples/services.edgelist" "$corpus/"
+python3 - "$root/examples" "$corpus" <<'EOF'
+import json, pathlib, sys
+import xml.etree.ElementTree as ET
+src, dst = pathlib.Path(sys.argv[1]), pathlib.Path(sys.argv[2])
+for path in sorted(src.glob("*.json")):
+    data = json.loads(path.read_text())
+    lines = [f"{l['source']} {l['target']}" for l in data.get("links", data.get("edges", []))]
+    (dst / (path.stem + ".edgelist")).write_text("\n".join(lines) + "\n")
+ns = "{http://graphml.graphdrawing.org/xmlns}"
+for path in sorted(src.glob("*.graphml")):
+    edges = ET.parse(path).getroot().iter(ns + "edge")
+    lines = [f"{e.get('source')} {e.get('target')}" for e in edges]
+    (dst / (path.stem + ".edgelist")).write_text("\n".join(lines) + "\n")
+EOF
+corpus_files=("$corpus"/*.edgelist)
+
+# configure_build NAME [cmake args...]: the library and the host, Release.
+configure_build() {
+    local name=$1
+    shift
+    local dir="$out/$name"
+    if ! cmake -S "$root" -B "$dir" -DCMAKE_BUILD_TYPE=Release -DNETLOOM_BUILD_TESTS=OFF \
+            -DNETLOOM_BUILD_TOOLS=OFF -DNETLOOM_BUILD_EXAMPLES=OFF \
+            -DNETLOOM_BUILD_PLATFORM_HOST=ON "$@" >"$dir.configure.log" 2>&1 ||
+       ! cmake --build "$dir" --target platform_host -j "$jobs" >"$dir.build.log" 2>&1; then
+        note "FAILED: $name: build (see $dir.configure.log and $dir.build.log)"
+        failures=$((failures + 1))
+        return 1
+    fi
+}
+
+# compare NAME FILE: the target's output against the native one.
+compare() {
+    local name=$1 file=$2
+    if cmp -s "$out/native.txt" "$file"; then
+        note "PASSED: $name: $(grep -c '^graph ' "$file") layouts, every bit as native"
+    else
+        local total differ
+        total=$(grep -c '^graph ' "$out/native.txt")
+        differ=$(diff <(awk '/^graph /{g=$0} {print g "\t" $0}' "$out/native.txt") \
+                      <(awk '/^graph /{g=$0} {print g "\t" $0}' "$file") |
+                 grep '^[<>]' | cut -f1 | cut -c3- | sort -u | wc -l)
+        note "FAILED: $name: $differ of $total layouts differ from native ($file)"
+        failures=$((failures + 1))
+    fi
+}
+
+# run_target NAME RUNNER... : runs the built host with the corpus.
+run_target() {
+    local name=$1
+    shift
+    local exe="$out/$name/tests/platforms/platform_host"
+    [ -f "$exe.exe" ] && exe="$exe.exe"
+    if ! "$@" "$exe" "${corpus_files[@]}" 2>"$out/$name.run.log" | tr -d '\r' >"$out/$name.txt"; then
+        note "FAILED: $name: the host did not run (see $out/$name.run.log)"
+        failures=$((failures + 1))
+        return 1
+    fi
+    compare "$name" "$out/$name.txt"
+    # x86: the force layout's group walk capped at each narrower width too.
+    case $name in
+    linux-i686 | windows-*)
+        for cap in 1 2 4; do
+            NETLOOM_LANES=$cap "$@" "$exe" "${corpus_files[@]}" 2>>"$out/$name.run.log" |
+                tr -d '\r' >"$out/$name.lanes$cap.txt"
+            compare "$name, walk of at most $cap lanes" "$out/$name.lanes$cap.txt"
+        done
+        ;;
+    esac
+}
+
+have() { command -v "$1" >/dev/null 2>&1; }
+
+# Native: the reference.
+if ! configure_build native; then
+    exit 1
+fi
+"$out/native/tests/platforms/platform_host" "${corpus_files[@]}" >"$out/native.txt" || exit 1
+note "native: $(grep -c '^graph ' "$out/native.txt") layouts of $((${#corpus_files[@]} + 6)) graphs"
+
+# 32-bit x86 Linux, configured like a -m32 build: a 32-bit compiler while the
+# build machine's processor name still says x86_64. Its default is x87
+# arithmetic; the build must switch to SSE2 by itself. The host runs natively
+# through the cross root's loader where the kernel runs 32-bit programs.
+if ! have i686-linux-gnu-g++; then
+    note "SKIPPED: linux-i686 because i686-linux-gnu-g++ is not installed (apt-get install g++-i686-linux-gnu)"
+elif configure_build linux-i686 -DCMAKE_CXX_COMPILER=i686-linux-gnu-g++; then
+    loader=/usr/i686-linux-gnu/lib/ld-linux.so.2
+    if "$loader" --help >/dev/null 2>&1; then
+        run_target linux-i686 "$loader" --library-path "/usr/i686-linux-gnu/lib:$out/linux-i686/src"
+    elif have qemu-i386; then
+        run_target linux-i686 qemu-i386 -L /usr/i686-linux-gnu
+    else
+        note "SKIPPED: linux-i686 run because this kernel runs no 32-bit programs and qemu-i386 is missing"
+    fi
+fi
+
+# 64-bit ARM Linux under qemu-user.
+if ! have aarch64-linux-gnu-g++ || ! have qemu-aarch64; then
+    note "SKIPPED: linux-aarch64 because aarch64-linux-gnu-g++ or qemu-aarch64 is not installed (apt-get install g++-aarch64-linux-gnu qemu-user)"
+elif configure_build linux-aarch64 -DCMAKE_TOOLCHAIN_FILE="$root/cmake/toolchain-linux-aarch64.cmake"; then
+    run_target linux-aarch64 qemu-aarch64 -L /usr/aarch64-linux-gnu
+fi
+
+# Windows: the DLL with MinGW-w64 (win32 thread model), run under wine.
+export WINEPREFIX="$out/wine" WINEDEBUG=-all WINEDLLOVERRIDES="mscoree,mshtml="
+for arch in x86_64 i686; do
+    name=windows-$arch
+    if ! have $arch-w64-mingw32-g++; then
+        note "SKIPPED: $name because $arch-w64-mingw32-g++ is not installed (apt-get install g++-mingw-w64-${arch//_/-})"
+        continue
+    fi
+    configure_build $name -DCMAKE_TOOLCHAIN_FILE="$root/cmake/toolchain-mingw-$arch.cmake" || continue
+    runtime=$(dirname "$($arch-w64-mingw32-g++ -print-libgcc-file-name)")
+    export WINEPATH="$(winepath -w "$runtime" 2>/dev/null);$(winepath -w "$out/$name/src" 2>/dev/null)"
+    if ! have wine; then
+        note "SKIPPED: $name run because wine is not installed (apt-get install wine wine64); the DLL was built"
+    elif [ $arch = i686 ] && ! dpkg-query -W -f='${Status}' wine32:i386 2>/dev/null | grep -q "ok installed"; then
+        note "SKIPPED: $name run because wine cannot run 32-bit programs here (wine32 needs the i386 architecture: dpkg --add-architecture i386; apt-get install wine32:i386); the DLL and host were built"
+    else
+        run_target $name wine
+    fi
+done
+
+# The library's tests on 64-bit ARM under qemu, GoogleTest built from Debian's sources.
+if [ "${NETLOOM_PLATFORM_CTEST:-1}" = 1 ] && have aarch64-linux-gnu-g++ && have qemu-aarch64 &&
+   [ -d /usr/src/googletest ]; then
+    gtest="$out/aarch64-gtest"
+    toolchain="$root/cmake/toolchain-linux-aarch64.cmake"
+    if cmake -S /usr/src/googletest -B "$gtest/build" -DCMAKE_TOOLCHAIN_FILE="$toolchain" \
+             -DCMAKE_BUILD_TYPE=Release -DCMAKE_INSTALL_PREFIX="$gtest/prefix" \
+             >"$gtest.log" 2>&1 &&
+       cmake --build "$gtest/build" -j "$jobs" >>"$gtest.log" 2>&1 &&
+       cmake --install "$gtest/build" >>"$gtest.log" 2>&1 &&
+       cmake -S "$root" -B "$out/aarch64-tests" -DCMAKE_TOOLCHAIN_FILE="$toolchain" \
+             -DCMAKE_BUILD_TYPE=Release -DNETLOOM_BUILD_TESTS=ON -DNETLOOM_BUILD_TOOLS=OFF \
+             -DNETLOOM_BUILD_EXAMPLES=OFF -DGTest_DIR="$gtest/prefix/lib/cmake/GTest" \
+             >"$out/aarch64-tests.log" 2>&1 &&
+       cmake --build "$out/aarch64-tests" -j "$jobs" >>"$out/aarch64-tests.log" 2>&1; then
+        # install_consumer builds a project with the build machine's cmake: not a target test.
+        if (cd "$out/aarch64-tests" && ctest -j "$jobs" -E install_consumer \
+                --output-on-failure >>"$out/aarch64-tests.log" 2>&1); then
+            note "PASSED: linux-aarch64 ctest: $(grep -o '[0-9]* tests passed' "$out/aarch64-tests.log" | tail -1 || true) under qemu"
+        else
+            note "FAILED: linux-aarch64 ctest (see $out/aarch64-tests.log)"
+            failures=$((failures + 1))
+        fi
+    else
+        note "FAILED: linux-aarch64 ctest: build (see $gtest.log and $out/aarch64-tests.log)"
+        failures=$((failures + 1))
+    fi
+elif [ "${NETLOOM_PLATFORM_CTEST:-1}" = 1 ]; then
+    note "SKIPPED: linux-aarch64 ctest because the cross compiler, qemu-aarch64 or /usr/src/googletest is missing"
+fi
+
+echo
+echo "Platforms:"
+printf '  %s\n' "${summary[@]}"
+exit $((failures > 0))
