@@ -4,9 +4,13 @@
 // host reads them. scripts/test-platforms.sh compares the output of each
 // target with the native build's.
 //
-//   platform_host [edge-list files...]
+//   platform_host GRAPH-FILE...
 //
-// An edge list has one edge a line, "FROM TO [LENGTH]", '#' starting a comment.
+// A graph file has one edge a line, "FROM TO [LENGTH]", and these lines:
+//   @node NAME X Y FIXED   a node's start position, fixed when FIXED is 1
+//   @threads N             the force layout's threads (default 1)
+//   @force-only            lay the graph out with the force layout only
+// '#' starts a comment. Nodes take ids 1, 2, ... in the order they appear.
 
 #include <netloom/netloom.h>
 
@@ -40,83 +44,7 @@ std::uint64_t Bits(double v) {
     return b;
 }
 
-// A fixed linear congruential sequence, the same on every platform.
-struct Sequence {
-    std::uint64_t state;
-    int Next(int bound) {
-        state = state * 6364136223846793005ULL + 1442695040888963407ULL;
-        return static_cast<int>((state >> 33) % static_cast<std::uint64_t>(bound));
-    }
-};
-
-Spec Nodes(const std::string& name, int n) {
-    Spec s;
-    s.name = name;
-    s.x.assign(n, 0.0);
-    s.y.assign(n, 0.0);
-    s.fixed.assign(n, false);
-    return s;
-}
-
-// Random trees and sparse graphs of several components, a grid, a star, and
-// one graph with fixed nodes at given places.
-std::vector<Spec> Generated() {
-    std::vector<Spec> out;
-    Sequence seq{35};
-    Spec tree = Nodes("tree", 70);
-    for (int v = 2; v <= 70; ++v) {
-        tree.links.push_back({1 + seq.Next(v - 1), v, 20 + seq.Next(60)});
-    }
-    out.push_back(tree);
-    Spec sparse = Nodes("sparse", 120);
-    for (int e = 0; e < 150; ++e) {
-        const int a = 1 + seq.Next(120);
-        const int b = 1 + seq.Next(120);
-        if (a != b) {
-            sparse.links.push_back({a, b, 40});
-        }
-    }
-    out.push_back(sparse);
-    Spec grid = Nodes("grid", 64);
-    for (int v = 0; v < 64; ++v) {
-        if (v % 8 != 7) {
-            grid.links.push_back({v + 1, v + 2, 30});
-        }
-        if (v < 56) {
-            grid.links.push_back({v + 1, v + 9, 30});
-        }
-    }
-    out.push_back(grid);
-    Spec star = Nodes("star", 41);
-    for (int v = 2; v <= 41; ++v) {
-        star.links.push_back({1, v, 25 + v});
-    }
-    out.push_back(star);
-    Spec pinned = Nodes("pinned", 50);
-    for (int v = 0; v < 50; ++v) {
-        pinned.x[v] = static_cast<double>(seq.Next(2000)) / 7.0;
-        pinned.y[v] = static_cast<double>(seq.Next(2000)) / 3.0;
-        pinned.fixed[v] = v % 9 == 0;
-        if (v > 0) {
-            pinned.links.push_back({1 + seq.Next(v), v + 1, 40});
-        }
-    }
-    out.push_back(pinned);
-    // Large enough for the force layout's threads and vector walk.
-    Spec large = Nodes("large", 1300);
-    for (int v = 2; v <= 1300; ++v) {
-        large.links.push_back({1 + seq.Next(v - 1), v, 40});
-    }
-    for (int e = 0; e < 200; ++e) {
-        large.links.push_back({1 + seq.Next(1300), 1 + seq.Next(1300), 40});
-    }
-    large.threads = 2;
-    large.forceOnly = true;
-    out.push_back(large);
-    return out;
-}
-
-bool ReadEdgeList(const char* path, Spec& spec) {
+bool ReadGraph(const char* path, Spec& spec) {
     std::ifstream in(path);
     if (!in) {
         return false;
@@ -124,6 +52,11 @@ bool ReadEdgeList(const char* path, Spec& spec) {
     std::map<std::string, int> ids;
     auto id = [&](const std::string& key) {
         auto found = ids.emplace(key, static_cast<int>(ids.size()) + 1);
+        if (found.second) {
+            spec.x.push_back(0.0);
+            spec.y.push_back(0.0);
+            spec.fixed.push_back(false);
+        }
         return found.first->second;
     };
     spec.name = path;
@@ -132,16 +65,26 @@ bool ReadEdgeList(const char* path, Spec& spec) {
     while (std::getline(in, line)) {
         std::istringstream words(line.substr(0, line.find('#')));
         std::string a, b;
-        int length = 40;
-        if (words >> a >> b) {
+        if (!(words >> a)) {
+            continue;
+        }
+        if (a == "@node") {
+            int fixed = 0;
+            words >> b;
+            const int v = id(b) - 1;
+            words >> spec.x[v] >> spec.y[v] >> fixed;
+            spec.fixed[v] = fixed != 0;
+        } else if (a == "@threads") {
+            words >> spec.threads;
+        } else if (a == "@force-only") {
+            spec.forceOnly = true;
+        } else if (words >> b) {
+            int length = 40;
             words >> length;
             const int from = id(a);
             spec.links.push_back({from, id(b), length});
         }
     }
-    spec.x.assign(ids.size(), 0.0);
-    spec.y.assign(ids.size(), 0.0);
-    spec.fixed.assign(ids.size(), false);
     return true;
 }
 
@@ -204,13 +147,10 @@ int main(int argc, char** argv) {
     std::vector<Spec> corpus;
     for (int i = 1; i < argc; ++i) {
         Spec spec;
-        if (!ReadEdgeList(argv[i], spec)) {
+        if (!ReadGraph(argv[i], spec)) {
             std::fprintf(stderr, "platform_host: cannot read %s\n", argv[i]);
             return 2;
         }
-        corpus.push_back(spec);
-    }
-    for (const Spec& spec : Generated()) {
         corpus.push_back(spec);
     }
     const int types[] = {CNetworkGraph::m_iForceDirectedLayout, CNetworkGraph::m_iTreeLayout,
