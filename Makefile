@@ -1,7 +1,7 @@
 # The two everyday commands: `make demo` and `make test`.
 JOBS ?= $(shell nproc 2>/dev/null || echo 2)
 
-.PHONY: demo test test-wasm test-package package wasm fuzz bench format deps clean
+.PHONY: demo test test-wasm test-package test-platforms package wasm fuzz bench format deps clean
 
 deps:
 	@./scripts/ensure-deps.sh
@@ -34,6 +34,7 @@ test: deps
 	cd build/python && ctest --output-on-failure
 	@$(MAKE) --no-print-directory test-package
 	@$(MAKE) --no-print-directory test-wasm
+	@$(MAKE) --no-print-directory test-platforms
 
 # Debian packages of the library in build/package/packages/: libnetloom0 (the
 # shared library) and libnetloom-dev (headers, CMake package, pkg-config file).
@@ -71,6 +72,18 @@ test-wasm:
 	    NETLOOM_NATIVE_TWIN=$(CURDIR)/build/test/tests/native_twin node --test js/test/ && \
 	    /usr/bin/python3 js/test/browser_test.py build/wasm/demo.png && \
 	    /usr/bin/python3 js/test/package_test.py; \
+	fi
+
+# The same bits on every platform we claim: the library and a host that prints
+# every output bit, built for 32-bit x86 Linux, 64-bit ARM Linux (qemu-user)
+# and Windows x86-64 and i686 (MinGW-w64 DLLs, run under wine), compared with
+# the native build; and the library's tests on 64-bit ARM under qemu. A target
+# whose tools are missing is reported as skipped.
+test-platforms:
+	@if ./scripts/ensure-deps.sh platforms; then \
+	    JOBS=$(JOBS) ./scripts/test-platforms.sh build/platforms; \
+	else \
+	    echo "SKIPPED: the cross-platform check: its compilers, qemu and wine are not installed (see above)"; \
 	fi
 
 # Builds the libFuzzer targets with clang and runs each for FUZZ_SECONDS on its

@@ -3,13 +3,88 @@
 #include <algorithm>
 #include <system_error>
 
+#if defined(NETLOOM_POOL_WIN32)
+#ifndef NOMINMAX
+#define NOMINMAX
+#endif
+#ifndef WIN32_LEAN_AND_MEAN
+#define WIN32_LEAN_AND_MEAN
+#endif
+#include <process.h>
+#include <windows.h>
+#endif
+
 namespace netloom::force {
+
+#if defined(NETLOOM_POOL_WIN32)
+static_assert(sizeof(SRWLOCK) == sizeof(void*) && sizeof(CONDITION_VARIABLE) == sizeof(void*),
+              "the pool keeps an SRWLOCK or CONDITION_VARIABLE in one pointer");
+
+void PoolMutex::lock() {
+    AcquireSRWLockExclusive(reinterpret_cast<PSRWLOCK>(&m_pLock));
+}
+void PoolMutex::unlock() {
+    ReleaseSRWLockExclusive(reinterpret_cast<PSRWLOCK>(&m_pLock));
+}
+void PoolCondition::notify_one() {
+    WakeConditionVariable(reinterpret_cast<PCONDITION_VARIABLE>(&m_pCondition));
+}
+void PoolCondition::notify_all() {
+    WakeAllConditionVariable(reinterpret_cast<PCONDITION_VARIABLE>(&m_pCondition));
+}
+void PoolCondition::Wait(PoolMutex& mutex) {
+    SleepConditionVariableSRW(reinterpret_cast<PCONDITION_VARIABLE>(&m_pCondition),
+                              reinterpret_cast<PSRWLOCK>(&mutex.m_pLock), INFINITE, 0);
+}
+
+struct PoolEntry {
+    static unsigned __stdcall Serve(void* pool) {
+        static_cast<WorkerPool*>(pool)->Serve();
+        return 0;
+    }
+};
+
+bool WorkerPool::StartHelper() {
+    const std::uintptr_t handle = _beginthreadex(nullptr, 0, PoolEntry::Serve, this, 0, nullptr);
+    if (handle == 0) {
+        return false;
+    }
+    m_vecHelpers.push_back(reinterpret_cast<void*>(handle));
+    return true;
+}
+
+void WorkerPool::JoinHelpers() {
+    for (PoolThread helper : m_vecHelpers) {
+        WaitForSingleObject(helper, INFINITE);
+        CloseHandle(helper);
+    }
+}
+#else
+bool WorkerPool::StartHelper() {
+    try {
+        m_vecHelpers.emplace_back([this]() { Serve(); });
+    } catch (const std::system_error&) {
+        return false; // no more threads: the ones running take every block
+    }
+    return true;
+}
+
+void WorkerPool::JoinHelpers() {
+    for (std::thread& helper : m_vecHelpers) {
+        helper.join();
+    }
+}
+#endif
 
 int LayoutThreads(int setting) {
     if (setting > 0) {
         return setting;
     }
+#if defined(NETLOOM_POOL_WIN32)
+    const unsigned hardware = GetActiveProcessorCount(ALL_PROCESSOR_GROUPS);
+#else
     const unsigned hardware = std::thread::hardware_concurrency();
+#endif
     return hardware == 0 ? 1 : static_cast<int>(hardware);
 }
 
@@ -17,13 +92,11 @@ WorkerPool::WorkerPool(int threads) : m_iThreads(std::max(threads, 1)) {}
 
 WorkerPool::~WorkerPool() {
     {
-        std::lock_guard<std::mutex> lock(m_mutex);
+        std::lock_guard<PoolMutex> lock(m_mutex);
         m_bStop = true;
     }
     m_wake.notify_all();
-    for (std::thread& helper : m_vecHelpers) {
-        helper.join();
-    }
+    JoinHelpers();
 }
 
 void WorkerPool::Run(std::size_t count, std::size_t block,
@@ -36,16 +109,11 @@ void WorkerPool::Run(std::size_t count, std::size_t block,
         return;
     }
     if (m_vecHelpers.empty()) {
-        for (int t = 1; t < m_iThreads; ++t) {
-            try {
-                m_vecHelpers.emplace_back([this]() { Serve(); });
-            } catch (const std::system_error&) {
-                break; // no more threads: the ones running take every block
-            }
+        for (int t = 1; t < m_iThreads && StartHelper(); ++t) {
         }
     }
     {
-        std::lock_guard<std::mutex> lock(m_mutex);
+        std::lock_guard<PoolMutex> lock(m_mutex);
         m_pWork = &work;
         m_params = LayoutParams::Current();
         m_nCount = count;
@@ -56,7 +124,7 @@ void WorkerPool::Run(std::size_t count, std::size_t block,
     }
     m_wake.notify_all();
     TakeBlocks();
-    std::unique_lock<std::mutex> lock(m_mutex);
+    std::unique_lock<PoolMutex> lock(m_mutex);
     m_done.wait(lock, [this]() { return m_nBusy == 0; });
     m_pWork = nullptr;
 }
@@ -68,7 +136,7 @@ void WorkerPool::TakeBlocks() {
         std::size_t end = 0;
         const std::function<void(std::size_t, std::size_t)>* work = nullptr;
         {
-            std::lock_guard<std::mutex> lock(m_mutex);
+            std::lock_guard<PoolMutex> lock(m_mutex);
             begin = m_nNextBlock * m_nBlock;
             if (m_pWork == nullptr || begin >= m_nCount) {
                 return;
@@ -86,7 +154,7 @@ void WorkerPool::Serve() {
     for (;;) {
         LayoutParams params{};
         {
-            std::unique_lock<std::mutex> lock(m_mutex);
+            std::unique_lock<PoolMutex> lock(m_mutex);
             m_wake.wait(lock, [&]() { return m_bStop || m_nGeneration != seen; });
             if (m_bStop) {
                 return;
@@ -96,7 +164,7 @@ void WorkerPool::Serve() {
         }
         params.Apply(); // the parameters are per thread
         TakeBlocks();
-        std::lock_guard<std::mutex> lock(m_mutex);
+        std::lock_guard<PoolMutex> lock(m_mutex);
         if (--m_nBusy == 0) {
             m_done.notify_one();
         }

@@ -2,15 +2,53 @@
 
 #include "pipeline/layout_params.h"
 
-#include <condition_variable>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <mutex>
-#include <thread>
 #include <vector>
 
+// MinGW's win32 thread model has no std::thread, std::mutex or
+// std::condition_variable; the pool then uses the Windows primitives directly.
+#if defined(_WIN32) && defined(__GLIBCXX__) && !defined(_GLIBCXX_HAS_GTHREADS)
+#define NETLOOM_POOL_WIN32 1
+#else
+#include <condition_variable>
+#include <thread>
+#endif
+
 namespace netloom::force {
+
+#if defined(NETLOOM_POOL_WIN32)
+// An SRWLOCK and a CONDITION_VARIABLE, each one pointer, zero when initialised.
+class PoolMutex {
+public:
+    void lock();
+    void unlock();
+    void* m_pLock = nullptr;
+};
+
+class PoolCondition {
+public:
+    void notify_one();
+    void notify_all();
+    template <class Predicate> void wait(std::unique_lock<PoolMutex>& lock, Predicate ready) {
+        while (!ready()) {
+            Wait(*lock.mutex());
+        }
+    }
+
+private:
+    void Wait(PoolMutex& mutex);
+    void* m_pCondition = nullptr;
+};
+
+using PoolThread = void*; // the thread's HANDLE
+#else
+using PoolMutex = std::mutex;
+using PoolCondition = std::condition_variable;
+using PoolThread = std::thread;
+#endif
 
 // The number of threads a layout may use: `setting`, or one per hardware thread
 // when that is 0 or below.
@@ -38,14 +76,19 @@ public:
              const std::function<void(std::size_t, std::size_t)>& work);
 
 private:
+#if defined(NETLOOM_POOL_WIN32)
+    friend struct PoolEntry;
+#endif
     void Serve();
     void TakeBlocks();
+    bool StartHelper();
+    void JoinHelpers();
 
     int m_iThreads;
-    std::vector<std::thread> m_vecHelpers;
-    std::mutex m_mutex;
-    std::condition_variable m_wake;
-    std::condition_variable m_done;
+    std::vector<PoolThread> m_vecHelpers;
+    PoolMutex m_mutex;
+    PoolCondition m_wake;
+    PoolCondition m_done;
     const std::function<void(std::size_t, std::size_t)>* m_pWork = nullptr;
     std::size_t m_nCount = 0;
     LayoutParams m_params{}; // the calling thread's, for the helpers
