@@ -48,7 +48,6 @@ public:
     ~CQuadTree();
 
     CQuadNode* GetRoot() const { return m_pRoot; }
-    CConnectedGraph* GetGraph() const { return m_pGraph; }
     // Deletes every cell and releases the pool; the root becomes null.
     void Clear();
     // Inserts a node below a cell; with a null cell the node becomes the root leaf.
@@ -59,9 +58,6 @@ public:
     // node. Leaves repel with the squared natural length the parent graph keeps
     // for the pair, far cells as one charge of D squared per node at their centre.
     void SumRepulsion(CNode* node, CQuadNode* cell, double& fx, double& fy) const;
-
-    // Number of cells handed out by the pool since the last build.
-    std::size_t GetCellCount() const { return m_nUsed; }
 
 private:
     friend class CQuadNode;
