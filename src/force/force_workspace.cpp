@@ -1,6 +1,5 @@
 #include "force/force_workspace.h"
 
-#include <netloom/detail/flat_hash_map.h>
 #include <netloom/edge.h>
 #include <netloom/network_graph.h>
 #include <netloom/params.h>
@@ -8,6 +7,7 @@
 #include "force/force_math.h"
 #include "force/quad_geometry.h"
 #include "force/worker_pool.h"
+#include "graph/flat_hash_map.h"
 #include "graph/point_bounds.h"
 #include "graph/truncate.h"
 
