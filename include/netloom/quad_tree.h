@@ -3,14 +3,16 @@
 #include <netloom/export.h>
 #include <netloom/rect.h>
 
-#include <cstddef>
 #include <cstdint>
 #include <memory>
-#include <vector>
 
 class CConnectedGraph;
 class CNode;
 class CQuadTree;
+
+namespace netloom::force {
+class QuadCells;
+} // namespace netloom::force
 
 // One cell of the quadrant tree: a square of integer coordinates that holds one
 // node (a leaf), or is split into four quadrants, or is too narrow to split.
@@ -42,7 +44,7 @@ public:
 // enough.
 class NETLOOM_API CQuadTree {
 public:
-    CQuadTree() = default;
+    CQuadTree();
     CQuadTree(const CQuadTree&) = delete;
     CQuadTree& operator=(const CQuadTree&) = delete;
     ~CQuadTree();
@@ -62,17 +64,8 @@ public:
 private:
     friend class CQuadNode;
     friend class CConnectedGraph;
-    friend class CForceWorkspace;
-
-    CQuadNode* NewCell();
-    // Returns every cell to the pool without freeing memory.
-    void RecycleCells();
-    void InsertAt(CNode* node, int index, double x, double y, CQuadNode* cell);
-
-    static constexpr std::size_t kBlockCells = 4096;
 
     CConnectedGraph* m_pGraph = nullptr;
     CQuadNode* m_pRoot = nullptr;
-    std::vector<std::unique_ptr<CQuadNode[]>> m_vecBlocks;
-    std::size_t m_nUsed = 0;
+    std::unique_ptr<netloom::force::QuadCells> m_pCells;
 };

@@ -185,7 +185,7 @@ CRect CForceWorkspace::RootCell() {
     return bound;
 }
 
-void CForceWorkspace::BuildTree(CQuadTree& tree) {
+void CForceWorkspace::BuildTree() {
     if (m_nCount == 0) {
         return;
     }
@@ -204,31 +204,28 @@ void CForceWorkspace::BuildTree(CQuadTree& tree) {
         return;
     }
     // Saturated cells: insert node by node.
-    InsertAll(tree, bound);
-    m_flatTree.Flatten(tree.GetRoot());
-    OrderByTree(tree.GetRoot());
+    const CQuadNode* root = InsertAll(m_cells, bound);
+    m_flatTree.Flatten(root);
+    OrderByTree(root);
 }
 
-void CForceWorkspace::BuildPointerTree(CQuadTree& tree) {
-    if (m_nCount != 0) {
-        InsertAll(tree, RootCell());
-    }
+CQuadNode* CForceWorkspace::BuildPointerTree(netloom::force::QuadCells& cells) {
+    return m_nCount == 0 ? nullptr : InsertAll(cells, RootCell());
 }
 
 // The tree's own construction: nodes inserted one by one in ascending id order.
-void CForceWorkspace::InsertAll(CQuadTree& tree, const CRect& bound) {
-    tree.RecycleCells();
-    tree.m_pGraph = &m_graph;
+CQuadNode* CForceWorkspace::InsertAll(netloom::force::QuadCells& cells, const CRect& bound) {
+    cells.Recycle();
     const std::int32_t first = m_vecIdOrder[0];
-    tree.InsertAt(m_vecNodes[first], first, m_vecX[first], m_vecY[first], nullptr);
-    CQuadNode* root = tree.m_pRoot;
+    CQuadNode* root = cells.Insert(m_vecNodes[first], first, m_vecX[first], m_vecY[first], nullptr);
     root->m_rcCell = bound;
     for (std::size_t rank = 1; rank < m_nCount; ++rank) {
         const std::int32_t i = m_vecIdOrder[rank];
-        tree.InsertAt(m_vecNodes[i], i, m_vecX[i], m_vecY[i], root);
+        cells.Insert(m_vecNodes[i], i, m_vecX[i], m_vecY[i], root);
     }
     root->PruneEmptyChildren();
     root->ComputeCenter();
+    return root;
 }
 
 // Lists the nodes in the order of the tree's leaves. Each node's force depends
@@ -408,16 +405,16 @@ void CForceWorkspace::SpringForce(int i, double& fx, double& fy) const {
     fy = sy;
 }
 
-void CForceWorkspace::IterateOnce(CQuadTree& tree, double step, double& energy) {
+void CForceWorkspace::IterateOnce(double step, double& energy) {
     namespace force = netloom::force;
     const std::size_t count = m_nCount;
     energy = 0.0;
     if (m_nIterations % kRenumberEvery == 0) {
-        BuildTree(tree);
+        BuildTree();
         Renumber(m_vecOrder);
     }
     ++m_nIterations;
-    BuildTree(tree);
+    BuildTree();
     // Small components run every pass on the calling thread.
     auto run = [this, count](std::size_t items,
                              const std::function<void(std::size_t, std::size_t)>& work) {
