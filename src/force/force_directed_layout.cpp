@@ -3,6 +3,7 @@
 #include "force/force_math.h"
 #include "force/force_workspace.h"
 #include "force/quad_cells.h"
+#include "pipeline/layout_methods.h"
 #include "pipeline/progress_report.h"
 
 // Rebuilds the quadrant tree from the nodes' current positions, in ascending id.
@@ -74,4 +75,10 @@ int CForceWorkspace::Iterate(double& energy, netloom::ProgressReport* report) {
     }
     WriteBack();
     return iterations;
+}
+
+// The radiant start and each force iteration up to the cap count as a step.
+netloom::LayoutMethod netloom::ForceDirectedMethod() {
+    return {CNetworkGraph::m_iForceDirectedLayout, "ForceDirectedLayout",
+            &CConnectedGraph::ForceDirectedLayout, 1 + force::kMaxIterations};
 }
