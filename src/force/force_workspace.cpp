@@ -405,8 +405,72 @@ void CForceWorkspace::SpringForce(int i, double& fx, double& fy) const {
     fy = sy;
 }
 
-void CForceWorkspace::IterateOnce(double step, double& energy) {
+// Small components run every pass on the calling thread.
+void CForceWorkspace::RunPass(std::size_t items,
+                              const std::function<void(std::size_t, std::size_t)>& work) {
+    if (m_nCount >= kParallelNodes) {
+        m_pPool->Run(items, kParallelBlock, work);
+    } else if (items > 0) {
+        work(0, items);
+    }
+}
+
+// The force pass over the nodes begin .. end-1 of the force-pass order: each
+// free node's repulsion (summed in groups of Lanes() nodes) and spring pull
+// give its new velocity.
+void CForceWorkspace::ForcePass(std::size_t begin, std::size_t end, double step, double distance) {
     namespace force = netloom::force;
+    std::int32_t group[8];
+    double rx[8];
+    double ry[8];
+    int grouped = 0;
+    auto finish = [&]() {
+        SumRepulsionGroup(group, grouped, rx, ry);
+        for (int l = 0; l < grouped; ++l) {
+            const std::int32_t i = group[l];
+            double fx = 0.0;
+            double fy = 0.0;
+            fx += rx[l];
+            fy += ry[l];
+            fx += m_vecSpringSum[i].x;
+            fy += m_vecSpringSum[i].y;
+            m_vecVx[i] = force::Accelerated(m_vecVx[i], step, force::kDamping, fx, distance);
+            m_vecVy[i] = force::Accelerated(m_vecVy[i], step, force::kDamping, fy, distance);
+        }
+        grouped = 0;
+    };
+    for (std::size_t k = begin; k < end; ++k) {
+        const std::int32_t i = m_vecOrder[k];
+        if (m_vecFixed[i] != 0) {
+            continue;
+        }
+        group[grouped++] = i;
+        if (grouped == m_iLanes) {
+            finish();
+        }
+    }
+    if (grouped > 0) {
+        finish();
+    }
+}
+
+// The move pass over the nodes begin .. end-1: each free node moves by its
+// limited step and keeps its energy apart; a fixed node's energy is +0.0,
+// which leaves the sum as it is (it starts at +0.0 and adds only squares).
+void CForceWorkspace::MovePass(std::size_t begin, std::size_t end, double step, double distance) {
+    namespace force = netloom::force;
+    for (std::size_t i = begin; i < end; ++i) {
+        if (m_vecFixed[i] != 0) {
+            m_vecEnergy[i] = 0.0;
+            continue;
+        }
+        m_vecX[i] += force::LimitToDistance(step * m_vecVx[i], distance);
+        m_vecY[i] += force::LimitToDistance(step * m_vecVy[i], distance);
+        m_vecEnergy[i] = m_vecVx[i] * m_vecVx[i] + m_vecVy[i] * m_vecVy[i];
+    }
+}
+
+void CForceWorkspace::IterateOnce(double step, double& energy) {
     const std::size_t count = m_nCount;
     energy = 0.0;
     if (m_nIterations % kRenumberEvery == 0) {
@@ -415,25 +479,16 @@ void CForceWorkspace::IterateOnce(double step, double& energy) {
     }
     ++m_nIterations;
     BuildTree();
-    // Small components run every pass on the calling thread.
-    auto run = [this, count](std::size_t items,
-                             const std::function<void(std::size_t, std::size_t)>& work) {
-        if (count >= kParallelNodes) {
-            m_pPool->Run(items, kParallelBlock, work);
-        } else if (items > 0) {
-            work(0, items);
-        }
-    };
     // The layout distance is a parameter of the calling thread: read once here
     // rather than once per node on every thread.
     const double distance = g_dLayoutDistance;
-    run(m_vecSprings.size(), [this, distance](std::size_t begin, std::size_t end) {
+    RunPass(m_vecSprings.size(), [this, distance](std::size_t begin, std::size_t end) {
         SpringTerms(begin, end, distance);
     });
     // Each node's springs summed in a pass of their own, where the loads of the
     // terms overlap from node to node.
     m_vecSpringSum.resize(count);
-    run(count, [this](std::size_t begin, std::size_t end) {
+    RunPass(count, [this](std::size_t begin, std::size_t end) {
         for (std::size_t i = begin; i < end; ++i) {
             SpringForce(static_cast<int>(i), m_vecSpringSum[i].x, m_vecSpringSum[i].y);
         }
@@ -441,55 +496,13 @@ void CForceWorkspace::IterateOnce(double step, double& energy) {
     // Each node's force depends only on the tree and the positions, which stay
     // as they are during this pass: the nodes can be handled in any order and on
     // several threads without changing a bit.
-    auto forces = [this, step, distance](std::size_t begin, std::size_t end) {
-        std::int32_t group[8];
-        double rx[8];
-        double ry[8];
-        int grouped = 0;
-        auto finish = [&]() {
-            SumRepulsionGroup(group, grouped, rx, ry);
-            for (int l = 0; l < grouped; ++l) {
-                const std::int32_t i = group[l];
-                double fx = 0.0;
-                double fy = 0.0;
-                fx += rx[l];
-                fy += ry[l];
-                fx += m_vecSpringSum[i].x;
-                fy += m_vecSpringSum[i].y;
-                m_vecVx[i] = force::Accelerated(m_vecVx[i], step, force::kDamping, fx, distance);
-                m_vecVy[i] = force::Accelerated(m_vecVy[i], step, force::kDamping, fy, distance);
-            }
-            grouped = 0;
-        };
-        for (std::size_t k = begin; k < end; ++k) {
-            const std::int32_t i = m_vecOrder[k];
-            if (m_vecFixed[i] != 0) {
-                continue;
-            }
-            group[grouped++] = i;
-            if (grouped == m_iLanes) {
-                finish();
-            }
-        }
-        if (grouped > 0) {
-            finish();
-        }
-    };
-    run(count, forces);
-    // The moves in parallel, each node's energy kept apart; a fixed node's is
-    // +0.0, which leaves the sum as it is (it starts at +0.0 and adds only
-    // squares).
+    RunPass(count, [this, step, distance](std::size_t begin, std::size_t end) {
+        ForcePass(begin, end, step, distance);
+    });
+    // The moves in parallel, each node's energy kept apart.
     m_vecEnergy.resize(count);
-    run(count, [this, step, distance](std::size_t begin, std::size_t end) {
-        for (std::size_t i = begin; i < end; ++i) {
-            if (m_vecFixed[i] != 0) {
-                m_vecEnergy[i] = 0.0;
-                continue;
-            }
-            m_vecX[i] += force::LimitToDistance(step * m_vecVx[i], distance);
-            m_vecY[i] += force::LimitToDistance(step * m_vecVy[i], distance);
-            m_vecEnergy[i] = m_vecVx[i] * m_vecVx[i] + m_vecVy[i] * m_vecVy[i];
-        }
+    RunPass(count, [this, step, distance](std::size_t begin, std::size_t end) {
+        MovePass(begin, end, step, distance);
     });
     // The energy is summed in ascending id order.
     for (std::size_t rank = 0; rank < count; ++rank) {

@@ -10,6 +10,7 @@
 #include "force/worker_pool.h"
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -77,6 +78,11 @@ public:
 
 private:
     CRect RootCell();
+    // Runs work(begin, end) over items: in blocks on the pool's threads for
+    // large components, else at once on the calling thread.
+    void RunPass(std::size_t items, const std::function<void(std::size_t, std::size_t)>& work);
+    void ForcePass(std::size_t begin, std::size_t end, double step, double distance);
+    void MovePass(std::size_t begin, std::size_t end, double step, double distance);
     CQuadNode* InsertAll(netloom::force::QuadCells& cells, const CRect& bound);
     void OrderByTree(const CQuadNode* root);
     void Renumber(const std::vector<std::int32_t>& order);
