@@ -17,15 +17,6 @@
 class CConnectedGraph;
 class CLayoutStrategy;
 
-namespace netloom {
-// Key of an unordered pair of node ids: smaller id in the high half.
-inline std::uint64_t PairKey(int a, int b) {
-    const auto lo = static_cast<std::uint32_t>(a < b ? a : b);
-    const auto hi = static_cast<std::uint32_t>(a < b ? b : a);
-    return (static_cast<std::uint64_t>(lo) << 32) | hi;
-}
-} // namespace netloom
-
 // The host's graph: nodes and edges keyed by id, layout settings, and the
 // components and edge order produced by Layout. It owns its nodes and edges.
 class NETLOOM_API CNetworkGraph {

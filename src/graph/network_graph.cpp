@@ -8,8 +8,8 @@
 #include <algorithm>
 #include <unordered_map>
 
-using netloom::PairKey;
 using netloom::detail::IdKey;
+using netloom::detail::PairKey;
 
 namespace {
 
