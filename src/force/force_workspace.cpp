@@ -43,53 +43,7 @@ CForceWorkspace::CForceWorkspace(CConnectedGraph& graph, bool springs) : m_graph
     }
     const std::size_t count = m_vecNodes.size();
     if (springs) {
-        // Ends outside the component (possible only in hand-built components)
-        // are kept after the component's nodes: they pull but never move.
-        auto indexOf = [&](CNode* node) {
-            if (const std::int32_t* found = index.Find(IdKey(node->GetID()))) {
-                if (m_vecNodes[*found] == node) {
-                    return *found;
-                }
-            }
-            const auto added = static_cast<std::int32_t>(m_vecNodes.size());
-            m_vecNodes.push_back(node);
-            return added;
-        };
-        m_bLookupAllPairs = !ParentKeepsOnlyEdgePairs(graph);
-        std::unordered_map<const CEdge*, std::uint32_t> edgeIndex;
-        std::vector<std::int32_t> listedBy(count, -1); // the node whose table lists it
-        m_vecSpringStart.reserve(count + 1);
-        m_vecPairStart.reserve(count + 1);
-        for (std::size_t i = 0; i < count; ++i) {
-            CNode* node = m_vecNodes[i];
-            m_vecSpringStart.push_back(static_cast<std::int32_t>(m_vecSpringEdge.size()));
-            m_vecPairStart.push_back(static_cast<std::int32_t>(m_vecPairNode.size()));
-            for (const CEdge* edge : node->GetEdges()) {
-                const std::int32_t source = indexOf(edge->GetSourceNode());
-                const std::int32_t dest = indexOf(edge->GetDestNode());
-                const auto added = static_cast<std::uint32_t>(m_vecSprings.size());
-                const std::uint32_t e = edgeIndex.emplace(edge, added).first->second;
-                if (e == added) {
-                    m_vecSprings.push_back({source, dest, edge->GetNormalLength()});
-                }
-                m_vecSpringEdge.push_back(e | (edge->GetDestNode() == node ? kAtDest : 0u));
-                const std::int32_t other = edge->GetSourceNode() == node ? dest : source;
-                if (static_cast<std::size_t>(other) >= count) {
-                    continue;
-                }
-                // Each neighbour once, in order of first appearance; a mark per
-                // node keeps a hub of many edges linear.
-                if (listedBy[other] != static_cast<std::int32_t>(i)) {
-                    listedBy[other] = static_cast<std::int32_t>(i);
-                    m_vecPairNode.push_back(other);
-                    m_vecPairStrength.push_back(
-                        graph.FindEdgeSqrLenInParent(node->GetID(), m_vecNodes[other]->GetID()));
-                }
-            }
-        }
-        m_vecSpringStart.push_back(static_cast<std::int32_t>(m_vecSpringEdge.size()));
-        m_vecPairStart.push_back(static_cast<std::int32_t>(m_vecPairNode.size()));
-        m_vecTerms.resize(m_vecSprings.size());
+        LoadSprings(index);
     }
     const std::size_t all = m_vecNodes.size();
     m_vecX.resize(all);
@@ -117,6 +71,59 @@ CForceWorkspace::CForceWorkspace(CConnectedGraph& graph, bool springs) : m_graph
     for (std::size_t i = 0; i < count; ++i) {
         m_vecIdOrder[i] = static_cast<std::int32_t>(i);
     }
+}
+
+// Each node's springs in its edge-set order, one spring per edge, and each
+// node's neighbour table of pair strengths. Ends outside the component
+// (possible only in hand-built components) are kept after the component's
+// nodes: they pull but never move.
+void CForceWorkspace::LoadSprings(const FlatHashMap<std::int32_t>& index) {
+    const std::size_t count = m_vecNodes.size();
+    auto indexOf = [&](CNode* node) {
+        if (const std::int32_t* found = index.Find(IdKey(node->GetID()))) {
+            if (m_vecNodes[*found] == node) {
+                return *found;
+            }
+        }
+        const auto added = static_cast<std::int32_t>(m_vecNodes.size());
+        m_vecNodes.push_back(node);
+        return added;
+    };
+    m_bLookupAllPairs = !ParentKeepsOnlyEdgePairs(m_graph);
+    std::unordered_map<const CEdge*, std::uint32_t> edgeIndex;
+    std::vector<std::int32_t> listedBy(count, -1); // the node whose table lists it
+    m_vecSpringStart.reserve(count + 1);
+    m_vecPairStart.reserve(count + 1);
+    for (std::size_t i = 0; i < count; ++i) {
+        CNode* node = m_vecNodes[i];
+        m_vecSpringStart.push_back(static_cast<std::int32_t>(m_vecSpringEdge.size()));
+        m_vecPairStart.push_back(static_cast<std::int32_t>(m_vecPairNode.size()));
+        for (const CEdge* edge : node->GetEdges()) {
+            const std::int32_t source = indexOf(edge->GetSourceNode());
+            const std::int32_t dest = indexOf(edge->GetDestNode());
+            const auto added = static_cast<std::uint32_t>(m_vecSprings.size());
+            const std::uint32_t e = edgeIndex.emplace(edge, added).first->second;
+            if (e == added) {
+                m_vecSprings.push_back({source, dest, edge->GetNormalLength()});
+            }
+            m_vecSpringEdge.push_back(e | (edge->GetDestNode() == node ? kAtDest : 0u));
+            const std::int32_t other = edge->GetSourceNode() == node ? dest : source;
+            if (static_cast<std::size_t>(other) >= count) {
+                continue;
+            }
+            // Each neighbour once, in order of first appearance; a mark per
+            // node keeps a hub of many edges linear.
+            if (listedBy[other] != static_cast<std::int32_t>(i)) {
+                listedBy[other] = static_cast<std::int32_t>(i);
+                m_vecPairNode.push_back(other);
+                m_vecPairStrength.push_back(
+                    m_graph.FindEdgeSqrLenInParent(node->GetID(), m_vecNodes[other]->GetID()));
+            }
+        }
+    }
+    m_vecSpringStart.push_back(static_cast<std::int32_t>(m_vecSpringEdge.size()));
+    m_vecPairStart.push_back(static_cast<std::int32_t>(m_vecPairNode.size()));
+    m_vecTerms.resize(m_vecSprings.size());
 }
 
 bool CForceWorkspace::ParentKeepsOnlyEdgePairs(const CConnectedGraph& graph) {

@@ -8,6 +8,7 @@
 #include "force/lane_walk.h"
 #include "force/quad_cells.h"
 #include "force/worker_pool.h"
+#include "graph/flat_hash_map.h"
 
 #include <cstdint>
 #include <functional>
@@ -77,6 +78,7 @@ public:
     static bool ParentKeepsOnlyEdgePairs(const CConnectedGraph& graph);
 
 private:
+    void LoadSprings(const netloom::detail::FlatHashMap<std::int32_t>& index);
     CRect RootCell();
     // Runs work(begin, end) over items: in blocks on the pool's threads for
     // large components, else at once on the calling thread.
