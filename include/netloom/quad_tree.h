@@ -21,9 +21,6 @@ public:
     // 0: low x, low y; 1: high x, low y; 2: high x, high y; 3: low x, high y.
     CQuadNode* m_pChildren[4] = {nullptr, nullptr, nullptr, nullptr};
     int m_iCount = 0;
-    // Index of the leaf's node in the list the tree was built from; -1 when the
-    // node was inserted without one.
-    int m_iNodeIndex = -1;
     double m_dCenterX = 0.0;
     double m_dCenterY = 0.0;
     CRect m_rcCell;

@@ -248,7 +248,7 @@ void CForceWorkspace::OrderByTree(const CQuadNode* root) {
     stack[top++] = root;
     while (top > 0) {
         const CQuadNode* cell = stack[--top];
-        const int index = cell->m_iNodeIndex;
+        const int index = netloom::force::NodeIndexOf(cell);
         if (index >= 0 && m_vecListed[index] == 0) {
             m_vecListed[index] = 1;
             m_vecOrder.push_back(index);

@@ -30,11 +30,11 @@ CQuadNode* QuadCells::NewCell() {
     const std::size_t block = m_nUsed / kBlockCells;
     const std::size_t slot = m_nUsed % kBlockCells;
     if (block == m_vecBlocks.size()) {
-        m_vecBlocks.emplace_back(new CQuadNode[kBlockCells]);
+        m_vecBlocks.emplace_back(new IndexedCell[kBlockCells]);
     }
     ++m_nUsed;
-    CQuadNode* cell = &m_vecBlocks[block][slot];
-    *cell = CQuadNode();
+    IndexedCell* cell = &m_vecBlocks[block][slot];
+    *cell = IndexedCell();
     return cell;
 }
 
@@ -110,7 +110,7 @@ CQuadNode* CQuadTree::FindChild(int x, int y, CQuadNode* cell) const {
 }
 
 bool CQuadTree::Insert(CNode* node, CQuadNode* cell) {
-    CQuadNode* made = m_pCells->Insert(node, -1, node->X(), node->Y(), cell);
+    CQuadNode* made = m_pCells->InsertUnindexed(node, node->X(), node->Y(), cell);
     if (cell == nullptr) {
         m_pRoot = made;
     }
@@ -119,11 +119,14 @@ bool CQuadTree::Insert(CNode* node, CQuadNode* cell) {
 
 // The descent of one insertion, as a loop: each step either ends at a cell or
 // goes on into the child that holds the node's integer point.
-CQuadNode* netloom::force::QuadCells::Insert(CNode* node, int index, double x, double y,
-                                             CQuadNode* cell) {
+template <bool kIndexed>
+CQuadNode* netloom::force::QuadCells::InsertAt(CNode* node, int index, double x, double y,
+                                               CQuadNode* cell) {
     auto makeLeaf = [&](CQuadNode* leaf) {
         leaf->m_pNode = node;
-        leaf->m_iNodeIndex = index;
+        if constexpr (kIndexed) {
+            static_cast<IndexedCell*>(leaf)->nodeIndex = index;
+        }
         leaf->m_dCenterX = x;
         leaf->m_dCenterY = y;
         leaf->m_iCount = 1;
@@ -157,15 +160,27 @@ CQuadNode* netloom::force::QuadCells::Insert(CNode* node, int index, double x, d
             held->m_dCenterY = cell->m_dCenterY;
             held->m_iCount = 1;
             held->m_pNode = cell->m_pNode;
-            held->m_iNodeIndex = cell->m_iNodeIndex;
             cell->m_pNode = nullptr;
-            cell->m_iNodeIndex = -1;
+            if constexpr (kIndexed) {
+                static_cast<IndexedCell*>(held)->nodeIndex = NodeIndexOf(cell);
+                static_cast<IndexedCell*>(cell)->nodeIndex = -1;
+            }
             cell = netloom::force::ChildAt(cell, ix, iy);
         } else {
             makeLeaf(cell);
             return start;
         }
     }
+}
+
+CQuadNode* netloom::force::QuadCells::Insert(CNode* node, int index, double x, double y,
+                                             CQuadNode* cell) {
+    return InsertAt<true>(node, index, x, y, cell);
+}
+
+CQuadNode* netloom::force::QuadCells::InsertUnindexed(CNode* node, double x, double y,
+                                                      CQuadNode* cell) {
+    return InsertAt<false>(node, -1, x, y, cell);
 }
 
 void CQuadTree::SumRepulsion(CNode* node, CQuadNode* cell, double& fx, double& fy) const {
