@@ -3,7 +3,6 @@
 #include <netloom/export.h>
 #include <netloom/rect.h>
 
-#include <cstdint>
 #include <memory>
 
 class CConnectedGraph;
@@ -61,6 +60,10 @@ public:
 private:
     friend class CQuadNode;
     friend class CConnectedGraph;
+
+    // The cell pool, made on first use: components that never build a tree
+    // allocate nothing for it.
+    netloom::force::QuadCells& Cells();
 
     CConnectedGraph* m_pGraph = nullptr;
     CQuadNode* m_pRoot = nullptr;

@@ -13,7 +13,7 @@ void CConnectedGraph::BuildQuadTree() {
     }
     CForceWorkspace workspace(*this, false);
     m_quadTree.m_pGraph = this;
-    m_quadTree.m_pRoot = workspace.BuildPointerTree(*m_quadTree.m_pCells);
+    m_quadTree.m_pRoot = workspace.BuildPointerTree(m_quadTree.Cells());
 }
 
 // Force-directed layout (type 1): from the radiant start, or from the host's

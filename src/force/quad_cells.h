@@ -31,8 +31,6 @@ public:
     // Hands every cell back without freeing memory; pointers into the old tree
     // become invalid.
     void Recycle() { m_nUsed = 0; }
-    // Frees every block.
-    void Release();
     // Gives the cell its four quadrants as new empty children.
     void Split(CQuadNode& cell);
     // Inserts the node with the given index in the caller's list at (x, y)

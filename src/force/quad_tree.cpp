@@ -10,21 +10,22 @@
 
 using netloom::TruncToInt;
 
-CQuadTree::CQuadTree() : m_pCells(std::make_unique<netloom::force::QuadCells>()) {}
-
+CQuadTree::CQuadTree() = default;
 CQuadTree::~CQuadTree() = default;
+
+netloom::force::QuadCells& CQuadTree::Cells() {
+    if (!m_pCells) {
+        m_pCells = std::make_unique<netloom::force::QuadCells>();
+    }
+    return *m_pCells;
+}
 
 void CQuadTree::Clear() {
     m_pRoot = nullptr;
-    m_pCells->Release();
+    m_pCells.reset();
 }
 
 namespace netloom::force {
-
-void QuadCells::Release() {
-    m_nUsed = 0;
-    m_vecBlocks.clear();
-}
 
 CQuadNode* QuadCells::NewCell() {
     const std::size_t block = m_nUsed / kBlockCells;
@@ -61,7 +62,7 @@ void QuadCells::Split(CQuadNode& cell) {
 } // namespace netloom::force
 
 void CQuadNode::Split(CQuadTree& tree) {
-    tree.m_pCells->Split(*this);
+    tree.Cells().Split(*this);
 }
 
 void CQuadNode::PruneEmptyChildren() {
@@ -110,7 +111,7 @@ CQuadNode* CQuadTree::FindChild(int x, int y, CQuadNode* cell) const {
 }
 
 bool CQuadTree::Insert(CNode* node, CQuadNode* cell) {
-    CQuadNode* made = m_pCells->InsertUnindexed(node, node->X(), node->Y(), cell);
+    CQuadNode* made = Cells().InsertUnindexed(node, node->X(), node->Y(), cell);
     if (cell == nullptr) {
         m_pRoot = made;
     }
