@@ -25,6 +25,7 @@ struct CNetworkGraph::Indexes {
     netloom::detail::FlatHashMap<CNode*> nodeIndex;
 };
 
+// Lookups read m_pIndexes directly: without indexes nothing is found.
 inline CNetworkGraph::Indexes& CNetworkGraph::Index() const {
     if (!m_pIndexes) {
         m_pIndexes = std::make_unique<Indexes>();

@@ -134,7 +134,9 @@ void CNetworkGraph::CopyFrom(const CNetworkGraph& other) {
         }
     }
     m_mapNodeDegree = other.m_mapNodeDegree;
-    Index().edgeSqrLen = other.Index().edgeSqrLen;
+    if (other.m_pIndexes) {
+        Index().edgeSqrLen = other.m_pIndexes->edgeSqrLen;
+    }
     m_bUnjoinedSqrLenPairs = other.m_bUnjoinedSqrLenPairs;
     m_dEnergy = other.m_dEnergy;
     m_bFixedLayout = other.m_bFixedLayout;
@@ -300,12 +302,12 @@ CEdge* CNetworkGraph::FindEdge(CNode* a, CNode* b) const {
 }
 
 double CNetworkGraph::FindEdgeSqrLen(int idA, int idB) const {
-    const double* found = Index().edgeSqrLen.Find(PairKey(idA, idB));
+    const double* found = m_pIndexes ? m_pIndexes->edgeSqrLen.Find(PairKey(idA, idB)) : nullptr;
     return found == nullptr ? g_dLayoutDistanceSqr : *found;
 }
 
 CNode* CNetworkGraph::GetNode(int id) const {
-    CNode* const* found = Index().nodeIndex.Find(IdKey(id));
+    CNode* const* found = m_pIndexes ? m_pIndexes->nodeIndex.Find(IdKey(id)) : nullptr;
     return found == nullptr ? nullptr : *found;
 }
 
