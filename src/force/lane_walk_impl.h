@@ -6,7 +6,8 @@
 // Mul, Div and Max on V; the comparisons Le and Gt (ordered) giving an M; And,
 // AndNot (a and not b) on masks, Bits (the mask as lane bits) and FromBits;
 // and Blend(m, a, b) (a in the lanes of m, b elsewhere). Only the arithmetic
-// of the one-node descent happens in a lane; a lane that is not at a cell
+// of the one-node descent happens in a lane, with the repulsion law's terms of
+// force_math.h instantiated for L; a lane that is not at a cell
 // keeps its sums by blending, never by adding a zero. Masks stay in vector
 // form for the arithmetic; their bits decide the branches.
 
