@@ -117,12 +117,11 @@ void BM_ForceIteration(benchmark::State& state) {
     }
     workspace.SetThreads(static_cast<int>(state.range(3)));
     const double nodes = static_cast<double>(workspace.Size());
-    CQuadTree tree;
     double energy = 0.0;
     for (auto _ : state) {
         // One iteration: the cap is reached only by counting, so run the
         // iteration body through a workspace limited to one pass.
-        workspace.IterateOnce(tree, 0.5, energy);
+        workspace.IterateOnce(0.5, energy);
         benchmark::DoNotOptimize(energy);
     }
     state.counters["nodes"] = nodes;
@@ -141,10 +140,9 @@ void BM_RepulsionWalk(benchmark::State& state) {
     if (state.range(1) != 0) {
         workspace.SetLanes(static_cast<int>(state.range(1)));
     }
-    CQuadTree tree;
     double energy = 0.0;
-    workspace.IterateOnce(tree, 0.5, energy); // renumbers the nodes in leaf order
-    workspace.BuildTree(tree);
+    workspace.IterateOnce(0.5, energy); // renumbers the nodes in leaf order
+    workspace.BuildTree();
     const auto n = static_cast<std::int32_t>(workspace.Size());
     const int group = workspace.Lanes();
     std::vector<std::int32_t> nodes(static_cast<std::size_t>(n));
@@ -174,11 +172,10 @@ void BM_BuildTree(benchmark::State& state) {
     CConnectedGraph* comp = Settled(g, 0, static_cast<int>(state.range(0)));
     CForceWorkspace workspace(*comp, true);
     workspace.SetThreads(static_cast<int>(state.range(1)));
-    CQuadTree tree;
     double energy = 0.0;
-    workspace.IterateOnce(tree, 0.5, energy); // renumbers the nodes in leaf order
+    workspace.IterateOnce(0.5, energy); // renumbers the nodes in leaf order
     for (auto _ : state) {
-        workspace.BuildTree(tree);
+        workspace.BuildTree();
     }
     state.counters["ns_per_node"] = benchmark::Counter(
         static_cast<double>(workspace.Size()) * static_cast<double>(state.iterations()) * 1e-9,
@@ -202,9 +199,8 @@ void BM_ForceLayout(benchmark::State& state) {
         if (state.range(2) != 0) {
             workspace.SetLanes(static_cast<int>(state.range(2)));
         }
-        CQuadTree tree;
         double energy = 0.0;
-        iterations = workspace.Iterate(tree, energy);
+        iterations = workspace.Iterate(energy);
         seconds += std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
         nodes = static_cast<double>(workspace.Size());
         state.PauseTiming();

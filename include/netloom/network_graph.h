@@ -1,7 +1,6 @@
 #pragma once
 
 #include <netloom/creation_order.h>
-#include <netloom/detail/flat_hash_map.h>
 #include <netloom/edge.h>
 #include <netloom/export.h>
 #include <netloom/layout_progress.h>
@@ -11,20 +10,12 @@
 #include <cstdint>
 #include <functional>
 #include <map>
+#include <memory>
 #include <utility>
 #include <vector>
 
 class CConnectedGraph;
 class CLayoutStrategy;
-
-namespace netloom {
-// Key of an unordered pair of node ids: smaller id in the high half.
-inline std::uint64_t PairKey(int a, int b) {
-    const auto lo = static_cast<std::uint32_t>(a < b ? a : b);
-    const auto hi = static_cast<std::uint32_t>(a < b ? b : a);
-    return (static_cast<std::uint64_t>(lo) << 32) | hi;
-}
-} // namespace netloom
 
 // The host's graph: nodes and edges keyed by id, layout settings, and the
 // components and edge order produced by Layout. It owns its nodes and edges.
@@ -52,8 +43,6 @@ public:
     bool DeleteNode(int id);
     CEdge* FindEdge(CNode* a, CNode* b) const;
     double FindEdgeSqrLen(int idA, int idB) const;
-    // Number of node pairs with a stored squared length (pairs of deleted edges too).
-    std::size_t GetEdgeSqrLenCount() const { return m_mapEdgeSqrLen.Size(); }
     // True once the table may hold a pair that no edge joins: the last edge
     // between two nodes was deleted, and the table keeps its entry.
     bool HasUnjoinedSqrLenPairs() const { return m_bUnjoinedSqrLenPairs; }
@@ -135,9 +124,6 @@ protected:
     std::map<int, CNode*> m_mapNodes;
     std::map<int, CEdge*> m_mapEdges;
     std::map<int, int> m_mapNodeDegree;
-    // Squared natural length per node pair, keyed by PairKey(smaller id, larger id).
-    // Only ever looked up, so a hash map.
-    netloom::detail::FlatHashMap<double> m_mapEdgeSqrLen;
     bool m_bUnjoinedSqrLenPairs = false;
     double m_dEnergy = 0.0;
     std::int32_t m_iLayoutType;
@@ -161,15 +147,9 @@ private:
 
     void EnsurePairIndex() const;
 
-    // Edges by unordered pair of end-node ids, so that the duplicate test and
-    // FindEdge do not scan the whole edge table. Built on first use, then kept
-    // up to date; components that never ask pay nothing for it.
-    mutable netloom::detail::FlatHashMap<CEdge*> m_mapEdgesByPair;
-    mutable bool m_bPairIndexBuilt = false;
-    // Membership of m_vecSortedEdges, rebuilt whenever the list's length is not
-    // the one indexed (the host holds a reference to the list).
-    netloom::detail::FlatHashMap<bool> m_setSortedEdgeIds;
-    std::size_t m_nSortedEdgesIndexed = 0;
-    // Node lookup by id without walking the ordered table.
-    netloom::detail::FlatHashMap<CNode*> m_mapNodeIndex;
+    // The lookup indexes (hash maps by id and by node pair), kept out of this
+    // header. Created on first use, so a moved-from graph needs none.
+    struct Indexes;
+    Indexes& Index() const;
+    mutable std::unique_ptr<Indexes> m_pIndexes;
 };

@@ -3,14 +3,15 @@
 #include <netloom/export.h>
 #include <netloom/rect.h>
 
-#include <cstddef>
-#include <cstdint>
 #include <memory>
-#include <vector>
 
 class CConnectedGraph;
 class CNode;
 class CQuadTree;
+
+namespace netloom::force {
+class QuadCells;
+} // namespace netloom::force
 
 // One cell of the quadrant tree: a square of integer coordinates that holds one
 // node (a leaf), or is split into four quadrants, or is too narrow to split.
@@ -19,9 +20,6 @@ public:
     // 0: low x, low y; 1: high x, low y; 2: high x, high y; 3: low x, high y.
     CQuadNode* m_pChildren[4] = {nullptr, nullptr, nullptr, nullptr};
     int m_iCount = 0;
-    // Index of the leaf's node in the list the tree was built from; -1 when the
-    // node was inserted without one.
-    int m_iNodeIndex = -1;
     double m_dCenterX = 0.0;
     double m_dCenterY = 0.0;
     CRect m_rcCell;
@@ -42,13 +40,12 @@ public:
 // enough.
 class NETLOOM_API CQuadTree {
 public:
-    CQuadTree() = default;
+    CQuadTree();
     CQuadTree(const CQuadTree&) = delete;
     CQuadTree& operator=(const CQuadTree&) = delete;
     ~CQuadTree();
 
     CQuadNode* GetRoot() const { return m_pRoot; }
-    CConnectedGraph* GetGraph() const { return m_pGraph; }
     // Deletes every cell and releases the pool; the root becomes null.
     void Clear();
     // Inserts a node below a cell; with a null cell the node becomes the root leaf.
@@ -60,23 +57,15 @@ public:
     // for the pair, far cells as one charge of D squared per node at their centre.
     void SumRepulsion(CNode* node, CQuadNode* cell, double& fx, double& fy) const;
 
-    // Number of cells handed out by the pool since the last build.
-    std::size_t GetCellCount() const { return m_nUsed; }
-
 private:
     friend class CQuadNode;
     friend class CConnectedGraph;
-    friend class CForceWorkspace;
 
-    CQuadNode* NewCell();
-    // Returns every cell to the pool without freeing memory.
-    void RecycleCells();
-    void InsertAt(CNode* node, int index, double x, double y, CQuadNode* cell);
-
-    static constexpr std::size_t kBlockCells = 4096;
+    // The cell pool, made on first use: components that never build a tree
+    // allocate nothing for it.
+    netloom::force::QuadCells& Cells();
 
     CConnectedGraph* m_pGraph = nullptr;
     CQuadNode* m_pRoot = nullptr;
-    std::vector<std::unique_ptr<CQuadNode[]>> m_vecBlocks;
-    std::size_t m_nUsed = 0;
+    std::unique_ptr<netloom::force::QuadCells> m_pCells;
 };

@@ -1,5 +1,6 @@
 #include "force/flat_quad_tree.h"
 
+#include "force/quad_cells.h"
 #include "force/worker_pool.h"
 #include "graph/truncate.h"
 
@@ -484,7 +485,7 @@ std::int32_t FlatQuadTree::FlattenCell(const CQuadNode* cell) {
     m_vecCells[self].centerX = cell->m_dCenterX;
     m_vecCells[self].centerY = cell->m_dCenterY;
     if (cell->m_iCount == 1) {
-        m_vecCells[self].count = ~cell->m_iNodeIndex;
+        m_vecCells[self].count = ~NodeIndexOf(cell);
     }
     if (cell->m_iCount >= 2) {
         for (const CQuadNode* child : cell->m_pChildren) {

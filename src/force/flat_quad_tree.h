@@ -34,9 +34,9 @@ struct RepulsionConstants {
         RepulsionConstants k;
         k.prune = prune;
         k.reachSqr = prune ? ReachSqr() : 0.0;
-        k.cutoff = 8.0 * g_dLayoutDistanceSqr;
-        k.pushX = g_dLayoutDistance / 8.0;
-        k.pushY = g_dLayoutDistance / 4.0;
+        k.cutoff = CutoffSqr(g_dLayoutDistanceSqr);
+        k.pushX = PushX(g_dLayoutDistance);
+        k.pushY = PushY(g_dLayoutDistance);
         k.strengthFar = g_dLayoutDistanceSqr;
         return k;
     }
@@ -193,18 +193,17 @@ void FlatQuadTree::Sum(double px, double py, const RepulsionConstants& k, Streng
         }
         const double dx = c.centerX - px;
         const double dy = c.centerY - py;
-        const double d2 = dx * dx + dy * dy;
+        const double d2 = SquaredDistance<Scalar>(dx, dy);
+        double tx = 0.0;
+        double ty = 0.0;
         if (c.IsLeaf()) {
-            if (d2 <= 2.0) {
-                sx += pushX;
-                sy += pushY;
-            } else if (d2 <= cutoff) {
-                const double pair = strength(c.Node());
-                sx += -pair * dx / d2;
-                sy += -pair * dy / d2;
-            } else if (!prune) {
-                sx += 0.0;
-                sy += 0.0;
+            // The zeros beyond the cut-off are added only where no cell is
+            // skipped (they keep a caller's -0.0 literal).
+            if (ChargeForce(
+                    dx, dy, d2, cutoff, pushX, pushY, [&] { return strength(c.Node()); }, tx, ty) ||
+                !prune) {
+                sx += tx;
+                sy += ty;
             }
             i = c.next;
             continue;
@@ -212,15 +211,8 @@ void FlatQuadTree::Sum(double px, double py, const RepulsionConstants& k, Streng
         if (d2 > c.farSqr) {
             // One charge of D squared per node at the centre (the repulsion law
             // on the d2 just computed), times the count.
-            double tx = 0.0;
-            double ty = 0.0;
-            if (d2 <= 2.0) {
-                tx = pushX;
-                ty = pushY;
-            } else if (d2 <= cutoff) {
-                tx = -strengthFar * dx / d2;
-                ty = -strengthFar * dy / d2;
-            }
+            ChargeForce(
+                dx, dy, d2, cutoff, pushX, pushY, [strengthFar] { return strengthFar; }, tx, ty);
             tx *= c.count;
             ty *= c.count;
             sx += tx;

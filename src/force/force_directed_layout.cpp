@@ -2,6 +2,8 @@
 
 #include "force/force_math.h"
 #include "force/force_workspace.h"
+#include "force/quad_cells.h"
+#include "pipeline/layout_methods.h"
 #include "pipeline/progress_report.h"
 
 // Rebuilds the quadrant tree from the nodes' current positions, in ascending id.
@@ -10,7 +12,8 @@ void CConnectedGraph::BuildQuadTree() {
         return;
     }
     CForceWorkspace workspace(*this, false);
-    workspace.BuildPointerTree(m_quadTree);
+    m_quadTree.m_pGraph = this;
+    m_quadTree.m_pRoot = workspace.BuildPointerTree(m_quadTree.Cells());
 }
 
 // Force-directed layout (type 1): from the radiant start, or from the host's
@@ -32,7 +35,7 @@ bool CConnectedGraph::ForceDirectedLayout() {
         }
     }
     CForceWorkspace workspace(*this, true);
-    workspace.Iterate(m_quadTree, m_dEnergy, m_pReport);
+    workspace.Iterate(m_dEnergy, m_pReport);
     m_quadTree.Clear();
     return true;
 }
@@ -40,7 +43,7 @@ bool CConnectedGraph::ForceDirectedLayout() {
 // The damped iteration on the workspace until the energy falls below half the
 // node count or the cap is reached, or the report asks to stop; writes the
 // result back to the nodes.
-int CForceWorkspace::Iterate(CQuadTree& tree, double& energy, netloom::ProgressReport* report) {
+int CForceWorkspace::Iterate(double& energy, netloom::ProgressReport* report) {
     namespace force = netloom::force;
     const double threshold = static_cast<double>(m_nCount / 2);
     double step = force::kStartStep;
@@ -50,7 +53,7 @@ int CForceWorkspace::Iterate(CQuadTree& tree, double& energy, netloom::ProgressR
     const std::int64_t units = netloom::ProgressReport::Units(m_graph);
     for (int iteration = 0; iteration < force::kMaxIterations; ++iteration) {
         ++iterations;
-        IterateOnce(tree, step, energy);
+        IterateOnce(step, energy);
         const bool last = energy < threshold || iterations == force::kMaxIterations;
         if (report != nullptr &&
             report->ForceIteration(iterations, energy, threshold, units, last)) {
@@ -72,4 +75,10 @@ int CForceWorkspace::Iterate(CQuadTree& tree, double& energy, netloom::ProgressR
     }
     WriteBack();
     return iterations;
+}
+
+// The radiant start and each force iteration up to the cap count as a step.
+netloom::LayoutMethod netloom::ForceDirectedMethod() {
+    return {CNetworkGraph::m_iForceDirectedLayout, "ForceDirectedLayout",
+            &CConnectedGraph::ForceDirectedLayout, 1 + force::kMaxIterations};
 }

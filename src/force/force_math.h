@@ -20,22 +20,79 @@ constexpr double kStartEnergy = 99999999999.0;
 constexpr int kStallLimit = 10;
 constexpr int kMaxIterations = 1500;
 
+// The repulsion law. A charge of strength k at offset (dx, dy) from a node,
+// d2 = dx * dx + dy * dy, acts on the node with
+//   d2 <= kNearSqr:              a fixed push (D / 8, D / 4) toward +x and +y;
+//   d2 <= the cut-off (8 D^2):   the pull (-k * dx / d2, -k * dy / d2);
+//   beyond:                      no force.
+// Its terms are templates over a lane type L: Scalar for one node, a vector of
+// doubles for the group walk (lane_walk_impl.h), so every descent does the
+// same operations in the same order.
+constexpr double kNearSqr = 2.0;
+inline double CutoffSqr(double distanceSqr) {
+    return 8.0 * distanceSqr;
+}
+inline double PushX(double distance) {
+    return distance / 8.0;
+}
+inline double PushY(double distance) {
+    return distance / 4.0;
+}
+
+// One double as a lane type.
+struct Scalar {
+    using V = double;
+    using M = bool;
+    static V Set1(double v) { return v; }
+    static V Add(V a, V b) { return a + b; }
+    static V Mul(V a, V b) { return a * b; }
+    static V Div(V a, V b) { return a / b; }
+    static M Le(V a, V b) { return a <= b; }
+};
+
+template <class L> typename L::V SquaredDistance(typename L::V dx, typename L::V dy) {
+    return L::Add(L::Mul(dx, dx), L::Mul(dy, dy));
+}
+template <class L> typename L::M IsNear(typename L::V d2) {
+    return L::Le(d2, L::Set1(kNearSqr));
+}
+template <class L> typename L::M InRange(typename L::V d2, typename L::V cutoff) {
+    return L::Le(d2, cutoff);
+}
+// One component of the pull, with negK = -k.
+template <class L> typename L::V Pull(typename L::V negK, typename L::V d, typename L::V d2) {
+    return L::Div(L::Mul(negK, d), d2);
+}
+
+// The law for one node: the force (tx, ty) of a charge at offset (dx, dy), d2
+// their SquaredDistance. strength() gives k; it is asked only for the pull.
+// Returns false beyond the cut-off, where the force is (+0.0, +0.0).
+template <class Strength>
+bool ChargeForce(double dx, double dy, double d2, double cutoff, double pushX, double pushY,
+                 Strength strength, double& tx, double& ty) {
+    if (IsNear<Scalar>(d2)) {
+        tx = pushX;
+        ty = pushY;
+        return true;
+    }
+    if (InRange<Scalar>(d2, cutoff)) {
+        const double negK = -strength();
+        tx = Pull<Scalar>(negK, dx, d2);
+        ty = Pull<Scalar>(negK, dy, d2);
+        return true;
+    }
+    tx = 0.0;
+    ty = 0.0;
+    return false;
+}
+
 // Force on a node at (px, py) from a charge of strength k at (x, y).
 inline void Repulsion(double px, double py, double x, double y, double k, double& fx, double& fy) {
     const double dx = x - px;
     const double dy = y - py;
-    const double d2 = dx * dx + dy * dy;
-    if (d2 <= 2.0) {
-        // On top of the charge: a fixed push toward +x and +y.
-        fx = g_dLayoutDistance / 8.0;
-        fy = g_dLayoutDistance / 4.0;
-    } else if (d2 <= 8.0 * g_dLayoutDistanceSqr) {
-        fx = -k * dx / d2;
-        fy = -k * dy / d2;
-    } else {
-        fx = 0.0;
-        fy = 0.0;
-    }
+    ChargeForce(
+        dx, dy, SquaredDistance<Scalar>(dx, dy), CutoffSqr(g_dLayoutDistanceSqr),
+        PushX(g_dLayoutDistance), PushY(g_dLayoutDistance), [k] { return k; }, fx, fy);
 }
 
 // A natural length of 0 or below would divide by zero: the layout distance

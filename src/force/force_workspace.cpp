@@ -1,6 +1,5 @@
 #include "force/force_workspace.h"
 
-#include <netloom/detail/flat_hash_map.h>
 #include <netloom/edge.h>
 #include <netloom/network_graph.h>
 #include <netloom/params.h>
@@ -8,6 +7,7 @@
 #include "force/force_math.h"
 #include "force/quad_geometry.h"
 #include "force/worker_pool.h"
+#include "graph/flat_hash_map.h"
 #include "graph/point_bounds.h"
 #include "graph/truncate.h"
 
@@ -43,53 +43,7 @@ CForceWorkspace::CForceWorkspace(CConnectedGraph& graph, bool springs) : m_graph
     }
     const std::size_t count = m_vecNodes.size();
     if (springs) {
-        // Ends outside the component (possible only in hand-built components)
-        // are kept after the component's nodes: they pull but never move.
-        auto indexOf = [&](CNode* node) {
-            if (const std::int32_t* found = index.Find(IdKey(node->GetID()))) {
-                if (m_vecNodes[*found] == node) {
-                    return *found;
-                }
-            }
-            const auto added = static_cast<std::int32_t>(m_vecNodes.size());
-            m_vecNodes.push_back(node);
-            return added;
-        };
-        m_bLookupAllPairs = !ParentKeepsOnlyEdgePairs(graph);
-        std::unordered_map<const CEdge*, std::uint32_t> edgeIndex;
-        std::vector<std::int32_t> listedBy(count, -1); // the node whose table lists it
-        m_vecSpringStart.reserve(count + 1);
-        m_vecPairStart.reserve(count + 1);
-        for (std::size_t i = 0; i < count; ++i) {
-            CNode* node = m_vecNodes[i];
-            m_vecSpringStart.push_back(static_cast<std::int32_t>(m_vecSpringEdge.size()));
-            m_vecPairStart.push_back(static_cast<std::int32_t>(m_vecPairNode.size()));
-            for (const CEdge* edge : node->GetEdges()) {
-                const std::int32_t source = indexOf(edge->GetSourceNode());
-                const std::int32_t dest = indexOf(edge->GetDestNode());
-                const auto added = static_cast<std::uint32_t>(m_vecSprings.size());
-                const std::uint32_t e = edgeIndex.emplace(edge, added).first->second;
-                if (e == added) {
-                    m_vecSprings.push_back({source, dest, edge->GetNormalLength()});
-                }
-                m_vecSpringEdge.push_back(e | (edge->GetDestNode() == node ? kAtDest : 0u));
-                const std::int32_t other = edge->GetSourceNode() == node ? dest : source;
-                if (static_cast<std::size_t>(other) >= count) {
-                    continue;
-                }
-                // Each neighbour once, in order of first appearance; a mark per
-                // node keeps a hub of many edges linear.
-                if (listedBy[other] != static_cast<std::int32_t>(i)) {
-                    listedBy[other] = static_cast<std::int32_t>(i);
-                    m_vecPairNode.push_back(other);
-                    m_vecPairStrength.push_back(
-                        graph.FindEdgeSqrLenInParent(node->GetID(), m_vecNodes[other]->GetID()));
-                }
-            }
-        }
-        m_vecSpringStart.push_back(static_cast<std::int32_t>(m_vecSpringEdge.size()));
-        m_vecPairStart.push_back(static_cast<std::int32_t>(m_vecPairNode.size()));
-        m_vecTerms.resize(m_vecSprings.size());
+        LoadSprings(index);
     }
     const std::size_t all = m_vecNodes.size();
     m_vecX.resize(all);
@@ -117,6 +71,59 @@ CForceWorkspace::CForceWorkspace(CConnectedGraph& graph, bool springs) : m_graph
     for (std::size_t i = 0; i < count; ++i) {
         m_vecIdOrder[i] = static_cast<std::int32_t>(i);
     }
+}
+
+// Each node's springs in its edge-set order, one spring per edge, and each
+// node's neighbour table of pair strengths. Ends outside the component
+// (possible only in hand-built components) are kept after the component's
+// nodes: they pull but never move.
+void CForceWorkspace::LoadSprings(const FlatHashMap<std::int32_t>& index) {
+    const std::size_t count = m_vecNodes.size();
+    auto indexOf = [&](CNode* node) {
+        if (const std::int32_t* found = index.Find(IdKey(node->GetID()))) {
+            if (m_vecNodes[*found] == node) {
+                return *found;
+            }
+        }
+        const auto added = static_cast<std::int32_t>(m_vecNodes.size());
+        m_vecNodes.push_back(node);
+        return added;
+    };
+    m_bLookupAllPairs = !ParentKeepsOnlyEdgePairs(m_graph);
+    std::unordered_map<const CEdge*, std::uint32_t> edgeIndex;
+    std::vector<std::int32_t> listedBy(count, -1); // the node whose table lists it
+    m_vecSpringStart.reserve(count + 1);
+    m_vecPairStart.reserve(count + 1);
+    for (std::size_t i = 0; i < count; ++i) {
+        CNode* node = m_vecNodes[i];
+        m_vecSpringStart.push_back(static_cast<std::int32_t>(m_vecSpringEdge.size()));
+        m_vecPairStart.push_back(static_cast<std::int32_t>(m_vecPairNode.size()));
+        for (const CEdge* edge : node->GetEdges()) {
+            const std::int32_t source = indexOf(edge->GetSourceNode());
+            const std::int32_t dest = indexOf(edge->GetDestNode());
+            const auto added = static_cast<std::uint32_t>(m_vecSprings.size());
+            const std::uint32_t e = edgeIndex.emplace(edge, added).first->second;
+            if (e == added) {
+                m_vecSprings.push_back({source, dest, edge->GetNormalLength()});
+            }
+            m_vecSpringEdge.push_back(e | (edge->GetDestNode() == node ? kAtDest : 0u));
+            const std::int32_t other = edge->GetSourceNode() == node ? dest : source;
+            if (static_cast<std::size_t>(other) >= count) {
+                continue;
+            }
+            // Each neighbour once, in order of first appearance; a mark per
+            // node keeps a hub of many edges linear.
+            if (listedBy[other] != static_cast<std::int32_t>(i)) {
+                listedBy[other] = static_cast<std::int32_t>(i);
+                m_vecPairNode.push_back(other);
+                m_vecPairStrength.push_back(
+                    m_graph.FindEdgeSqrLenInParent(node->GetID(), m_vecNodes[other]->GetID()));
+            }
+        }
+    }
+    m_vecSpringStart.push_back(static_cast<std::int32_t>(m_vecSpringEdge.size()));
+    m_vecPairStart.push_back(static_cast<std::int32_t>(m_vecPairNode.size()));
+    m_vecTerms.resize(m_vecSprings.size());
 }
 
 bool CForceWorkspace::ParentKeepsOnlyEdgePairs(const CConnectedGraph& graph) {
@@ -185,7 +192,7 @@ CRect CForceWorkspace::RootCell() {
     return bound;
 }
 
-void CForceWorkspace::BuildTree(CQuadTree& tree) {
+void CForceWorkspace::BuildTree() {
     if (m_nCount == 0) {
         return;
     }
@@ -204,31 +211,28 @@ void CForceWorkspace::BuildTree(CQuadTree& tree) {
         return;
     }
     // Saturated cells: insert node by node.
-    InsertAll(tree, bound);
-    m_flatTree.Flatten(tree.GetRoot());
-    OrderByTree(tree.GetRoot());
+    const CQuadNode* root = InsertAll(m_cells, bound);
+    m_flatTree.Flatten(root);
+    OrderByTree(root);
 }
 
-void CForceWorkspace::BuildPointerTree(CQuadTree& tree) {
-    if (m_nCount != 0) {
-        InsertAll(tree, RootCell());
-    }
+CQuadNode* CForceWorkspace::BuildPointerTree(netloom::force::QuadCells& cells) {
+    return m_nCount == 0 ? nullptr : InsertAll(cells, RootCell());
 }
 
 // The tree's own construction: nodes inserted one by one in ascending id order.
-void CForceWorkspace::InsertAll(CQuadTree& tree, const CRect& bound) {
-    tree.RecycleCells();
-    tree.m_pGraph = &m_graph;
+CQuadNode* CForceWorkspace::InsertAll(netloom::force::QuadCells& cells, const CRect& bound) {
+    cells.Recycle();
     const std::int32_t first = m_vecIdOrder[0];
-    tree.InsertAt(m_vecNodes[first], first, m_vecX[first], m_vecY[first], nullptr);
-    CQuadNode* root = tree.m_pRoot;
+    CQuadNode* root = cells.Insert(m_vecNodes[first], first, m_vecX[first], m_vecY[first], nullptr);
     root->m_rcCell = bound;
     for (std::size_t rank = 1; rank < m_nCount; ++rank) {
         const std::int32_t i = m_vecIdOrder[rank];
-        tree.InsertAt(m_vecNodes[i], i, m_vecX[i], m_vecY[i], root);
+        cells.Insert(m_vecNodes[i], i, m_vecX[i], m_vecY[i], root);
     }
     root->PruneEmptyChildren();
     root->ComputeCenter();
+    return root;
 }
 
 // Lists the nodes in the order of the tree's leaves. Each node's force depends
@@ -244,7 +248,7 @@ void CForceWorkspace::OrderByTree(const CQuadNode* root) {
     stack[top++] = root;
     while (top > 0) {
         const CQuadNode* cell = stack[--top];
-        const int index = cell->m_iNodeIndex;
+        const int index = netloom::force::NodeIndexOf(cell);
         if (index >= 0 && m_vecListed[index] == 0) {
             m_vecListed[index] = 1;
             m_vecOrder.push_back(index);
@@ -408,35 +412,90 @@ void CForceWorkspace::SpringForce(int i, double& fx, double& fy) const {
     fy = sy;
 }
 
-void CForceWorkspace::IterateOnce(CQuadTree& tree, double step, double& energy) {
+// Small components run every pass on the calling thread.
+void CForceWorkspace::RunPass(std::size_t items,
+                              const std::function<void(std::size_t, std::size_t)>& work) {
+    if (m_nCount >= kParallelNodes) {
+        m_pPool->Run(items, kParallelBlock, work);
+    } else if (items > 0) {
+        work(0, items);
+    }
+}
+
+// The force pass over the nodes begin .. end-1 of the force-pass order: each
+// free node's repulsion (summed in groups of Lanes() nodes) and spring pull
+// give its new velocity.
+void CForceWorkspace::ForcePass(std::size_t begin, std::size_t end, double step, double distance) {
     namespace force = netloom::force;
+    std::int32_t group[8];
+    double rx[8];
+    double ry[8];
+    int grouped = 0;
+    auto finish = [&]() {
+        SumRepulsionGroup(group, grouped, rx, ry);
+        for (int l = 0; l < grouped; ++l) {
+            const std::int32_t i = group[l];
+            double fx = 0.0;
+            double fy = 0.0;
+            fx += rx[l];
+            fy += ry[l];
+            fx += m_vecSpringSum[i].x;
+            fy += m_vecSpringSum[i].y;
+            m_vecVx[i] = force::Accelerated(m_vecVx[i], step, force::kDamping, fx, distance);
+            m_vecVy[i] = force::Accelerated(m_vecVy[i], step, force::kDamping, fy, distance);
+        }
+        grouped = 0;
+    };
+    for (std::size_t k = begin; k < end; ++k) {
+        const std::int32_t i = m_vecOrder[k];
+        if (m_vecFixed[i] != 0) {
+            continue;
+        }
+        group[grouped++] = i;
+        if (grouped == m_iLanes) {
+            finish();
+        }
+    }
+    if (grouped > 0) {
+        finish();
+    }
+}
+
+// The move pass over the nodes begin .. end-1: each free node moves by its
+// limited step and keeps its energy apart; a fixed node's energy is +0.0,
+// which leaves the sum as it is (it starts at +0.0 and adds only squares).
+void CForceWorkspace::MovePass(std::size_t begin, std::size_t end, double step, double distance) {
+    namespace force = netloom::force;
+    for (std::size_t i = begin; i < end; ++i) {
+        if (m_vecFixed[i] != 0) {
+            m_vecEnergy[i] = 0.0;
+            continue;
+        }
+        m_vecX[i] += force::LimitToDistance(step * m_vecVx[i], distance);
+        m_vecY[i] += force::LimitToDistance(step * m_vecVy[i], distance);
+        m_vecEnergy[i] = m_vecVx[i] * m_vecVx[i] + m_vecVy[i] * m_vecVy[i];
+    }
+}
+
+void CForceWorkspace::IterateOnce(double step, double& energy) {
     const std::size_t count = m_nCount;
     energy = 0.0;
     if (m_nIterations % kRenumberEvery == 0) {
-        BuildTree(tree);
+        BuildTree();
         Renumber(m_vecOrder);
     }
     ++m_nIterations;
-    BuildTree(tree);
-    // Small components run every pass on the calling thread.
-    auto run = [this, count](std::size_t items,
-                             const std::function<void(std::size_t, std::size_t)>& work) {
-        if (count >= kParallelNodes) {
-            m_pPool->Run(items, kParallelBlock, work);
-        } else if (items > 0) {
-            work(0, items);
-        }
-    };
+    BuildTree();
     // The layout distance is a parameter of the calling thread: read once here
     // rather than once per node on every thread.
     const double distance = g_dLayoutDistance;
-    run(m_vecSprings.size(), [this, distance](std::size_t begin, std::size_t end) {
+    RunPass(m_vecSprings.size(), [this, distance](std::size_t begin, std::size_t end) {
         SpringTerms(begin, end, distance);
     });
     // Each node's springs summed in a pass of their own, where the loads of the
     // terms overlap from node to node.
     m_vecSpringSum.resize(count);
-    run(count, [this](std::size_t begin, std::size_t end) {
+    RunPass(count, [this](std::size_t begin, std::size_t end) {
         for (std::size_t i = begin; i < end; ++i) {
             SpringForce(static_cast<int>(i), m_vecSpringSum[i].x, m_vecSpringSum[i].y);
         }
@@ -444,55 +503,13 @@ void CForceWorkspace::IterateOnce(CQuadTree& tree, double step, double& energy) 
     // Each node's force depends only on the tree and the positions, which stay
     // as they are during this pass: the nodes can be handled in any order and on
     // several threads without changing a bit.
-    auto forces = [this, step, distance](std::size_t begin, std::size_t end) {
-        std::int32_t group[8];
-        double rx[8];
-        double ry[8];
-        int grouped = 0;
-        auto finish = [&]() {
-            SumRepulsionGroup(group, grouped, rx, ry);
-            for (int l = 0; l < grouped; ++l) {
-                const std::int32_t i = group[l];
-                double fx = 0.0;
-                double fy = 0.0;
-                fx += rx[l];
-                fy += ry[l];
-                fx += m_vecSpringSum[i].x;
-                fy += m_vecSpringSum[i].y;
-                m_vecVx[i] = force::Accelerated(m_vecVx[i], step, force::kDamping, fx, distance);
-                m_vecVy[i] = force::Accelerated(m_vecVy[i], step, force::kDamping, fy, distance);
-            }
-            grouped = 0;
-        };
-        for (std::size_t k = begin; k < end; ++k) {
-            const std::int32_t i = m_vecOrder[k];
-            if (m_vecFixed[i] != 0) {
-                continue;
-            }
-            group[grouped++] = i;
-            if (grouped == m_iLanes) {
-                finish();
-            }
-        }
-        if (grouped > 0) {
-            finish();
-        }
-    };
-    run(count, forces);
-    // The moves in parallel, each node's energy kept apart; a fixed node's is
-    // +0.0, which leaves the sum as it is (it starts at +0.0 and adds only
-    // squares).
+    RunPass(count, [this, step, distance](std::size_t begin, std::size_t end) {
+        ForcePass(begin, end, step, distance);
+    });
+    // The moves in parallel, each node's energy kept apart.
     m_vecEnergy.resize(count);
-    run(count, [this, step, distance](std::size_t begin, std::size_t end) {
-        for (std::size_t i = begin; i < end; ++i) {
-            if (m_vecFixed[i] != 0) {
-                m_vecEnergy[i] = 0.0;
-                continue;
-            }
-            m_vecX[i] += force::LimitToDistance(step * m_vecVx[i], distance);
-            m_vecY[i] += force::LimitToDistance(step * m_vecVy[i], distance);
-            m_vecEnergy[i] = m_vecVx[i] * m_vecVx[i] + m_vecVy[i] * m_vecVy[i];
-        }
+    RunPass(count, [this, step, distance](std::size_t begin, std::size_t end) {
+        MovePass(begin, end, step, distance);
     });
     // The energy is summed in ascending id order.
     for (std::size_t rank = 0; rank < count; ++rank) {

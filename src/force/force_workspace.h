@@ -6,9 +6,12 @@
 
 #include "force/flat_quad_tree.h"
 #include "force/lane_walk.h"
+#include "force/quad_cells.h"
 #include "force/worker_pool.h"
+#include "graph/flat_hash_map.h"
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -32,11 +35,11 @@ public:
     // (the iteration renumbers the nodes for locality).
     int IndexOf(std::size_t rank) const { return m_vecIdOrder[rank]; }
 
-    // Rebuilds the tree from the workspace positions (`tree` holds the cells only
-    // when positions are too far out for the direct build).
-    void BuildTree(CQuadTree& tree);
-    // Builds the pointer tree itself, node by node (the public BuildQuadTree).
-    void BuildPointerTree(CQuadTree& tree);
+    // Rebuilds the tree from the workspace positions.
+    void BuildTree();
+    // Builds the pointer tree itself, node by node, from the given cells (the
+    // public BuildQuadTree); returns its root, null without nodes.
+    CQuadNode* BuildPointerTree(netloom::force::QuadCells& cells);
     // Repulsion on node i from the tree of the last BuildTree (added to fx, fy).
     void SumRepulsion(int i, double& fx, double& fy) const;
     // Repulsion on `count` nodes (at most Lanes()) at once, each summed from
@@ -60,10 +63,10 @@ public:
 
     // Runs the damped iteration and writes positions and velocities back.
     // One iteration: tree, force pass, move pass; energy is the new total.
-    void IterateOnce(CQuadTree& tree, double step, double& energy);
+    void IterateOnce(double step, double& energy);
     // Returns the number of iterations run. A report, when given, hears of
     // every iteration and may end the loop early.
-    int Iterate(CQuadTree& tree, double& energy, netloom::ProgressReport* report = nullptr);
+    int Iterate(double& energy, netloom::ProgressReport* report = nullptr);
     // Writes the free nodes' positions and velocities to the node objects.
     void WriteBack();
 
@@ -75,8 +78,14 @@ public:
     static bool ParentKeepsOnlyEdgePairs(const CConnectedGraph& graph);
 
 private:
+    void LoadSprings(const netloom::detail::FlatHashMap<std::int32_t>& index);
     CRect RootCell();
-    void InsertAll(CQuadTree& tree, const CRect& bound);
+    // Runs work(begin, end) over items: in blocks on the pool's threads for
+    // large components, else at once on the calling thread.
+    void RunPass(std::size_t items, const std::function<void(std::size_t, std::size_t)>& work);
+    void ForcePass(std::size_t begin, std::size_t end, double step, double distance);
+    void MovePass(std::size_t begin, std::size_t end, double step, double distance);
+    CQuadNode* InsertAll(netloom::force::QuadCells& cells, const CRect& bound);
     void OrderByTree(const CQuadNode* root);
     void Renumber(const std::vector<std::int32_t>& order);
     void MarkPlainNodes(double strength);
@@ -103,6 +112,9 @@ private:
     std::vector<double> m_vecVy;
     std::vector<char> m_vecFixed;
     netloom::force::FlatQuadTree m_flatTree;
+    // Cells of the node-by-node build, for positions too far out for the
+    // direct one.
+    netloom::force::QuadCells m_cells;
     std::vector<std::int32_t> m_vecOrder; // force-pass order: the tree's leaves
     std::vector<char> m_vecListed;
     std::vector<std::int32_t> m_vecIdOrder; // index of each node, in ascending id order

@@ -6,10 +6,12 @@
 // Mul, Div and Max on V; the comparisons Le and Gt (ordered) giving an M; And,
 // AndNot (a and not b) on masks, Bits (the mask as lane bits) and FromBits;
 // and Blend(m, a, b) (a in the lanes of m, b elsewhere). Only the arithmetic
-// of the one-node descent happens in a lane; a lane that is not at a cell
+// of the one-node descent happens in a lane, with the repulsion law's terms of
+// force_math.h instantiated for L; a lane that is not at a cell
 // keeps its sums by blending, never by adding a zero. Masks stay in vector
 // form for the arithmetic; their bits decide the branches.
 
+#include "force/force_math.h"
 #include "force/lane_walk.h"
 
 #include <cstdint>
@@ -73,7 +75,6 @@ template <class L> void WalkLanes(const LaneWalkArgs& a) {
     const V py = L::Load(ly);
     const V zero = L::Set1(0.0);
     const V one = L::Set1(1.0);
-    const V two = L::Set1(2.0);
     const V cutoff = L::Set1(a.k.cutoff);
     const V reachSqr = L::Set1(a.k.reachSqr);
     const V pushX = L::Set1(a.k.pushX);
@@ -110,9 +111,9 @@ template <class L> void WalkLanes(const LaneWalkArgs& a) {
         __builtin_prefetch(&cells[c.next]);
         const V dx = L::Sub(L::Set1(c.centerX), px);
         const V dy = L::Sub(L::Set1(c.centerY), py);
-        const V d2 = L::Add(L::Mul(dx, dx), L::Mul(dy, dy));
-        const M nearM = L::Le(d2, two);
-        const M inRangeM = L::Le(d2, cutoff);
+        const V d2 = SquaredDistance<L>(dx, dy);
+        const M nearM = IsNear<L>(d2);
+        const M inRangeM = InRange<L>(d2, cutoff);
         // A cell or leaf beyond the cut-off adds zeros, which leave a sum as it
         // is (a sum that starts at +0.0 never becomes -0.0): lanes with nothing
         // to add skip the arithmetic.
@@ -134,8 +135,8 @@ template <class L> void WalkLanes(const LaneWalkArgs& a) {
                     negK = L::Load(negPair);
                 }
                 const V d2Safe = L::Blend(pullM, d2, one);
-                sx = L::Blend(pullM, L::Add(sx, L::Div(L::Mul(negK, dx), d2Safe)), sx);
-                sy = L::Blend(pullM, L::Add(sy, L::Div(L::Mul(negK, dy), d2Safe)), sy);
+                sx = L::Blend(pullM, L::Add(sx, Pull<L>(negK, dx, d2Safe)), sx);
+                sy = L::Blend(pullM, L::Add(sy, Pull<L>(negK, dy, d2Safe)), sy);
             }
             i = c.next;
             continue;
@@ -147,8 +148,8 @@ template <class L> void WalkLanes(const LaneWalkArgs& a) {
             // One charge of D squared per node at the centre, times the count;
             // +0.0 in the lanes that are not far.
             const V d2Safe = L::Blend(pullM, d2, one);
-            V tx = L::Blend(pullM, L::Div(L::Mul(negFar, dx), d2Safe), zero);
-            V ty = L::Blend(pullM, L::Div(L::Mul(negFar, dy), d2Safe), zero);
+            V tx = L::Blend(pullM, Pull<L>(negFar, dx, d2Safe), zero);
+            V ty = L::Blend(pullM, Pull<L>(negFar, dy, d2Safe), zero);
             tx = L::Blend(pushM, pushX, tx);
             ty = L::Blend(pushM, pushY, ty);
             const V count = L::Set1(static_cast<double>(c.count));

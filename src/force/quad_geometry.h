@@ -40,8 +40,8 @@ inline CQuadNode* ChildAt(const CQuadNode* cell, int x, int y) {
 // point falls in), nor the cell's centre, comes within the repulsion cut-off or
 // the fixed-push radius. The margin covers rounding of the centres.
 inline double ReachSqr() {
-    const double cutoff = 8.0 * g_dLayoutDistanceSqr;
-    const double reach = cutoff > 2.0 ? cutoff : 2.0;
+    const double cutoff = CutoffSqr(g_dLayoutDistanceSqr);
+    const double reach = cutoff > kNearSqr ? cutoff : kNearSqr;
     return reach * (1.0 + 1e-6) + 1e-6;
 }
 
@@ -59,38 +59,31 @@ void SumCells(const CQuadNode* cell, double px, double py, Strength strength, do
     if (cell != nullptr) {
         stack[top++] = cell;
     }
-    const double cutoff = 8.0 * g_dLayoutDistanceSqr;
+    const double cutoff = CutoffSqr(g_dLayoutDistanceSqr);
+    const double pushX = PushX(g_dLayoutDistance);
+    const double pushY = PushY(g_dLayoutDistance);
     while (top > 0) {
         const CQuadNode* c = stack[--top];
+        const double dx = c->m_dCenterX - px;
+        const double dy = c->m_dCenterY - py;
+        const double d2 = SquaredDistance<Scalar>(dx, dy);
+        double tx = 0.0;
+        double ty = 0.0;
         if (c->m_iCount == 1) {
-            const double dx = c->m_dCenterX - px;
-            const double dy = c->m_dCenterY - py;
-            const double d2 = dx * dx + dy * dy;
-            if (d2 <= 2.0) {
-                fx += g_dLayoutDistance / 8.0;
-                fy += g_dLayoutDistance / 4.0;
-            } else if (d2 <= cutoff) {
-                const double k = strength(c);
-                fx += -k * dx / d2;
-                fy += -k * dy / d2;
-            } else {
-                // Beyond the cut-off the force is zero; adding it keeps the sum
-                // literal even for a caller's -0.0.
-                fx += 0.0;
-                fy += 0.0;
-            }
+            // Beyond the cut-off the force is zero; adding it keeps the sum
+            // literal even for a caller's -0.0.
+            ChargeForce(
+                dx, dy, d2, cutoff, pushX, pushY, [&] { return strength(c); }, tx, ty);
+            fx += tx;
+            fy += ty;
             continue;
         }
-        const double ddx = c->m_dCenterX - px;
-        const double ddy = c->m_dCenterY - py;
-        const double d2 = ddx * ddx + ddy * ddy;
         const std::int64_t width = CellWidth(c->m_rcCell);
         const std::int64_t s = (width + CellHeight(c->m_rcCell)) / 2;
         const double s2 = static_cast<double>(s) * static_cast<double>(s);
         if (d2 > s2) {
-            double tx = 0.0;
-            double ty = 0.0;
-            Repulsion(px, py, c->m_dCenterX, c->m_dCenterY, g_dLayoutDistanceSqr, tx, ty);
+            ChargeForce(
+                dx, dy, d2, cutoff, pushX, pushY, [] { return g_dLayoutDistanceSqr; }, tx, ty);
             tx *= c->m_iCount;
             ty *= c->m_iCount;
             fx += tx;

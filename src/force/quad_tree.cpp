@@ -4,55 +4,65 @@
 #include <netloom/quad_tree.h>
 
 #include "force/force_math.h"
+#include "force/quad_cells.h"
 #include "force/quad_geometry.h"
 #include "graph/truncate.h"
 
 using netloom::TruncToInt;
 
-CQuadTree::~CQuadTree() {
-    Clear();
+CQuadTree::CQuadTree() = default;
+CQuadTree::~CQuadTree() = default;
+
+netloom::force::QuadCells& CQuadTree::Cells() {
+    if (!m_pCells) {
+        m_pCells = std::make_unique<netloom::force::QuadCells>();
+    }
+    return *m_pCells;
 }
 
 void CQuadTree::Clear() {
     m_pRoot = nullptr;
-    m_nUsed = 0;
-    m_vecBlocks.clear();
+    m_pCells.reset();
 }
 
-void CQuadTree::RecycleCells() {
-    m_pRoot = nullptr;
-    m_nUsed = 0;
-}
+namespace netloom::force {
 
-CQuadNode* CQuadTree::NewCell() {
+CQuadNode* QuadCells::NewCell() {
     const std::size_t block = m_nUsed / kBlockCells;
     const std::size_t slot = m_nUsed % kBlockCells;
     if (block == m_vecBlocks.size()) {
-        m_vecBlocks.emplace_back(new CQuadNode[kBlockCells]);
+        m_vecBlocks.emplace_back(new IndexedCell[kBlockCells]);
     }
     ++m_nUsed;
-    CQuadNode* cell = &m_vecBlocks[block][slot];
-    *cell = CQuadNode();
+    IndexedCell* cell = &m_vecBlocks[block][slot];
+    *cell = IndexedCell();
     return cell;
 }
 
-void CQuadNode::Split(CQuadTree& tree) {
-    const std::int64_t left = m_rcCell.left;
-    const std::int64_t top = m_rcCell.top;
-    const std::int64_t right = m_rcCell.right;
-    const std::int64_t bottom = m_rcCell.bottom;
+void QuadCells::Split(CQuadNode& cell) {
+    const CRect& r = cell.m_rcCell;
+    const std::int64_t left = r.left;
+    const std::int64_t top = r.top;
+    const std::int64_t right = r.right;
+    const std::int64_t bottom = r.bottom;
     const auto mx = static_cast<int>(left + (right - left) / 2);
     const auto my = static_cast<int>(top + (bottom - top) / 2);
     const CRect quadrants[4] = {
-        CRect(m_rcCell.left, m_rcCell.top, mx, my),
-        CRect(mx, m_rcCell.top, m_rcCell.right, my),
-        CRect(mx, my, m_rcCell.right, m_rcCell.bottom),
-        CRect(m_rcCell.left, my, mx, m_rcCell.bottom),
+        CRect(r.left, r.top, mx, my),
+        CRect(mx, r.top, r.right, my),
+        CRect(mx, my, r.right, r.bottom),
+        CRect(r.left, my, mx, r.bottom),
     };
     for (int i = 0; i < 4; ++i) {
-        m_pChildren[i] = tree.NewCell();
-        m_pChildren[i]->m_rcCell = quadrants[i];
+        cell.m_pChildren[i] = NewCell();
+        cell.m_pChildren[i]->m_rcCell = quadrants[i];
     }
+}
+
+} // namespace netloom::force
+
+void CQuadNode::Split(CQuadTree& tree) {
+    tree.Cells().Split(*this);
 }
 
 void CQuadNode::PruneEmptyChildren() {
@@ -101,25 +111,33 @@ CQuadNode* CQuadTree::FindChild(int x, int y, CQuadNode* cell) const {
 }
 
 bool CQuadTree::Insert(CNode* node, CQuadNode* cell) {
-    InsertAt(node, -1, node->X(), node->Y(), cell);
+    CQuadNode* made = Cells().InsertUnindexed(node, node->X(), node->Y(), cell);
+    if (cell == nullptr) {
+        m_pRoot = made;
+    }
     return true;
 }
 
 // The descent of one insertion, as a loop: each step either ends at a cell or
 // goes on into the child that holds the node's integer point.
-void CQuadTree::InsertAt(CNode* node, int index, double x, double y, CQuadNode* cell) {
+template <bool kIndexed>
+CQuadNode* netloom::force::QuadCells::InsertAt(CNode* node, int index, double x, double y,
+                                               CQuadNode* cell) {
     auto makeLeaf = [&](CQuadNode* leaf) {
         leaf->m_pNode = node;
-        leaf->m_iNodeIndex = index;
+        if constexpr (kIndexed) {
+            static_cast<IndexedCell*>(leaf)->nodeIndex = index;
+        }
         leaf->m_dCenterX = x;
         leaf->m_dCenterY = y;
         leaf->m_iCount = 1;
     };
     if (cell == nullptr) {
-        m_pRoot = NewCell();
-        makeLeaf(m_pRoot);
-        return;
+        CQuadNode* root = NewCell();
+        makeLeaf(root);
+        return root;
     }
+    CQuadNode* const start = cell;
     const int ix = TruncToInt(x);
     const int iy = TruncToInt(y);
     while (true) {
@@ -127,15 +145,15 @@ void CQuadTree::InsertAt(CNode* node, int index, double x, double y, CQuadNode* 
         if (cell->m_iCount >= 2) {
             ++cell->m_iCount;
             if (!wide) {
-                return;
+                return start;
             }
             cell = netloom::force::ChildAt(cell, ix, iy);
         } else if (cell->m_iCount == 1) {
             if (!wide) {
                 ++cell->m_iCount;
-                return;
+                return start;
             }
-            cell->Split(*this);
+            Split(*cell);
             ++cell->m_iCount;
             CQuadNode* held = netloom::force::ChildAt(cell, TruncToInt(cell->m_dCenterX),
                                                       TruncToInt(cell->m_dCenterY));
@@ -143,15 +161,27 @@ void CQuadTree::InsertAt(CNode* node, int index, double x, double y, CQuadNode* 
             held->m_dCenterY = cell->m_dCenterY;
             held->m_iCount = 1;
             held->m_pNode = cell->m_pNode;
-            held->m_iNodeIndex = cell->m_iNodeIndex;
             cell->m_pNode = nullptr;
-            cell->m_iNodeIndex = -1;
+            if constexpr (kIndexed) {
+                static_cast<IndexedCell*>(held)->nodeIndex = NodeIndexOf(cell);
+                static_cast<IndexedCell*>(cell)->nodeIndex = -1;
+            }
             cell = netloom::force::ChildAt(cell, ix, iy);
         } else {
             makeLeaf(cell);
-            return;
+            return start;
         }
     }
+}
+
+CQuadNode* netloom::force::QuadCells::Insert(CNode* node, int index, double x, double y,
+                                             CQuadNode* cell) {
+    return InsertAt<true>(node, index, x, y, cell);
+}
+
+CQuadNode* netloom::force::QuadCells::InsertUnindexed(CNode* node, double x, double y,
+                                                      CQuadNode* cell) {
+    return InsertAt<false>(node, -1, x, y, cell);
 }
 
 void CQuadTree::SumRepulsion(CNode* node, CQuadNode* cell, double& fx, double& fy) const {

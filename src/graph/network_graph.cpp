@@ -2,13 +2,14 @@
 #include <netloom/network_graph.h>
 #include <netloom/params.h>
 
+#include "graph/graph_indexes.h"
 #include "graph/point_bounds.h"
 
 #include <algorithm>
 #include <unordered_map>
 
-using netloom::PairKey;
 using netloom::detail::IdKey;
+using netloom::detail::PairKey;
 
 namespace {
 
@@ -74,9 +75,7 @@ void CNetworkGraph::DeleteOwnedObjects() {
     DeleteConnectedGraphs();
     m_mapNodes.clear();
     m_mapEdges.clear();
-    m_mapEdgesByPair.Clear();
-    m_bPairIndexBuilt = false;
-    m_mapNodeIndex.Clear();
+    m_pIndexes.reset();
 }
 
 void CNetworkGraph::DeleteConnectedGraphs() {
@@ -90,7 +89,6 @@ void CNetworkGraph::Swap(CNetworkGraph& other) noexcept {
     std::swap(m_mapNodes, other.m_mapNodes);
     std::swap(m_mapEdges, other.m_mapEdges);
     std::swap(m_mapNodeDegree, other.m_mapNodeDegree);
-    std::swap(m_mapEdgeSqrLen, other.m_mapEdgeSqrLen);
     std::swap(m_bUnjoinedSqrLenPairs, other.m_bUnjoinedSqrLenPairs);
     std::swap(m_dEnergy, other.m_dEnergy);
     std::swap(m_iLayoutType, other.m_iLayoutType);
@@ -106,11 +104,7 @@ void CNetworkGraph::Swap(CNetworkGraph& other) noexcept {
     std::swap(m_fnMonitor, other.m_fnMonitor);
     std::swap(m_bLayoutStopped, other.m_bLayoutStopped);
     std::swap(m_nLayoutWork, other.m_nLayoutWork);
-    std::swap(m_mapEdgesByPair, other.m_mapEdgesByPair);
-    std::swap(m_bPairIndexBuilt, other.m_bPairIndexBuilt);
-    std::swap(m_mapNodeIndex, other.m_mapNodeIndex);
-    std::swap(m_setSortedEdgeIds, other.m_setSortedEdgeIds);
-    std::swap(m_nSortedEdgesIndexed, other.m_nSortedEdgesIndexed);
+    std::swap(m_pIndexes, other.m_pIndexes);
 }
 
 // Objects are copied in creation order, so the copies' sets iterate in the same
@@ -140,7 +134,9 @@ void CNetworkGraph::CopyFrom(const CNetworkGraph& other) {
         }
     }
     m_mapNodeDegree = other.m_mapNodeDegree;
-    m_mapEdgeSqrLen = other.m_mapEdgeSqrLen;
+    if (other.m_pIndexes) {
+        Index().edgeSqrLen = other.m_pIndexes->edgeSqrLen;
+    }
     m_bUnjoinedSqrLenPairs = other.m_bUnjoinedSqrLenPairs;
     m_dEnergy = other.m_dEnergy;
     m_bFixedLayout = other.m_bFixedLayout;
@@ -169,10 +165,11 @@ bool CNetworkGraph::AddNode(int id, double x, double y, bool fixed) {
 
 bool CNetworkGraph::InsertNodeRecord(CNode* node) {
     const int id = node->GetID();
-    if (m_mapNodeIndex.Find(IdKey(id)) != nullptr) {
+    auto& nodeIndex = Index().nodeIndex;
+    if (nodeIndex.Find(IdKey(id)) != nullptr) {
         return false;
     }
-    m_mapNodeIndex.InsertMulti(IdKey(id), node);
+    nodeIndex.InsertMulti(IdKey(id), node);
     // Ascending ids, the usual case, append at the end without a search.
     if (m_mapNodes.empty() || m_mapNodes.rbegin()->first < id) {
         m_mapNodes.emplace_hint(m_mapNodes.end(), id, node);
@@ -190,29 +187,30 @@ void CNetworkGraph::InsertEdgeRecord(CEdge* e) {
     } else if (!m_mapEdges.emplace(id, e).second) {
         return;
     }
-    if (m_bPairIndexBuilt) {
-        m_mapEdgesByPair.InsertMulti(PairKey(e->m_pSource->GetID(), e->m_pDest->GetID()), e);
+    if (Index().pairIndexBuilt) {
+        Index().edgesByPair.InsertMulti(PairKey(e->m_pSource->GetID(), e->m_pDest->GetID()), e);
     }
 }
 
 void CNetworkGraph::EraseEdgeRecord(CEdge* e) {
     m_mapEdges.erase(e->GetID());
-    if (!m_bPairIndexBuilt) {
+    if (!Index().pairIndexBuilt) {
         return;
     }
-    m_mapEdgesByPair.Erase(PairKey(e->m_pSource->GetID(), e->m_pDest->GetID()), e);
+    Index().edgesByPair.Erase(PairKey(e->m_pSource->GetID(), e->m_pDest->GetID()), e);
 }
 
 void CNetworkGraph::EnsurePairIndex() const {
-    if (m_bPairIndexBuilt) {
+    Indexes& index = Index();
+    if (index.pairIndexBuilt) {
         return;
     }
-    m_mapEdgesByPair.Reserve(m_mapEdges.size());
+    index.edgesByPair.Reserve(m_mapEdges.size());
     for (const auto& entry : m_mapEdges) {
         CEdge* e = entry.second;
-        m_mapEdgesByPair.InsertMulti(PairKey(e->m_pSource->GetID(), e->m_pDest->GetID()), e);
+        index.edgesByPair.InsertMulti(PairKey(e->m_pSource->GetID(), e->m_pDest->GetID()), e);
     }
-    m_bPairIndexBuilt = true;
+    index.pairIndexBuilt = true;
 }
 
 bool CNetworkGraph::AddEdge(int id, int sourceID, int destID, int length, int sourceSubNodeID,
@@ -233,7 +231,7 @@ bool CNetworkGraph::AddEdge(int id, int sourceID, int destID, int length, int so
     dest->AddEdge(edge);
     edge->SetNormalLength(static_cast<double>(length));
     InsertEdgeRecord(edge);
-    m_mapEdgeSqrLen.FindOrInsert(PairKey(sourceID, destID), 0.0) = SquareOfLength(length);
+    Index().edgeSqrLen.FindOrInsert(PairKey(sourceID, destID), 0.0) = SquareOfLength(length);
     return true;
 }
 
@@ -241,11 +239,11 @@ bool CNetworkGraph::AddEdge(int id, int sourceID, int destID, int length, int so
 bool CNetworkGraph::IsEdgeExist(CEdge* e) const {
     EnsurePairIndex();
     bool found = false;
-    m_mapEdgesByPair.ForEach(PairKey(e->m_pSource->GetID(), e->m_pDest->GetID()),
-                             [&](CEdge* other) {
-                                 found = *other == *e;
-                                 return !found;
-                             });
+    Index().edgesByPair.ForEach(PairKey(e->m_pSource->GetID(), e->m_pDest->GetID()),
+                                [&](CEdge* other) {
+                                    found = *other == *e;
+                                    return !found;
+                                });
     return found;
 }
 
@@ -280,7 +278,7 @@ bool CNetworkGraph::DeleteNode(int id) {
         }
     }
     m_mapNodes.erase(id);
-    m_mapNodeIndex.Erase(IdKey(id), node);
+    Index().nodeIndex.Erase(IdKey(id), node);
     delete node;
     return true;
 }
@@ -292,7 +290,7 @@ CEdge* CNetworkGraph::FindEdge(CNode* a, CNode* b) const {
     }
     EnsurePairIndex();
     CEdge* best = nullptr;
-    m_mapEdgesByPair.ForEach(PairKey(a->GetID(), b->GetID()), [&](CEdge* e) {
+    Index().edgesByPair.ForEach(PairKey(a->GetID(), b->GetID()), [&](CEdge* e) {
         const bool joins =
             (e->m_pSource == a && e->m_pDest == b) || (e->m_pSource == b && e->m_pDest == a);
         if (joins && (best == nullptr || e->GetID() < best->GetID())) {
@@ -304,12 +302,12 @@ CEdge* CNetworkGraph::FindEdge(CNode* a, CNode* b) const {
 }
 
 double CNetworkGraph::FindEdgeSqrLen(int idA, int idB) const {
-    const double* found = m_mapEdgeSqrLen.Find(PairKey(idA, idB));
+    const double* found = m_pIndexes ? m_pIndexes->edgeSqrLen.Find(PairKey(idA, idB)) : nullptr;
     return found == nullptr ? g_dLayoutDistanceSqr : *found;
 }
 
 CNode* CNetworkGraph::GetNode(int id) const {
-    CNode* const* found = m_mapNodeIndex.Find(IdKey(id));
+    CNode* const* found = m_pIndexes ? m_pIndexes->nodeIndex.Find(IdKey(id)) : nullptr;
     return found == nullptr ? nullptr : *found;
 }
 

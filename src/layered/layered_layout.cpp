@@ -3,6 +3,7 @@
 
 #include "graph/truncate.h"
 #include "layered/layered_workspace.h"
+#include "pipeline/layout_methods.h"
 #include "pipeline/progress_report.h"
 
 // Tree and hierarchy layouts (types 2 and 8): levels, child order and grid cells
@@ -76,6 +77,11 @@ bool CConnectedGraph::LayeredLayout() {
 // the hierarchy layout, the two port steps.
 std::int64_t CLayeredLayout::ReportedSteps(bool hierarchy) {
     return static_cast<std::int64_t>(Steps().size()) + 1 + (hierarchy ? 2 : 0);
+}
+
+netloom::LayoutMethod netloom::LayeredMethod(int layoutType) {
+    return {layoutType, "LayeredLayout", &CConnectedGraph::LayeredLayout,
+            CLayeredLayout::ReportedSteps(layoutType == CNetworkGraph::m_iHierarchyLayout)};
 }
 
 bool CConnectedGraph::GetDefaultLevels(std::map<int, std::vector<int>>& levels) const {

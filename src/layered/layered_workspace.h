@@ -6,8 +6,9 @@
 // CLayeredLayout; ArrangeLayers runs them in the order of its step table.
 
 #include <netloom/creation_order.h>
-#include <netloom/detail/flat_hash_map.h>
 #include <netloom/node.h>
+
+#include "graph/flat_hash_map.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -157,7 +158,6 @@ public:
         return netloom::layered::PassMark(++m_iVisitStamp);
     }
     void SkipVisitStamps(int count) { m_iVisitStamp += count; }
-    int GetColUnit() const { return m_iColUnit; }
     bool IsLayoutEdge(int edgeID) const;
 
     // The layering pipeline: the steps of Steps(), in order, until one fails.

@@ -23,7 +23,7 @@ bool CLayeredLayout::CollectLayoutEdges() {
             continue;
         }
         const std::uint64_t key =
-            netloom::PairKey(e->GetSourceNode()->GetID(), e->GetDestNode()->GetID());
+            netloom::detail::PairKey(e->GetSourceNode()->GetID(), e->GetDestNode()->GetID());
         if (pairs.insert(key).second) {
             m_setLayoutEdges.push_back(entry.first);
         }

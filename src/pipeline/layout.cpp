@@ -2,41 +2,35 @@
 #include <netloom/network_graph.h>
 #include <netloom/params.h>
 
-#include "force/force_math.h"
-#include "layered/layered_workspace.h"
+#include "pipeline/layout_methods.h"
 #include "pipeline/progress_report.h"
+
+namespace netloom {
+
+const LayoutMethod* FindLayoutMethod(int layoutType) {
+    static const LayoutMethod kMethods[] = {
+        RadiantMethod(),
+        ForceDirectedMethod(),
+        LayeredMethod(CNetworkGraph::m_iTreeLayout),
+        LayeredMethod(CNetworkGraph::m_iHierarchyLayout),
+    };
+    for (const LayoutMethod& method : kMethods) {
+        if (method.type == layoutType) {
+            return &method;
+        }
+    }
+    return nullptr;
+}
+
+} // namespace netloom
 
 namespace {
 
-const char* LayoutMethodName(int nLayoutType) {
-    switch (nLayoutType) {
-    case CNetworkGraph::m_iRadiantLayout:
-        return "RadiantLayout";
-    case CNetworkGraph::m_iForceDirectedLayout:
-        return "ForceDirectedLayout";
-    case CNetworkGraph::m_iTreeLayout:
-    case CNetworkGraph::m_iHierarchyLayout:
-        return "LayeredLayout";
-    default:
-        return "LayoutComponent";
-    }
-}
-
 // The work units a component's layout is expected to take: its nodes and edges
-// once per step (the radiant start and each force iteration count as a step),
-// a force layout at its iteration cap.
-std::int64_t EstimatedWork(const CConnectedGraph& comp, int nLayoutType) {
+// once per step of its method; one step for an unknown type.
+std::int64_t EstimatedWork(const CConnectedGraph& comp, const netloom::LayoutMethod* method) {
     const std::int64_t size = netloom::ProgressReport::Units(comp);
-    switch (nLayoutType) {
-    case CNetworkGraph::m_iForceDirectedLayout:
-        return size * (1 + netloom::force::kMaxIterations);
-    case CNetworkGraph::m_iTreeLayout:
-    case CNetworkGraph::m_iHierarchyLayout:
-        return size *
-               CLayeredLayout::ReportedSteps(nLayoutType == CNetworkGraph::m_iHierarchyLayout);
-    default:
-        return size;
-    }
+    return method != nullptr ? size * method->expectedSteps : size;
 }
 
 } // namespace
@@ -55,10 +49,11 @@ bool CNetworkGraph::Layout(int nDistance, int nLayoutType, int nLayerSpacing) {
     }
     DecomposeGraph();
 
+    const netloom::LayoutMethod* method = netloom::FindLayoutMethod(nLayoutType);
     const int total = static_cast<int>(m_setConnectedGraphs.size());
     std::int64_t work = 0;
     for (const CConnectedGraph* comp : m_setConnectedGraphs) {
-        work += EstimatedWork(*comp, nLayoutType);
+        work += EstimatedWork(*comp, method);
     }
     netloom::ProgressReport report(m_fnMonitor, total, work);
     int done = 0;
@@ -68,14 +63,14 @@ bool CNetworkGraph::Layout(int nDistance, int nLayoutType, int nLayerSpacing) {
         if (report.StopRequested()) {
             break;
         }
-        report.BeginComponent(done, EstimatedWork(*comp, nLayoutType));
+        report.BeginComponent(done, EstimatedWork(*comp, method));
         comp->m_pReport = &report;
         comp->LayoutComponent(nLayoutType);
         comp->m_pReport = nullptr;
         // Every component is reported at least once, so that a host can stop
         // between any two.
         if (!report.StepsInComponent()) {
-            report.Rest(LayoutMethodName(nLayoutType));
+            report.Rest(method != nullptr ? method->name : "LayoutComponent");
         }
         report.EndComponent();
         if (m_fnProgress) {
@@ -123,19 +118,9 @@ bool CNetworkGraph::PreprocessLayout() {
 bool CConnectedGraph::LayoutComponent(int nLayoutType) {
     m_iLayoutType = nLayoutType;
     PreprocessLayout();
-    switch (nLayoutType) {
-    case m_iRadiantLayout:
-        RadiantLayout();
-        break;
-    case m_iForceDirectedLayout:
-        ForceDirectedLayout();
-        break;
-    case m_iTreeLayout:
-    case m_iHierarchyLayout:
-        LayeredLayout();
-        break;
-    default:
-        break; // unknown types leave the nodes where they are
+    // Unknown types leave the nodes where they are.
+    if (const netloom::LayoutMethod* method = netloom::FindLayoutMethod(nLayoutType)) {
+        (this->*method->run)();
     }
     return true;
 }

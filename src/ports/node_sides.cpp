@@ -1,6 +1,7 @@
-#include <netloom/detail/flat_hash_map.h>
 #include <netloom/edge.h>
 #include <netloom/node.h>
+
+#include "graph/flat_hash_map.h"
 
 #include <algorithm>
 

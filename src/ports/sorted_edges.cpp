@@ -1,5 +1,7 @@
 #include <netloom/connected_graph.h>
 
+#include "graph/graph_indexes.h"
+
 // Lists the component's edges in the order their ports stand on the nodes, row
 // by row, and appends the new ones to the host graph's edge order.
 void CConnectedGraph::BuildSortedEdges() {
@@ -21,20 +23,21 @@ void CConnectedGraph::BuildSortedEdges() {
 }
 
 void CNetworkGraph::AddSortedEdge(std::vector<int>& ids, int graphIndex) {
-    if (m_nSortedEdgesIndexed != m_vecSortedEdges.size()) {
-        m_setSortedEdgeIds.Clear();
+    Indexes& index = Index();
+    if (index.sortedEdgesIndexed != m_vecSortedEdges.size()) {
+        index.sortedEdgeIds.Clear();
         for (int id : m_vecSortedEdges) {
-            m_setSortedEdgeIds.FindOrInsert(netloom::detail::IdKey(id), true);
+            index.sortedEdgeIds.FindOrInsert(netloom::detail::IdKey(id), true);
         }
     }
     for (int id : ids) {
-        if (m_setSortedEdgeIds.Find(netloom::detail::IdKey(id)) == nullptr) {
-            m_setSortedEdgeIds.InsertMulti(netloom::detail::IdKey(id), true);
+        if (index.sortedEdgeIds.Find(netloom::detail::IdKey(id)) == nullptr) {
+            index.sortedEdgeIds.InsertMulti(netloom::detail::IdKey(id), true);
             m_vecSortedEdges.push_back(id);
             m_vecSortedEdgesInGraph.push_back(graphIndex);
         }
     }
-    m_nSortedEdgesIndexed = m_vecSortedEdges.size();
+    index.sortedEdgesIndexed = m_vecSortedEdges.size();
 }
 
 void CNetworkGraph::GetSubNodePosition(int nodeId, int sub, int& side, int& index) const {

@@ -3,6 +3,7 @@
 #include <netloom/node.h>
 #include <netloom/params.h>
 
+#include "pipeline/layout_methods.h"
 #include "radial/trig.h"
 
 #include <algorithm>
@@ -86,4 +87,9 @@ bool CConnectedGraph::RadiantPlaceChildren(CNode* node, CNode* parent, double ra
         angle = angle + step;
     }
     return true;
+}
+
+// One step: the radiant layout reports nothing while it runs.
+netloom::LayoutMethod netloom::RadiantMethod() {
+    return {CNetworkGraph::m_iRadiantLayout, "RadiantLayout", &CConnectedGraph::RadiantLayout, 1};
 }

@@ -149,10 +149,9 @@ TEST(ForceLayoutTest, ThreadsAndLanesDoNotChangeTheResult) {
             CForceWorkspace workspace(*comp, true);
             workspace.SetLanes(lanes);
             EXPECT_EQ(workspace.Threads(), threads) << "the graph's setting";
-            CQuadTree tree;
             double energy = 0.0;
             for (int iteration = 0; iteration < 3; ++iteration) {
-                workspace.IterateOnce(tree, 0.5, energy);
+                workspace.IterateOnce(0.5, energy);
             }
             workspace.WriteBack();
             results.push_back(Read(g));

@@ -113,8 +113,7 @@ TEST(QuadTreeTest, PooledTreeMatchesTheOracle) {
             force_oracle::Tree oracle(*comp);
             ExpectSameTree(oracle.Root(), comp->GetQuadTree().GetRoot());
             CForceWorkspace workspace(*comp, true);
-            CQuadTree pooled;
-            workspace.BuildTree(pooled);
+            workspace.BuildTree();
             std::size_t rank = 0;
             std::vector<std::int32_t> indices;
             std::vector<std::pair<double, double>> sums;

@@ -228,6 +228,10 @@ TEST(NetworkGraphTest, CopiesAreDeepAndKeepEveryTable) {
     CNetworkGraph moved(std::move(assigned));
     EXPECT_EQ(moved.GetEdgeMap().size(), 2u);
     EXPECT_TRUE(assigned.GetNodeMap().empty());
+    EXPECT_EQ(moved.FindEdgeSqrLen(1, 3), 49.0) << "the lookup indexes move along";
+    EXPECT_NE(moved.GetNode(3), nullptr);
+    EXPECT_TRUE(assigned.AddNode(5, 0, 0, false)) << "a moved-from graph is usable";
+    EXPECT_NE(assigned.GetNode(5), nullptr);
 }
 
 // Counts destructions of host-made nodes handed to a graph.

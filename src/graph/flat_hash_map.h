@@ -12,6 +12,13 @@ inline std::uint64_t IdKey(int id) {
     return static_cast<std::uint32_t>(id);
 }
 
+// Key of an unordered pair of node ids: smaller id in the high half.
+inline std::uint64_t PairKey(int a, int b) {
+    const auto lo = static_cast<std::uint32_t>(a < b ? a : b);
+    const auto hi = static_cast<std::uint32_t>(a < b ? b : a);
+    return (static_cast<std::uint64_t>(lo) << 32) | hi;
+}
+
 // Open-addressing hash map from 64-bit keys to small values, used for the
 // graph's lookup indexes: one flat array instead of one heap node per entry,
 // which matters for graphs with millions of edges. A key may be stored several
