@@ -1,7 +1,7 @@
 // Drawing geometry of large graphs: the scale search, box sizes and edge
 // paths (MakeDrawing), and the whole SVG text, after the layout.
 
-#include "drawing.h"
+#include "layout_run.h"
 #include "readers.h"
 #include "support/generated_graphs.h"
 #include "writers.h"
@@ -45,7 +45,7 @@ const Laid& Get(int type, int n) {
 void BM_MakeDrawing(benchmark::State& state, int type) {
     const Laid& laid = Get(type, static_cast<int>(state.range(0)));
     for (auto _ : state) {
-        benchmark::DoNotOptimize(MakeDrawing(laid.graph, laid.result));
+        benchmark::DoNotOptimize(laid.result.MakeDrawing());
     }
 }
 
