@@ -87,6 +87,7 @@ struct GapItem {
     int group = 1;
     std::pair<int, double> rank;
     double x = 0.0;
+    double want = std::numeric_limits<double>::quiet_NaN(); // preferred x, if any
 };
 
 // A horizontal run of an edge in a channel: from (x1, kind1) to (x2, kind2).
@@ -144,7 +145,12 @@ private:
     double GapLeft(int row, int g) const;
     double GapRight(int row, int g) const;
     int ChooseGap(int row, double ideal);
+    bool HasRoom(int row, int g) const;
+    int FreeGapAt(int row, double x) const;
+    void PlanCrossings(std::size_t k);
     void PlaceGapTracks();
+    bool PlaceAtWants(std::vector<GapItem>& items, const std::vector<std::size_t>& order, double lo,
+                      double hi) const;
     void AssignTracks(std::vector<Piece>& pieces) const;
     bool OrderTracks(std::vector<Piece>& pieces) const;
     void PackTracks(std::vector<Piece>& pieces) const;
@@ -182,6 +188,30 @@ double Router::GapRight(int row, int g) const {
     return b.x - b.w / 2;
 }
 
+// Whether gap g of row has room for one more track at the preferred spacing;
+// the open outer gaps always have.
+bool Router::HasRoom(int row, int g) const {
+    if (g == 0 || g == static_cast<int>(m_rows.rows[row].boxes.size())) {
+        return true;
+    }
+    const double width = (GapRight(row, g) - GapLeft(row, g)) / m_unit - 2 * kMargin;
+    const double used = static_cast<double>(m_gaps[GapId(row, g)].size());
+    return used * kTrack <= width;
+}
+
+// The gap of row in which a vertical at x keeps its margin from both boxes and
+// that has room for it; -1 when there is none.
+int Router::FreeGapAt(int row, double x) const {
+    const auto& boxes = m_rows.rows[row].boxes;
+    const double margin = kMargin * m_unit;
+    const auto g = static_cast<int>(
+        std::upper_bound(boxes.begin(), boxes.end(), x,
+                         [&](double v, std::size_t b) { return v < m_d.nodes[b].x; }) -
+        boxes.begin());
+    const bool clear = x >= GapLeft(row, g) + margin && x <= GapRight(row, g) - margin;
+    return clear && HasRoom(row, g) ? g : -1;
+}
+
 // The gap of row nearest to x = ideal that still has room for one more track at
 // the preferred spacing; the open outer gaps always have.
 int Router::ChooseGap(int row, double ideal) {
@@ -199,14 +229,7 @@ int Router::ChooseGap(int row, double ideal) {
         const double l = GapLeft(row, g), r = GapRight(row, g);
         return ideal < l ? l - ideal : ideal > r ? ideal - r : 0.0;
     };
-    auto room = [&](int g) {
-        if (g == 0 || g == count) {
-            return true;
-        }
-        const double width = (GapRight(row, g) - GapLeft(row, g)) / m_unit - 2 * kMargin;
-        const double used = static_cast<double>(m_gaps[GapId(row, g)].size());
-        return used * kTrack <= width;
-    };
+    auto room = [&](int g) { return HasRoom(row, g); };
     int best = -1;
     for (int g = std::max(0, lo - kGapSearch); g <= std::min(count, lo + kGapSearch); ++g) {
         if (room(g) && (best < 0 || distance(g) < distance(best))) {
@@ -324,25 +347,59 @@ void Router::Plan(const std::vector<std::size_t>& edges, const std::vector<End>&
         plan.sourceChannel = rs + (sDown ? 1 : 0);
         plan.targetChannel = rt + (tDown ? 1 : 0);
     }
-    // Rows between the two channels, crossed through the nearest gap with room.
     for (std::size_t k = 0; k < edges.size(); ++k) {
-        EdgePlan& plan = m_plans[k];
-        if (plan.straight || plan.direct >= 0) {
-            continue;
+        if (!m_plans[k].straight && m_plans[k].direct < 0) {
+            PlanCrossings(k);
         }
-        const End& s = sources[k];
-        const End& t = targets[k];
-        const int c1 = plan.sourceChannel, c2 = plan.targetChannel;
-        const int step = c2 > c1 ? 1 : -1;
+    }
+}
+
+// The rows between an edge's two channels, each crossed through a gap. Where
+// a vertical at the x of one of the edge's ends passes every such row clear of
+// the boxes, the edge crosses them all there, in one straight line; otherwise
+// it keeps its last x while that passes clear, and else takes the gap with room
+// nearest to the straight line between its ends.
+void Router::PlanCrossings(std::size_t k) {
+    EdgePlan& plan = m_plans[k];
+    const End& s = m_sources[k];
+    const End& t = m_targets[k];
+    const int c1 = plan.sourceChannel, c2 = plan.targetChannel;
+    const int step = c2 > c1 ? 1 : -1;
+    auto rowOf = [&](int c) { return step > 0 ? c : c - 1; };
+    auto passes = [&](double x) {
         for (int c = c1; c != c2; c += step) {
-            const int row = step > 0 ? c : c - 1;
+            if (FreeGapAt(rowOf(c), x) < 0) {
+                return false;
+            }
+        }
+        return true;
+    };
+    double through = kInf; // one x for every row
+    if (plan.sourceStub < 0 && passes(s.p.x)) {
+        through = s.p.x;
+    } else if (plan.targetStub < 0 && passes(t.p.x)) {
+        through = t.p.x;
+    }
+    double last = plan.sourceStub < 0 ? s.p.x : kInf;
+    for (int c = c1; c != c2; c += step) {
+        const int row = rowOf(c);
+        double ideal = through;
+        int g = through != kInf ? FreeGapAt(row, through) : -1;
+        if (g < 0 && last != kInf) {
+            g = FreeGapAt(row, last);
+            ideal = last;
+        }
+        if (g < 0) {
             const double y = m_rows.rows[row].y;
             const double span = t.p.y - s.p.y;
             const double f = span != 0.0 ? (y - s.p.y) / span : 0.5;
-            const double ideal = s.p.x + std::clamp(f, 0.0, 1.0) * (t.p.x - s.p.x);
-            plan.crossings.push_back(
-                AddGapItem(row, ChooseGap(row, ideal), k, 1, {1, s.p.x + t.p.x}));
+            ideal = s.p.x + std::clamp(f, 0.0, 1.0) * (t.p.x - s.p.x);
+            g = ChooseGap(row, ideal);
         }
+        const int item = AddGapItem(row, g, k, 1, {1, ideal});
+        Item(item).want = ideal;
+        plan.crossings.push_back(item);
+        last = ideal;
     }
 }
 
@@ -414,6 +471,36 @@ double Router::LayerStepNeed(bool alongY, double layerSpacing) const {
     return need;
 }
 
+// Places the items of a gap, in the given order, each as near to its wanted x
+// as the spacing allows, between lo and hi: stubs of the left box from lo,
+// those of the right box from hi, edges without a wish in the middle. False,
+// with nothing placed, when no item has a wish or they do not fit.
+bool Router::PlaceAtWants(std::vector<GapItem>& items, const std::vector<std::size_t>& order,
+                          double lo, double hi) const {
+    const double spacing = kTrack * m_unit;
+    const double n = static_cast<double>(items.size());
+    const bool wish = std::any_of(items.begin(), items.end(),
+                                  [](const GapItem& item) { return !std::isnan(item.want); });
+    if (!wish || (n - 1) * spacing > hi - lo) {
+        return false;
+    }
+    const double middle = lo == -kInf ? hi : hi == kInf ? lo : lo + (hi - lo) / 2;
+    std::vector<double> x(order.size());
+    for (std::size_t k = 0; k < order.size(); ++k) {
+        const GapItem& item = items[order[k]];
+        const double want = item.group == 0         ? lo
+                            : item.group == 2       ? hi
+                            : std::isnan(item.want) ? middle
+                                                    : std::clamp(item.want, lo, hi);
+        x[k] = k == 0 ? want : std::max(want, x[k - 1] + spacing);
+    }
+    for (std::size_t k = order.size(); k-- > 0;) {
+        x[k] = std::min(x[k], k + 1 == order.size() ? hi : x[k + 1] - spacing);
+        items[order[k]].x = x[k];
+    }
+    return true;
+}
+
 void Router::PlaceGapTracks() {
     const auto& rows = m_rows.rows;
     for (std::size_t r = 0; r < rows.size(); ++r) {
@@ -436,6 +523,9 @@ void Router::PlaceGapTracks() {
             const double left = GapLeft(static_cast<int>(r), g);
             const double right = GapRight(static_cast<int>(r), g);
             const double margin = kMargin * m_unit;
+            if (PlaceAtWants(items, order, left + margin, right - margin)) {
+                continue;
+            }
             const double n = static_cast<double>(items.size());
             double first = 0.0, spacing = kTrack * m_unit;
             if (g == 0) {
