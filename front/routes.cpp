@@ -148,6 +148,7 @@ private:
     bool HasRoom(int row, int g) const;
     int FreeGapAt(int row, double x) const;
     void PlanCrossings(std::size_t k);
+    void RankDirectEdges(std::vector<int>& directGap, std::vector<double>& directRank);
     void PlaceGapTracks();
     bool PlaceAtWants(std::vector<GapItem>& items, const std::vector<std::size_t>& order, double lo,
                       double hi) const;
@@ -242,23 +243,20 @@ int Router::ChooseGap(int row, double ideal) {
     return best;
 }
 
-void Router::Plan(const std::vector<std::size_t>& edges, const std::vector<End>& sources,
-                  const std::vector<End>& targets) {
-    m_edges = edges;
-    m_sources = sources;
-    m_targets = targets;
-    m_plans.assign(edges.size(), EdgePlan{});
+// Edges between facing sides of neighbours in a row stay inside their gap: a
+// horizontal run from each port to a vertical track of the edge's own. Where
+// one edge's run from the left box meets another's run into the right box at
+// the same height, the first must turn before the second; edges whose
+// constraints close a cycle go round through a channel instead (rank -1).
+void Router::RankDirectEdges(std::vector<int>& directGap, std::vector<double>& directRank) {
+    const std::vector<End>& sources = m_sources;
+    const std::vector<End>& targets = m_targets;
+    const std::size_t count = m_edges.size();
     const auto& rowOf = m_rows.rowOf;
     const auto& posOf = m_rows.posOf;
-    // Edges between facing sides of neighbours in a row stay inside their
-    // gap: a horizontal run from each port to a vertical track of the edge's
-    // own. Where one edge's run from the left box meets another's run into
-    // the right box at the same height, the first must turn before the
-    // second; edges whose constraints close a cycle go round through a
-    // channel instead.
-    std::vector<int> directGap(edges.size(), -1);
+    directGap.assign(count, -1);
     std::map<int, std::vector<std::size_t>> byGap;
-    for (std::size_t k = 0; k < edges.size(); ++k) {
+    for (std::size_t k = 0; k < count; ++k) {
         const End& s = sources[k];
         const End& t = targets[k];
         if (rowOf[s.node] != rowOf[t.node]) {
@@ -278,7 +276,7 @@ void Router::Plan(const std::vector<std::size_t>& edges, const std::vector<End>&
             byGap[GapId(rowOf[s.node], directGap[k])].push_back(k);
         }
     }
-    std::vector<double> directRank(edges.size(), -1.0);
+    directRank.assign(count, -1.0);
     const double distinct = kDistinct * m_unit;
     for (const auto& [gap, ks] : byGap) {
         auto leftY = [&](std::size_t k) {
@@ -313,6 +311,19 @@ void Router::Plan(const std::vector<std::size_t>& edges, const std::vector<End>&
             }
         }
     }
+}
+
+void Router::Plan(const std::vector<std::size_t>& edges, const std::vector<End>& sources,
+                  const std::vector<End>& targets) {
+    m_edges = edges;
+    m_sources = sources;
+    m_targets = targets;
+    m_plans.assign(edges.size(), EdgePlan{});
+    const auto& rowOf = m_rows.rowOf;
+    const auto& posOf = m_rows.posOf;
+    std::vector<int> directGap;
+    std::vector<double> directRank;
+    RankDirectEdges(directGap, directRank);
     // Stubs of left and right sides next: their gaps are fixed.
     for (std::size_t k = 0; k < edges.size(); ++k) {
         const End& s = sources[k];
