@@ -1,10 +1,14 @@
 // Drawing geometry of large graphs: the scale search, box sizes and edge
-// paths (MakeDrawing), and the whole SVG text, after the layout.
+// paths (MakeDrawing: for a hierarchy, the routes are planned twice, once for
+// the scale and once to draw), the crossing and bend counts, and the whole SVG
+// text, after the layout.
 
 #include "layout_run.h"
 #include "readers.h"
 #include "support/generated_graphs.h"
 #include "writers.h"
+
+#include "front/route_counts.h"
 
 #include <benchmark/benchmark.h>
 
@@ -49,6 +53,14 @@ void BM_MakeDrawing(benchmark::State& state, int type) {
     }
 }
 
+void BM_CountRoutes(benchmark::State& state, int type) {
+    const Laid& laid = Get(type, static_cast<int>(state.range(0)));
+    const Drawing d = laid.result.MakeDrawing();
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(CountRoutes(laid.result.request, d));
+    }
+}
+
 void BM_WriteSvg(benchmark::State& state, int type) {
     const Laid& laid = Get(type, static_cast<int>(state.range(0)));
     for (auto _ : state) {
@@ -60,6 +72,7 @@ BENCHMARK_CAPTURE(BM_MakeDrawing, hierarchy, 8)
     ->Arg(3000)
     ->Arg(30000)
     ->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(BM_CountRoutes, hierarchy, 8)->Arg(30000)->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(BM_MakeDrawing, force, 1)->Arg(3000)->Arg(30000)->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(BM_WriteSvg, hierarchy, 8)->Arg(3000)->Unit(benchmark::kMillisecond);
 

@@ -12,6 +12,7 @@
 
 #include "routes.h"
 
+#include "limits.h"
 #include "names.h"
 
 #include <algorithm>
@@ -86,6 +87,7 @@ struct GapItem {
     int group = 1;
     std::pair<int, double> rank;
     double x = 0.0;
+    double want = std::numeric_limits<double>::quiet_NaN(); // preferred x, if any
 };
 
 // A horizontal run of an edge in a channel: from (x1, kind1) to (x2, kind2).
@@ -125,6 +127,9 @@ public:
               const std::vector<End>& targets);
     // Scale needed for the planned tracks; the boxes are at scale 1 / m_unit.
     double NeededScale() const;
+    // Pixels one layer step needs for the placed tracks: the busiest channel
+    // (layers along y) or gap (layers along x), over the steps it spans.
+    double LayerStepNeed(bool alongY, double layerSpacing) const;
     // Places the tracks and writes the paths of the planned edges into d.
     void Draw(Drawing& d);
 
@@ -140,8 +145,18 @@ private:
     double GapLeft(int row, int g) const;
     double GapRight(int row, int g) const;
     int ChooseGap(int row, double ideal);
+    bool HasRoom(int row, int g) const;
+    int FreeGapAt(int row, double x) const;
+    void PlanCrossings(std::size_t k);
+    void RankDirectEdges(std::vector<int>& directGap, std::vector<double>& directRank);
     void PlaceGapTracks();
-    void AssignTracks(std::vector<Piece>& pieces);
+    bool PlaceAtWants(std::vector<GapItem>& items, const std::vector<std::size_t>& order, double lo,
+                      double hi) const;
+    void AssignTracks(std::vector<Piece>& pieces) const;
+    bool OrderTracks(std::vector<Piece>& pieces) const;
+    void PackTracks(std::vector<Piece>& pieces) const;
+    static void SplitOnCycle(std::vector<Piece>& pieces,
+                             const std::vector<std::vector<std::size_t>>& above, double distinct);
     void PlaceChannelTracks();
 
     const Drawing& m_d;
@@ -174,6 +189,30 @@ double Router::GapRight(int row, int g) const {
     return b.x - b.w / 2;
 }
 
+// Whether gap g of row has room for one more track at the preferred spacing;
+// the open outer gaps always have.
+bool Router::HasRoom(int row, int g) const {
+    if (g == 0 || g == static_cast<int>(m_rows.rows[row].boxes.size())) {
+        return true;
+    }
+    const double width = (GapRight(row, g) - GapLeft(row, g)) / m_unit - 2 * kMargin;
+    const double used = static_cast<double>(m_gaps[GapId(row, g)].size());
+    return used * kTrack <= width;
+}
+
+// The gap of row in which a vertical at x keeps its margin from both boxes and
+// that has room for it; -1 when there is none.
+int Router::FreeGapAt(int row, double x) const {
+    const auto& boxes = m_rows.rows[row].boxes;
+    const double margin = kMargin * m_unit;
+    const auto g = static_cast<int>(
+        std::upper_bound(boxes.begin(), boxes.end(), x,
+                         [&](double v, std::size_t b) { return v < m_d.nodes[b].x; }) -
+        boxes.begin());
+    const bool clear = x >= GapLeft(row, g) + margin && x <= GapRight(row, g) - margin;
+    return clear && HasRoom(row, g) ? g : -1;
+}
+
 // The gap of row nearest to x = ideal that still has room for one more track at
 // the preferred spacing; the open outer gaps always have.
 int Router::ChooseGap(int row, double ideal) {
@@ -191,14 +230,7 @@ int Router::ChooseGap(int row, double ideal) {
         const double l = GapLeft(row, g), r = GapRight(row, g);
         return ideal < l ? l - ideal : ideal > r ? ideal - r : 0.0;
     };
-    auto room = [&](int g) {
-        if (g == 0 || g == count) {
-            return true;
-        }
-        const double width = (GapRight(row, g) - GapLeft(row, g)) / m_unit - 2 * kMargin;
-        const double used = static_cast<double>(m_gaps[GapId(row, g)].size());
-        return used * kTrack <= width;
-    };
+    auto room = [&](int g) { return HasRoom(row, g); };
     int best = -1;
     for (int g = std::max(0, lo - kGapSearch); g <= std::min(count, lo + kGapSearch); ++g) {
         if (room(g) && (best < 0 || distance(g) < distance(best))) {
@@ -211,23 +243,20 @@ int Router::ChooseGap(int row, double ideal) {
     return best;
 }
 
-void Router::Plan(const std::vector<std::size_t>& edges, const std::vector<End>& sources,
-                  const std::vector<End>& targets) {
-    m_edges = edges;
-    m_sources = sources;
-    m_targets = targets;
-    m_plans.assign(edges.size(), EdgePlan{});
+// Edges between facing sides of neighbours in a row stay inside their gap: a
+// horizontal run from each port to a vertical track of the edge's own. Where
+// one edge's run from the left box meets another's run into the right box at
+// the same height, the first must turn before the second; edges whose
+// constraints close a cycle go round through a channel instead (rank -1).
+void Router::RankDirectEdges(std::vector<int>& directGap, std::vector<double>& directRank) {
+    const std::vector<End>& sources = m_sources;
+    const std::vector<End>& targets = m_targets;
+    const std::size_t count = m_edges.size();
     const auto& rowOf = m_rows.rowOf;
     const auto& posOf = m_rows.posOf;
-    // Edges between facing sides of neighbours in a row stay inside their
-    // gap: a horizontal run from each port to a vertical track of the edge's
-    // own. Where one edge's run from the left box meets another's run into
-    // the right box at the same height, the first must turn before the
-    // second; edges whose constraints close a cycle go round through a
-    // channel instead.
-    std::vector<int> directGap(edges.size(), -1);
+    directGap.assign(count, -1);
     std::map<int, std::vector<std::size_t>> byGap;
-    for (std::size_t k = 0; k < edges.size(); ++k) {
+    for (std::size_t k = 0; k < count; ++k) {
         const End& s = sources[k];
         const End& t = targets[k];
         if (rowOf[s.node] != rowOf[t.node]) {
@@ -247,7 +276,7 @@ void Router::Plan(const std::vector<std::size_t>& edges, const std::vector<End>&
             byGap[GapId(rowOf[s.node], directGap[k])].push_back(k);
         }
     }
-    std::vector<double> directRank(edges.size(), -1.0);
+    directRank.assign(count, -1.0);
     const double distinct = kDistinct * m_unit;
     for (const auto& [gap, ks] : byGap) {
         auto leftY = [&](std::size_t k) {
@@ -282,6 +311,19 @@ void Router::Plan(const std::vector<std::size_t>& edges, const std::vector<End>&
             }
         }
     }
+}
+
+void Router::Plan(const std::vector<std::size_t>& edges, const std::vector<End>& sources,
+                  const std::vector<End>& targets) {
+    m_edges = edges;
+    m_sources = sources;
+    m_targets = targets;
+    m_plans.assign(edges.size(), EdgePlan{});
+    const auto& rowOf = m_rows.rowOf;
+    const auto& posOf = m_rows.posOf;
+    std::vector<int> directGap;
+    std::vector<double> directRank;
+    RankDirectEdges(directGap, directRank);
     // Stubs of left and right sides next: their gaps are fixed.
     for (std::size_t k = 0; k < edges.size(); ++k) {
         const End& s = sources[k];
@@ -316,25 +358,59 @@ void Router::Plan(const std::vector<std::size_t>& edges, const std::vector<End>&
         plan.sourceChannel = rs + (sDown ? 1 : 0);
         plan.targetChannel = rt + (tDown ? 1 : 0);
     }
-    // Rows between the two channels, crossed through the nearest gap with room.
     for (std::size_t k = 0; k < edges.size(); ++k) {
-        EdgePlan& plan = m_plans[k];
-        if (plan.straight || plan.direct >= 0) {
-            continue;
+        if (!m_plans[k].straight && m_plans[k].direct < 0) {
+            PlanCrossings(k);
         }
-        const End& s = sources[k];
-        const End& t = targets[k];
-        const int c1 = plan.sourceChannel, c2 = plan.targetChannel;
-        const int step = c2 > c1 ? 1 : -1;
+    }
+}
+
+// The rows between an edge's two channels, each crossed through a gap. Where
+// a vertical at the x of one of the edge's ends passes every such row clear of
+// the boxes, the edge crosses them all there, in one straight line; otherwise
+// it keeps its last x while that passes clear, and else takes the gap with room
+// nearest to the straight line between its ends.
+void Router::PlanCrossings(std::size_t k) {
+    EdgePlan& plan = m_plans[k];
+    const End& s = m_sources[k];
+    const End& t = m_targets[k];
+    const int c1 = plan.sourceChannel, c2 = plan.targetChannel;
+    const int step = c2 > c1 ? 1 : -1;
+    auto rowOf = [&](int c) { return step > 0 ? c : c - 1; };
+    auto passes = [&](double x) {
         for (int c = c1; c != c2; c += step) {
-            const int row = step > 0 ? c : c - 1;
+            if (FreeGapAt(rowOf(c), x) < 0) {
+                return false;
+            }
+        }
+        return true;
+    };
+    double through = kInf; // one x for every row
+    if (plan.sourceStub < 0 && passes(s.p.x)) {
+        through = s.p.x;
+    } else if (plan.targetStub < 0 && passes(t.p.x)) {
+        through = t.p.x;
+    }
+    double last = plan.sourceStub < 0 ? s.p.x : kInf;
+    for (int c = c1; c != c2; c += step) {
+        const int row = rowOf(c);
+        double ideal = through;
+        int g = through != kInf ? FreeGapAt(row, through) : -1;
+        if (g < 0 && last != kInf) {
+            g = FreeGapAt(row, last);
+            ideal = last;
+        }
+        if (g < 0) {
             const double y = m_rows.rows[row].y;
             const double span = t.p.y - s.p.y;
             const double f = span != 0.0 ? (y - s.p.y) / span : 0.5;
-            const double ideal = s.p.x + std::clamp(f, 0.0, 1.0) * (t.p.x - s.p.x);
-            plan.crossings.push_back(
-                AddGapItem(row, ChooseGap(row, ideal), k, 1, {1, s.p.x + t.p.x}));
+            ideal = s.p.x + std::clamp(f, 0.0, 1.0) * (t.p.x - s.p.x);
+            g = ChooseGap(row, ideal);
         }
+        const int item = AddGapItem(row, g, k, 1, {1, ideal});
+        Item(item).want = ideal;
+        plan.crossings.push_back(item);
+        last = ideal;
     }
 }
 
@@ -375,6 +451,67 @@ double Router::NeededScale() const {
     return scale;
 }
 
+double Router::LayerStepNeed(bool alongY, double layerSpacing) const {
+    double need = 0.0;
+    const auto& rows = m_rows.rows;
+    if (alongY) {
+        for (std::size_t c = 1; c < rows.size(); ++c) {
+            int tracks = 0;
+            for (const Piece& p : m_channels[c]) {
+                tracks = std::max(tracks, p.track + 1);
+            }
+            const double px =
+                (rows[c - 1].bottom - rows[c - 1].y + rows[c].y - rows[c].top) / m_unit +
+                2 * kMargin + std::max(0, tracks - 1) * kTrack;
+            need = std::max(need, px / std::max(1.0, (rows[c].y - rows[c - 1].y) / layerSpacing));
+        }
+        return need;
+    }
+    for (std::size_t r = 0; r < rows.size(); ++r) {
+        const Row& row = rows[r];
+        for (std::size_t g = 1; g < row.boxes.size(); ++g) {
+            const std::size_t items =
+                m_gaps[GapId(static_cast<int>(r), static_cast<int>(g))].size();
+            const DrawnNode& a = m_d.nodes[row.boxes[g - 1]];
+            const DrawnNode& b = m_d.nodes[row.boxes[g]];
+            const double px = (a.w + b.w) / 2 / m_unit + 2 * kMargin +
+                              static_cast<double>(std::max<std::size_t>(items, 1) - 1) * kTrack;
+            need = std::max(need, px / std::max(1.0, (b.x - a.x) / layerSpacing));
+        }
+    }
+    return need;
+}
+
+// Places the items of a gap, in the given order, each as near to its wanted x
+// as the spacing allows, between lo and hi: stubs of the left box from lo,
+// those of the right box from hi, edges without a wish in the middle. False,
+// with nothing placed, when no item has a wish or they do not fit.
+bool Router::PlaceAtWants(std::vector<GapItem>& items, const std::vector<std::size_t>& order,
+                          double lo, double hi) const {
+    const double spacing = kTrack * m_unit;
+    const double n = static_cast<double>(items.size());
+    const bool wish = std::any_of(items.begin(), items.end(),
+                                  [](const GapItem& item) { return !std::isnan(item.want); });
+    if (!wish || (n - 1) * spacing > hi - lo) {
+        return false;
+    }
+    const double middle = lo == -kInf ? hi : hi == kInf ? lo : lo + (hi - lo) / 2;
+    std::vector<double> x(order.size());
+    for (std::size_t k = 0; k < order.size(); ++k) {
+        const GapItem& item = items[order[k]];
+        const double want = item.group == 0         ? lo
+                            : item.group == 2       ? hi
+                            : std::isnan(item.want) ? middle
+                                                    : std::clamp(item.want, lo, hi);
+        x[k] = k == 0 ? want : std::max(want, x[k - 1] + spacing);
+    }
+    for (std::size_t k = order.size(); k-- > 0;) {
+        x[k] = std::min(x[k], k + 1 == order.size() ? hi : x[k + 1] - spacing);
+        items[order[k]].x = x[k];
+    }
+    return true;
+}
+
 void Router::PlaceGapTracks() {
     const auto& rows = m_rows.rows;
     for (std::size_t r = 0; r < rows.size(); ++r) {
@@ -397,6 +534,9 @@ void Router::PlaceGapTracks() {
             const double left = GapLeft(static_cast<int>(r), g);
             const double right = GapRight(static_cast<int>(r), g);
             const double margin = kMargin * m_unit;
+            if (PlaceAtWants(items, order, left + margin, right - margin)) {
+                continue;
+            }
             const double n = static_cast<double>(items.size());
             double first = 0.0, spacing = kTrack * m_unit;
             if (g == 0) {
@@ -417,49 +557,206 @@ void Router::PlaceGapTracks() {
     }
 }
 
-// Tracks of one channel, numbered from the top. A piece whose end drops from
-// above at x must lie above a piece whose end rises from below near x; pieces
-// on one track keep apart. When the constraints close a cycle, a piece on it
-// is split at a free x into two pieces joined by a vertical jog.
-void Router::AssignTracks(std::vector<Piece>& pieces) {
+// Which unplaced pieces of a channel must lie above which: a piece whose end
+// drops from above at x lies above a piece whose end rises from below near x,
+// or their verticals would share a stretch.
+void Constraints(const std::vector<Piece>& pieces, double distinct,
+                 std::vector<std::vector<std::size_t>>& above,
+                 std::vector<std::vector<std::size_t>>& below) {
+    struct EndAt {
+        double x;
+        std::size_t piece;
+    };
+    std::vector<EndAt> ups, downs;
+    for (std::size_t i = 0; i < pieces.size(); ++i) {
+        if (pieces[i].track >= 0) {
+            continue;
+        }
+        for (const auto& [x, kind] : {std::make_pair(pieces[i].x1, pieces[i].kind1),
+                                      std::make_pair(pieces[i].x2, pieces[i].kind2)}) {
+            if (kind == kUp) {
+                ups.push_back({x, i});
+            } else if (kind == kDown) {
+                downs.push_back({x, i});
+            }
+        }
+    }
+    auto byX = [](const EndAt& a, const EndAt& b) { return a.x < b.x; };
+    std::sort(ups.begin(), ups.end(), byX);
+    std::sort(downs.begin(), downs.end(), byX);
+    above.assign(pieces.size(), {});
+    below.assign(pieces.size(), {});
+    std::size_t from = 0;
+    for (const EndAt& dn : downs) {
+        while (from < ups.size() && ups[from].x <= dn.x - distinct) {
+            ++from;
+        }
+        for (std::size_t u = from; u < ups.size() && ups[u].x < dn.x + distinct; ++u) {
+            if (ups[u].piece != dn.piece) {
+                above[dn.piece].push_back(ups[u].piece);
+                below[ups[u].piece].push_back(dn.piece);
+            }
+        }
+    }
+}
+
+// Where a piece goes in the top-to-bottom order that crosses least. Runs
+// whose both ends rise go on top, the shortest (innermost) first, so that
+// brackets nest; runs whose both ends drop go at the bottom, the shortest
+// last. A run from above to below crosses another such run going the same
+// way only if it lies on the wrong side of it: those going right are stacked
+// from the rightmost start down, those going left from the leftmost start.
+// A run going right and one going left cross once in either order when they
+// overlap, so the two stacks interleave by their rank.
+std::vector<double> OrderKeys(const std::vector<Piece>& pieces, std::vector<int>& cls) {
+    const std::size_t n = pieces.size();
+    std::vector<double> key(n, 0.0);
+    cls.assign(n, 1);
+    std::vector<std::size_t> right, left;
+    for (std::size_t i = 0; i < n; ++i) {
+        const Piece& p = pieces[i];
+        const double length = p.Hi() - p.Lo();
+        if (p.kind1 == kUp && p.kind2 == kUp) {
+            cls[i] = 0;
+            key[i] = length;
+        } else if (p.kind1 == kDown && p.kind2 == kDown) {
+            cls[i] = 2;
+            key[i] = -length;
+        } else {
+            const bool upFirst = p.kind1 == kUp;
+            const double u = upFirst ? p.x1 : p.x2, d = upFirst ? p.x2 : p.x1;
+            key[i] = u;
+            (u <= d ? right : left).push_back(i);
+        }
+    }
+    auto rank = [&](std::vector<std::size_t>& family, bool descending) {
+        std::stable_sort(family.begin(), family.end(), [&](std::size_t a, std::size_t b) {
+            return descending ? key[a] > key[b] : key[a] < key[b];
+        });
+        for (std::size_t r = 0; r < family.size(); ++r) {
+            key[family[r]] = (static_cast<double>(r) + 0.5) / static_cast<double>(family.size());
+        }
+    };
+    rank(right, true);
+    rank(left, false);
+    return key;
+}
+
+// The highest track index among placed intervals of a compressed line, with
+// raising a range to at least a value: a segment tree whose node tags hold the
+// value raised over its whole range.
+class TrackLine {
+public:
+    explicit TrackLine(std::size_t n)
+        : m_n(std::max<std::size_t>(n, 1)), m_max(4 * m_n, -1), m_tag(4 * m_n, -1) {}
+    int Max(std::size_t lo, std::size_t hi) const { return Max(1, 0, m_n - 1, lo, hi); }
+    void Raise(std::size_t lo, std::size_t hi, int v) { Raise(1, 0, m_n - 1, lo, hi, v); }
+
+private:
+    int Max(std::size_t node, std::size_t l, std::size_t r, std::size_t lo, std::size_t hi) const {
+        if (hi < l || r < lo) {
+            return -1;
+        }
+        if (lo <= l && r <= hi) {
+            return m_max[node];
+        }
+        const std::size_t m = (l + r) / 2;
+        return std::max(
+            {m_tag[node], Max(2 * node, l, m, lo, hi), Max(2 * node + 1, m + 1, r, lo, hi)});
+    }
+    void Raise(std::size_t node, std::size_t l, std::size_t r, std::size_t lo, std::size_t hi,
+               int v) {
+        if (hi < l || r < lo) {
+            return;
+        }
+        m_max[node] = std::max(m_max[node], v);
+        if (lo <= l && r <= hi) {
+            m_tag[node] = std::max(m_tag[node], v);
+            return;
+        }
+        const std::size_t m = (l + r) / 2;
+        Raise(2 * node, l, m, lo, hi, v);
+        Raise(2 * node + 1, m + 1, r, lo, hi, v);
+    }
+    std::size_t m_n;
+    std::vector<int> m_max, m_tag;
+};
+
+} // namespace
+
+// Tracks of one channel, numbered from the top, in the order of OrderKeys as
+// far as the constraints allow; each piece goes one track below the lowest
+// piece before it that it would touch, so pieces that keep apart share a
+// track. False, with nothing placed, when the constraints close a cycle.
+bool Router::OrderTracks(std::vector<Piece>& pieces) const {
+    const double distinct = kDistinct * m_unit;
+    const std::size_t n = pieces.size();
+    std::vector<std::vector<std::size_t>> above, below;
+    Constraints(pieces, distinct, above, below);
+    std::vector<int> cls;
+    const std::vector<double> key = OrderKeys(pieces, cls);
+    auto later = [&](std::size_t a, std::size_t b) { // a after b in the heap
+        if (cls[a] != cls[b]) {
+            return cls[a] > cls[b];
+        }
+        return key[a] != key[b] ? key[a] > key[b] : a > b;
+    };
+    std::vector<std::size_t> waiting(n), heap, order;
+    for (std::size_t i = 0; i < n; ++i) {
+        waiting[i] = above[i].size();
+        if (waiting[i] == 0) {
+            heap.push_back(i);
+        }
+    }
+    std::make_heap(heap.begin(), heap.end(), later);
+    while (!heap.empty()) {
+        std::pop_heap(heap.begin(), heap.end(), later);
+        const std::size_t i = heap.back();
+        heap.pop_back();
+        order.push_back(i);
+        for (std::size_t j : below[i]) {
+            if (--waiting[j] == 0) {
+                heap.push_back(j);
+                std::push_heap(heap.begin(), heap.end(), later);
+            }
+        }
+    }
+    if (order.size() != n) {
+        return false;
+    }
+    std::vector<double> xs;
+    for (const Piece& p : pieces) {
+        xs.push_back(p.Lo());
+        xs.push_back(p.Hi() + distinct);
+    }
+    std::sort(xs.begin(), xs.end());
+    xs.erase(std::unique(xs.begin(), xs.end()), xs.end());
+    auto at = [&](double x) {
+        return static_cast<std::size_t>(std::lower_bound(xs.begin(), xs.end(), x) - xs.begin());
+    };
+    TrackLine line(xs.size());
+    for (std::size_t i : order) {
+        const std::size_t lo = at(pieces[i].Lo()), hi = at(pieces[i].Hi() + distinct);
+        pieces[i].track = line.Max(lo, hi) + 1;
+        line.Raise(lo, hi, pieces[i].track);
+    }
+    return true;
+}
+
+// Tracks of one channel in crossing order; when the constraints close a cycle,
+// a constrained left-edge packing that splits a piece on the cycle at a free
+// x into two pieces joined by a vertical jog.
+void Router::AssignTracks(std::vector<Piece>& pieces) const {
+    if (!OrderTracks(pieces)) {
+        PackTracks(pieces);
+    }
+}
+
+void Router::PackTracks(std::vector<Piece>& pieces) const {
     const double distinct = kDistinct * m_unit;
     while (true) {
-        struct EndAt {
-            double x;
-            std::size_t piece;
-            Kind kind;
-        };
-        std::vector<EndAt> ups, downs;
-        for (std::size_t i = 0; i < pieces.size(); ++i) {
-            if (pieces[i].track >= 0) {
-                continue;
-            }
-            for (const auto& [x, kind] : {std::make_pair(pieces[i].x1, pieces[i].kind1),
-                                          std::make_pair(pieces[i].x2, pieces[i].kind2)}) {
-                if (kind == kUp) {
-                    ups.push_back({x, i, kind});
-                } else if (kind == kDown) {
-                    downs.push_back({x, i, kind});
-                }
-            }
-        }
-        auto byX = [](const EndAt& a, const EndAt& b) { return a.x < b.x; };
-        std::sort(ups.begin(), ups.end(), byX);
-        std::sort(downs.begin(), downs.end(), byX);
-        std::vector<std::vector<std::size_t>> above(pieces.size()); // must lie above me
-        std::vector<std::vector<std::size_t>> below(pieces.size());
-        std::size_t from = 0;
-        for (const EndAt& dn : downs) {
-            while (from < ups.size() && ups[from].x <= dn.x - distinct) {
-                ++from;
-            }
-            for (std::size_t u = from; u < ups.size() && ups[u].x < dn.x + distinct; ++u) {
-                if (ups[u].piece != dn.piece) {
-                    above[dn.piece].push_back(ups[u].piece);
-                    below[ups[u].piece].push_back(dn.piece);
-                }
-            }
-        }
+        std::vector<std::vector<std::size_t>> above, below;
+        Constraints(pieces, distinct, above, below);
         int track = 0;
         for (const Piece& p : pieces) {
             track = std::max(track, p.track + 1);
@@ -507,51 +804,58 @@ void Router::AssignTracks(std::vector<Piece>& pieces) {
         if (left == 0) {
             return;
         }
-        // A cycle: walk up the constraints from a waiting piece until one repeats.
-        std::size_t at = 0;
-        while (pieces[at].track >= 0) {
-            ++at;
-        }
-        std::vector<char> seen(pieces.size(), 0);
-        while (!seen[at]) {
-            seen[at] = 1;
-            for (std::size_t j : above[at]) {
-                if (pieces[j].track < 0) {
-                    at = j;
-                    break;
-                }
-            }
-        }
-        // Split it at the free x nearest to its middle.
-        std::vector<double> xs;
-        for (const Piece& p : pieces) {
-            xs.push_back(p.x1);
-            xs.push_back(p.x2);
-        }
-        std::sort(xs.begin(), xs.end());
-        Piece& p = pieces[at];
-        const double mid = (p.x1 + p.x2) / 2;
-        double jog = xs.front() - 2 * distinct;
-        auto consider = [&](double x) {
-            if (std::fabs(x - mid) < std::fabs(jog - mid)) {
-                jog = x;
-            }
-        };
-        consider(xs.back() + 2 * distinct);
-        for (std::size_t k = 1; k < xs.size(); ++k) {
-            if (xs[k] - xs[k - 1] >= 2 * distinct) {
-                consider(std::clamp(mid, xs[k - 1] + distinct, xs[k] - distinct));
-            }
-        }
-        Piece second = p;
-        p.x2 = jog;
-        p.kind2 = kFree;
-        p.next = static_cast<int>(pieces.size());
-        second.x1 = jog;
-        second.kind1 = kFree;
-        pieces.push_back(second);
+        SplitOnCycle(pieces, above, distinct);
     }
 }
+
+// Walks up the constraints from a waiting piece until one repeats, and splits
+// that piece at the free x nearest to its middle.
+void Router::SplitOnCycle(std::vector<Piece>& pieces,
+                          const std::vector<std::vector<std::size_t>>& above, double distinct) {
+    std::size_t at = 0;
+    while (pieces[at].track >= 0) {
+        ++at;
+    }
+    std::vector<char> seen(pieces.size(), 0);
+    while (!seen[at]) {
+        seen[at] = 1;
+        for (std::size_t j : above[at]) {
+            if (pieces[j].track < 0) {
+                at = j;
+                break;
+            }
+        }
+    }
+    std::vector<double> xs;
+    for (const Piece& p : pieces) {
+        xs.push_back(p.x1);
+        xs.push_back(p.x2);
+    }
+    std::sort(xs.begin(), xs.end());
+    Piece& p = pieces[at];
+    const double mid = (p.x1 + p.x2) / 2;
+    double jog = xs.front() - 2 * distinct;
+    auto consider = [&](double x) {
+        if (std::fabs(x - mid) < std::fabs(jog - mid)) {
+            jog = x;
+        }
+    };
+    consider(xs.back() + 2 * distinct);
+    for (std::size_t k = 1; k < xs.size(); ++k) {
+        if (xs[k] - xs[k - 1] >= 2 * distinct) {
+            consider(std::clamp(mid, xs[k - 1] + distinct, xs[k] - distinct));
+        }
+    }
+    Piece second = p;
+    p.x2 = jog;
+    p.kind2 = kFree;
+    p.next = static_cast<int>(pieces.size());
+    second.x1 = jog;
+    second.kind1 = kFree;
+    pieces.push_back(second);
+}
+
+namespace {
 
 void Router::PlaceChannelTracks() {
     const auto& rows = m_rows.rows;
@@ -750,6 +1054,39 @@ double RoutingScale(const Request& request, const Result& result, const Drawing&
     router.Plan(edges, sources, targets);
     router.Draw(atScale);
     return router.NeededScale();
+}
+
+int FittingLayerSpacing(const Request& request, const Result& result, int layerSpacing) {
+    // Layers lie along y when the nodes of each grid row of a component share a y.
+    std::map<std::pair<int, int>, double> yOfRow, xOfRow;
+    bool alongY = true, alongX = true;
+    for (std::size_t i = 0; i < result.x.size(); ++i) {
+        const std::pair<int, int> row{result.component[i], result.row[i]};
+        alongY = alongY && yOfRow.emplace(row, result.y[i]).first->second == result.y[i];
+        alongX = alongX && xOfRow.emplace(row, result.x[i]).first->second == result.x[i];
+    }
+    if (!alongY && !alongX) {
+        return layerSpacing;
+    }
+    Drawing d = MakeDrawing(request, result);
+    const double unit = d.pixel; // layout units per pixel at the drawing's own scale
+    // At least the largest box across the layers plus room for the edges' slopes.
+    double need = 0.0;
+    for (const DrawnNode& b : d.nodes) {
+        need = std::max(need, (alongY ? b.h : b.w) / unit + 4 * kMargin);
+    }
+    if (d.orthogonal) {
+        const std::vector<std::size_t> edges = RoutedEdges(request, result);
+        std::vector<End> sources, targets;
+        EdgeEnds(request, result, d, edges, sources, targets);
+        Router router(d, unit);
+        router.Plan(edges, sources, targets);
+        router.Draw(d);
+        need = std::max(need, router.LayerStepNeed(alongY, layerSpacing));
+    }
+    const double spacing = std::ceil(need * unit);
+    return static_cast<int>(std::clamp(spacing, static_cast<double>(kLayerSpacingLimit.low),
+                                       static_cast<double>(kLayerSpacingLimit.high)));
 }
 
 void RouteEdges(const Request& request, const Result& result, Drawing& d,

@@ -5,13 +5,18 @@
 #include "layout_run.h"
 #include "readers.h"
 
+#include "front/route_counts.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cmath>
+#include <filesystem>
+#include <fstream>
 #include <map>
 #include <random>
 #include <set>
+#include <sstream>
 #include <string>
 
 namespace {
@@ -249,6 +254,92 @@ TEST(Drawing, SamplesAndGeneratedGraphsKeepTheGeometricPromises) {
         }
         CheckDrawing(g, Lay(g, 2, 0), "generated tree " + std::to_string(round));
     }
+}
+
+// The plain count: every pair of segments of different edges.
+std::size_t PairwiseCrossings(const std::vector<std::pair<Point, Point>>& segments,
+                              const std::vector<std::size_t>& owner) {
+    auto orient = [](const Point& a, const Point& b, const Point& c) {
+        return (b.x - a.x) * (c.y - a.y) - (b.y - a.y) * (c.x - a.x);
+    };
+    auto apart = [](double p, double q) { return (p < 0 && q > 0) || (p > 0 && q < 0); };
+    std::size_t count = 0;
+    for (std::size_t i = 0; i < segments.size(); ++i) {
+        for (std::size_t j = i + 1; j < segments.size(); ++j) {
+            const auto& [a, b] = segments[i];
+            const auto& [c, e] = segments[j];
+            count += owner[i] != owner[j] && apart(orient(a, b, c), orient(a, b, e)) &&
+                     apart(orient(c, e, a), orient(c, e, b));
+        }
+    }
+    return count;
+}
+
+// A corpus of example graphs (tests/data/routes: Graphviz's examples, networkx
+// data sets) and generated layered graphs with ports, laid out as hierarchies
+// in all four directions and as trees: the drawings keep their promises, the
+// routes cross and bend in total no more than recorded, and the counts match
+// a pairwise count.
+TEST(Drawing, RoutesOfACorpusKeepThePromisesAndTheRecordedCounts) {
+    std::vector<std::pair<std::string, FileGraph>> graphs;
+    for (const auto& entry :
+         std::filesystem::directory_iterator(std::string(NETLOOM_TEST_DATA_DIR) + "/routes")) {
+        const std::string path = entry.path().string();
+        const std::string extension = entry.path().extension().string();
+        if (extension != ".gv" && extension != ".edgelist") {
+            continue;
+        }
+        const Format format = extension == ".gv" ? Format::Dot : Format::EdgeList;
+        graphs.emplace_back(entry.path().filename().string(), ReadGraph(path, format));
+    }
+    std::sort(graphs.begin(), graphs.end(),
+              [](const auto& a, const auto& b) { return a.first < b.first; });
+    std::mt19937 rng(33);
+    for (int round = 0; round < 6; ++round) {
+        graphs.emplace_back("generated " + std::to_string(round),
+                            ReadText("generated", RandomGraph(rng, 20 + round * 25), Format::Dot));
+    }
+    std::size_t crossings = 0, straight = 0, bends = 0, edges = 0;
+    for (const auto& [name, g] : graphs) {
+        for (int direction = 1; direction <= 5; ++direction) {
+            const LayoutResult r = direction == 5 ? Lay(g, 2, 0) : Lay(g, 8, direction);
+            const std::string what = name + " direction " + std::to_string(direction);
+            CheckDrawing(g, r, what);
+            const Drawing d = r.MakeDrawing();
+            const RouteCounts counts = CountRoutes(r.request, d);
+            crossings += counts.crossings;
+            straight += counts.straightCrossings;
+            bends += counts.bends;
+            edges += counts.edges;
+            std::vector<std::pair<Point, Point>> segments;
+            std::vector<std::size_t> owner;
+            const auto routes = EdgeRoutes(d);
+            for (std::size_t j = 0; j < routes.size(); ++j) {
+                for (std::size_t k = 0;
+                     r.request.sources[j] != r.request.targets[j] && k + 1 < routes[j].size();
+                     ++k) {
+                    segments.emplace_back(routes[j][k], routes[j][k + 1]);
+                    owner.push_back(j);
+                }
+            }
+            ASSERT_EQ(counts.crossings, PairwiseCrossings(segments, owner)) << what;
+        }
+    }
+    std::printf("corpus: %zu edges, %zu crossings (straight lines %zu), %zu bends\n", edges,
+                crossings, straight, bends);
+    // The totals may only fall: limits.txt holds the figures of today's router.
+    std::ifstream file(std::string(NETLOOM_TEST_DATA_DIR) + "/routes/limits.txt");
+    std::map<std::string, std::size_t> limit;
+    for (std::string line; std::getline(file, line);) {
+        std::istringstream words(line);
+        std::string key;
+        if (words >> key && key[0] != '#') {
+            words >> limit[key];
+        }
+    }
+    EXPECT_LE(crossings, limit["crossings"]);
+    EXPECT_LE(bends, limit["bends"]);
+    EXPECT_EQ(straight, limit["straightCrossings"]) << "the positions changed";
 }
 
 } // namespace

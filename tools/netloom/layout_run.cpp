@@ -85,12 +85,24 @@ LayoutResult RunLayout(const FileGraph& file, const LayoutOptions& options) {
     if (!netloom::front::RunLayout(result.request, run, progress, result, problem)) {
         throw InputError(file.path, 0, 0, problem);
     }
+    LayoutOptions used = options;
+    const bool layered =
+        run.type == CNetworkGraph::m_iHierarchyLayout || run.type == CNetworkGraph::m_iTreeLayout;
+    if (options.autoLayerSpacing && layered && !result.stopped) {
+        run.layerSpacing = FittingLayerSpacing(result.request, result, run.layerSpacing);
+        used.layerSpacing = run.layerSpacing;
+        Result again;
+        if (!netloom::front::RunLayout(result.request, run, progress, again, problem)) {
+            throw InputError(file.path, 0, 0, problem);
+        }
+        static_cast<Result&>(result) = std::move(again);
+    }
     line.Finish();
     ThrowIfInterrupted();
     if (run.levelSource == LevelSource::Given) {
         result.levels = "file";
     }
-    result.options = options;
+    result.options = used;
     return result;
 }
 

@@ -8,6 +8,7 @@
 
 #include "front/geometry.h"
 #include "front/names.h"
+#include "front/routes.h"
 #include "front/run.h"
 
 #include <string>
@@ -24,6 +25,9 @@ struct LayoutOptions : Options {
     // directed inputs and degree on the others.
     std::string levels;
     ProgressMode progress = ProgressMode::Auto;
+    // --layer-spacing auto: the layered layouts run twice, the second time at
+    // the spacing FittingLayerSpacing finds; layerSpacing then holds it.
+    bool autoLayerSpacing = false;
 };
 
 struct LayoutResult : Result {

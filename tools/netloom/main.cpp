@@ -10,6 +10,8 @@
 #include "readers.h"
 #include "writers.h"
 
+#include "front/route_counts.h"
+
 #include <cstdio>
 #include <iostream>
 #include <iterator>
@@ -78,6 +80,10 @@ int main(int argc, char** argv) {
         const std::string text = RenderAs(graph, result, outputFormat, warning);
         if (!warning.empty()) {
             std::fprintf(stderr, "netloom: warning: %s\n", warning.c_str());
+        }
+        if (line.stats) {
+            std::fputs(DescribeCounts(CountRoutes(result.request, result.MakeDrawing())).c_str(),
+                       stderr);
         }
         ThrowIfInterrupted();
         if (line.output.empty()) {

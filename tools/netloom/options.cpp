@@ -3,6 +3,7 @@
 #include "front/limits.h"
 
 #include <algorithm>
+#include <charconv>
 #include <iterator>
 #include <map>
 
@@ -116,9 +117,10 @@ CLI::App* DefineCommandLine(CLI::App& app, CommandLine& line) {
         ->check(Range(kDistanceLimit))
         ->capture_default_str();
     layout
-        ->add_option("--layer-spacing", line.layout.layerSpacing,
-                     "Distance between the layers of the tree and hierarchy layouts")
-        ->check(Range(kLayerSpacingLimit))
+        ->add_option("--layer-spacing", line.layerSpacing,
+                     "Distance between the layers of the tree and hierarchy layouts, or auto: "
+                     "laid out once at 200, then again at the spacing that gives the busiest "
+                     "row gap the room its edges' tracks need")
         ->capture_default_str();
     layout
         ->add_option("--max-cols", line.layout.maxCols,
@@ -155,6 +157,9 @@ CLI::App* DefineCommandLine(CLI::App& app, CommandLine& line) {
                      "hardware thread. The result is the same for any number")
         ->check(Range(kThreadsLimit))
         ->capture_default_str();
+    layout->add_flag("--stats", line.stats,
+                     "Print the drawing's crossings (and those of straight lines between the "
+                     "same node centres), bends and size on stderr (default: off)");
     layout
         ->add_option("--progress", line.progress,
                      "Progress line on stderr: auto (when stderr is a terminal and the layout "
@@ -173,6 +178,20 @@ void ResolveChoices(CommandLine& line) {
                          LayoutTypeChoices());
     }
     line.layout.type = *type;
+    line.layout.autoLayerSpacing = Lower(line.layerSpacing) == "auto";
+    if (!line.layout.autoLayerSpacing) {
+        const std::string& text = line.layerSpacing;
+        int value = 0;
+        const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+        if (error != std::errc() || end != text.data() + text.size() ||
+            value < kLayerSpacingLimit.low || value > kLayerSpacingLimit.high) {
+            throw UsageError("--layer-spacing: \"" + text +
+                             "\" is neither auto nor a whole number from " +
+                             std::to_string(kLayerSpacingLimit.low) + " to " +
+                             std::to_string(kLayerSpacingLimit.high));
+        }
+        line.layout.layerSpacing = value;
+    }
     static const std::map<std::string, ProgressMode> modes = {{"auto", ProgressMode::Auto},
                                                               {"always", ProgressMode::Always},
                                                               {"never", ProgressMode::Never}};

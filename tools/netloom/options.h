@@ -25,6 +25,8 @@ struct CommandLine {
     bool threadsGiven = false; // --threads was given
     std::string type = "hierarchy";
     std::string progress = "auto";
+    bool stats = false; // crossing and bend counts on stderr
+    std::string layerSpacing = "auto";
     LayoutOptions layout;
 };
 

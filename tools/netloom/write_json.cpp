@@ -1,5 +1,7 @@
 #include "writers.h"
 
+#include "front/route_counts.h"
+
 #include <algorithm>
 #include <set>
 #include <utility>
@@ -103,7 +105,8 @@ std::string WriteJson(const FileGraph& graph, const LayoutResult& result) {
         }
     }
     // Each link's route: its drawn path in layout coordinates, port point first.
-    const std::vector<std::vector<Point>> routes = EdgeRoutes(result.MakeDrawing());
+    const Drawing drawing = result.MakeDrawing();
+    const std::vector<std::vector<Point>> routes = EdgeRoutes(drawing);
     for (std::size_t j = 0; j < graph.edges.size(); ++j) {
         Json& links = doc[fromJson ? graph.jsonLinksKey : std::string("links")];
         Json& element = links[fromJson ? graph.edges[j].sourceIndex : j];
@@ -141,7 +144,8 @@ std::string WriteJson(const FileGraph& graph, const LayoutResult& result) {
     layout["type"] = LayoutTypeName(options.type);
     layout["typeCode"] = options.type;
     layout["distance"] = options.distance;
-    layout["layerSpacing"] = options.layerSpacing;
+    layout["layerSpacing"] = options.layerSpacing; // the one used, also when chosen
+    layout["layerSpacingAuto"] = options.autoLayerSpacing;
     layout["maxCols"] = options.maxCols;
     layout["fixedLayout"] = options.fixedLayout;
     layout["pack"] = options.pack;
@@ -154,6 +158,15 @@ std::string WriteJson(const FileGraph& graph, const LayoutResult& result) {
         layout["arrangeMode"] = options.arrangeMode != -1 ? options.arrangeMode : 0;
     }
     layout["components"] = result.componentCount;
+    // How tangled the drawn routes are, against straight lines between the
+    // same node centres.
+    const RouteCounts counts = CountRoutes(result.request, drawing);
+    Json& drawn = layout["drawing"] = Json::object();
+    drawn["crossings"] = counts.crossings;
+    drawn["straightCrossings"] = counts.straightCrossings;
+    drawn["bends"] = counts.bends;
+    drawn["width"] = counts.width;
+    drawn["height"] = counts.height;
     return DumpJson(doc, 2) + "\n";
 }
 
