@@ -97,7 +97,6 @@ _MAX_DISTANCE = LIMITS["distance"][1]
 _MAX_COLS = LIMITS["max-cols"][1]
 _MAX_ARRANGE_MODE = LIMITS["arrange-mode"][1]
 _MAX_THREADS = LIMITS["threads"][1]
-_MAX_LENGTH = LIMITS["length"][1]
 _MAX_LEVEL = LIMITS["level"][1]
 
 
