@@ -63,6 +63,9 @@ LayoutResult RunLayout(const FileGraph& file, const LayoutOptions& options) {
     LayoutResult result;
     result.request = MakeRequest(file, result.portIds);
     Options run = options;
+    if (run.direction == 0) {
+        run.direction = file.direction; // DOT's rankdir, unless --direction says otherwise
+    }
     if (options.levels == "direction") {
         run.levelSource = LevelSource::Direction;
     } else if (options.levels == "degree") {

@@ -24,6 +24,8 @@ struct LayoutOptions : Options {
     // directed inputs and degree on the others.
     std::string levels;
     ProgressMode progress = ProgressMode::Auto;
+    // --label-width: the most characters of a drawn label line.
+    std::size_t labelWidth = kDefaultLabelWidth;
 };
 
 struct LayoutResult : Result {
@@ -34,7 +36,9 @@ struct LayoutResult : Result {
     const FileId* PortId(const NodePort& port) const {
         return port.name == kNoPort ? nullptr : &portIds[static_cast<std::size_t>(port.name)];
     }
-    Drawing MakeDrawing() const { return netloom::front::MakeDrawing(request, *this); }
+    Drawing MakeDrawing() const {
+        return netloom::front::MakeDrawing(request, *this, options.labelWidth);
+    }
 };
 
 LayoutResult RunLayout(const FileGraph& graph, const LayoutOptions& options);
