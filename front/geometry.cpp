@@ -462,7 +462,6 @@ Drawing MakeDrawing(const Request& request, const Result& result, std::size_t la
     d.labels = kFont * zoom >= kReadableText;
     d.dots = zoom < kDotZoom;
     d.dotRadius = kDotRadius / d.scale;
-    d.strokeWidth = std::max(d.strokeWidth, 1.0 / d.scale);
     return d;
 }
 

@@ -43,7 +43,8 @@ struct Drawing {
     double pixel = 1.0; // one pixel of the box and track sizes, in layout units
     // What a smaller picture still shows: labels while their text is at least
     // kReadableText pixels high; boxes become dots (dotRadius, layout units)
-    // once they would be only a few pixels; edges stay at least a pixel wide.
+    // once they would be only a few pixels; edges stay at least a pixel wide
+    // (PictureStroke).
     bool labels = true;
     bool dots = false;
     double dotRadius = 0.0;
@@ -71,6 +72,12 @@ Drawing MakeDrawing(const Request& request, const Result& result,
 // of the box sizes): 1, or less for a picture that had to be made smaller.
 inline double DrawingZoom(const Drawing& d) {
     return d.scale * d.pixel;
+}
+
+// The edge line width of a static picture, layout units: the natural width,
+// but at least one pixel of the picture.
+inline double PictureStroke(const Drawing& d) {
+    return d.strokeWidth > 1.0 / d.scale ? d.strokeWidth : 1.0 / d.scale;
 }
 
 // Each edge's route as a polyline in layout units, from its source end to its

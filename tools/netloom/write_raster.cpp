@@ -196,7 +196,7 @@ private:
 
     void Edges(cairo_t* cr) {
         SetColour(cr, "#5b6470");
-        cairo_set_line_width(cr, m_d.strokeWidth);
+        cairo_set_line_width(cr, PictureStroke(m_d));
         cairo_set_line_join(cr, CAIRO_LINE_JOIN_ROUND);
         const bool arrows = m_d.arrowSize > 0.0 && !m_d.dots;
         for (std::size_t j = 0; j < m_d.edges.size(); ++j) {

@@ -47,8 +47,8 @@ std::string WriteSvg(const FileGraph& graph, const LayoutResult& result, const D
         << "  <title>" << XmlEscape(graph.path) << ", " << LayoutTypeName(result.options.type)
         << " layout</title>\n"
         << "  <style>\n"
-        << "    .edge { fill: none; stroke: #5b6470; stroke-width: " << FormatNumber(d.strokeWidth)
-        << "; stroke-linejoin: round; }\n"
+        << "    .edge { fill: none; stroke: #5b6470; stroke-width: "
+        << FormatNumber(PictureStroke(d)) << "; stroke-linejoin: round; }\n"
         << "    .node rect { stroke: #34495e; stroke-width: " << FormatNumber(1.2 * px) << "; }\n"
         << "    .node.fixed rect { stroke-width: " << FormatNumber(2.6 * px) << "; }\n"
         << "    .node text { font-family: sans-serif; font-size: " << FormatNumber(d.fontSize)
