@@ -18,6 +18,7 @@
 #include <cmath>
 #include <csetjmp>
 #include <cstdlib>
+#include <cstring>
 #include <limits>
 #include <memory>
 #include <new>
@@ -27,7 +28,7 @@ namespace netloom_cli {
 namespace {
 
 constexpr double kPointsPerPixel = 0.75; // 72 points per inch, 96 pixels per inch
-constexpr std::size_t kBatch = 2048;     // items drawn between looks at Ctrl-C
+constexpr int kBatch = 256;              // items drawn between progress updates
 
 struct SurfaceDestroy {
     void operator()(cairo_surface_t* surface) const { cairo_surface_destroy(surface); }
@@ -159,14 +160,18 @@ public:
                      (result.options.progress == ProgressMode::Auto && isatty(STDERR_FILENO) == 1),
                  result.options.progress == ProgressMode::Always ? 0.0 : 1.0, "drawing") {}
 
-    // Paints the drawing onto cr, whose units are pixels of the picture.
-    void Paint(cairo_t* cr) {
+    // Paints the drawing onto cr, whose units are pixels of the picture; on a
+    // white background unless the surface is white already.
+    void Paint(cairo_t* cr, bool background) {
         m_total = static_cast<int>(std::min<std::size_t>(m_d.edges.size() + 2 * m_d.nodes.size(),
                                                          std::numeric_limits<int>::max()));
+        m_line.Update(0, m_total);
         cairo_scale(cr, m_d.scale, m_d.scale);
         cairo_translate(cr, -m_d.left, -m_d.top);
-        cairo_set_source_rgb(cr, 1.0, 1.0, 1.0);
-        cairo_paint(cr);
+        if (background) {
+            cairo_set_source_rgb(cr, 1.0, 1.0, 1.0);
+            cairo_paint(cr);
+        }
         Edges(cr);
         if (m_d.dots) {
             Dots(cr);
@@ -181,16 +186,16 @@ public:
     }
 
 private:
-    // Counts items drawn; every kBatch of them, updates the progress line and
-    // stops on Ctrl-C.
-    void Step(cairo_t* cr, std::size_t k) {
+    // Counts an item drawn and stops on Ctrl-C; every kBatch items, updates
+    // the progress line.
+    void Step(cairo_t* cr) {
         ++m_done;
-        if (k % kBatch == kBatch - 1) {
+        if (Interrupted()) {
+            cairo_new_path(cr);
+            throw InterruptedError();
+        }
+        if (m_done % kBatch == 0) {
             m_line.Update(m_done, m_total);
-            if (Interrupted()) {
-                cairo_new_path(cr);
-                throw InterruptedError();
-            }
         }
     }
 
@@ -198,6 +203,9 @@ private:
         SetColour(cr, "#5b6470");
         cairo_set_line_width(cr, PictureStroke(m_d));
         cairo_set_line_join(cr, CAIRO_LINE_JOIN_ROUND);
+        // Hair-thin lines of an overview: cairo's coarser antialiasing is
+        // several times faster and looks the same.
+        cairo_set_antialias(cr, m_d.dots ? CAIRO_ANTIALIAS_FAST : CAIRO_ANTIALIAS_DEFAULT);
         const bool arrows = m_d.arrowSize > 0.0 && !m_d.dots;
         for (std::size_t j = 0; j < m_d.edges.size(); ++j) {
             const DrawnEdge& e = m_d.edges[j];
@@ -229,7 +237,7 @@ private:
             // One edge at a time: a stroke of many crossing edges costs cairo
             // far more than the strokes one by one.
             cairo_stroke(cr);
-            Step(cr, j);
+            Step(cr);
         }
         const double a = m_d.arrowSize;
         for (std::size_t k = 0; k + 1 < m_heads.size(); k += 2) {
@@ -240,6 +248,7 @@ private:
             cairo_close_path(cr);
         }
         cairo_fill(cr);
+        cairo_set_antialias(cr, CAIRO_ANTIALIAS_DEFAULT);
     }
 
     void BoxPath(cairo_t* cr, const DrawnNode& b) const {
@@ -264,7 +273,7 @@ private:
             for (std::size_t i = 0; i < m_d.nodes.size(); ++i) {
                 if (m_d.nodes[i].fill == f) {
                     BoxPath(cr, m_d.nodes[i]);
-                    Step(cr, i);
+                    Step(cr);
                 }
             }
             SetColour(cr, kDrawFills[f]);
@@ -295,7 +304,7 @@ private:
             const DrawnNode& b = m_d.nodes[i];
             cairo_new_sub_path(cr);
             cairo_arc(cr, b.x, b.y, m_d.dotRadius, 0.0, 6.283185307179586);
-            Step(cr, i);
+            Step(cr);
         }
         cairo_fill(cr);
     }
@@ -318,7 +327,7 @@ private:
                               first + m_d.lineHeight * static_cast<double>(k) + shift);
                 cairo_show_text(cr, b.lines[k].c_str());
             }
-            Step(cr, i);
+            Step(cr);
         }
     }
 
@@ -342,10 +351,22 @@ std::string RenderPng(const FileGraph& graph, const LayoutResult& result, const 
     const auto [width, height] = PixelSize(d);
     Surface surface(cairo_image_surface_create(CAIRO_FORMAT_RGB24, width, height));
     Check(cairo_surface_status(surface.get()));
+    // White, a band of rows at a time: a large image takes a while to fill.
+    cairo_surface_flush(surface.get());
+    unsigned char* data = cairo_image_surface_get_data(surface.get());
+    const std::size_t stride =
+        static_cast<std::size_t>(cairo_image_surface_get_stride(surface.get()));
+    for (int row = 0; row < height; row += 64) {
+        ThrowIfInterrupted();
+        const int rows = std::min(64, height - row);
+        std::memset(data + static_cast<std::size_t>(row) * stride, 0xff,
+                    static_cast<std::size_t>(rows) * stride);
+    }
+    cairo_surface_mark_dirty(surface.get());
     {
         Context cr(cairo_create(surface.get()));
         Check(cairo_status(cr.get()));
-        Painter(graph, result, d).Paint(cr.get());
+        Painter(graph, result, d).Paint(cr.get(), false);
     }
     return PngEncoder().Encode(surface.get());
 }
@@ -360,7 +381,7 @@ std::string RenderPdf(const FileGraph& graph, const LayoutResult& result, const 
         Context cr(cairo_create(surface.get()));
         Check(cairo_status(cr.get()));
         cairo_scale(cr.get(), kPointsPerPixel, kPointsPerPixel);
-        Painter(graph, result, d).Paint(cr.get());
+        Painter(graph, result, d).Paint(cr.get(), true);
     }
     cairo_surface_finish(surface.get());
     ThrowIfInterrupted();
