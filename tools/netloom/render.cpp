@@ -9,7 +9,8 @@ namespace netloom_cli {
 
 std::string DetailNote(const Drawing& d) {
     const double zoom = DrawingZoom(d);
-    if (d.labels && zoom >= 1.0) {
+    // The zoom of a drawing at its natural size is 1 up to rounding.
+    if (d.labels && zoom > 1.0 - 1e-9) {
         return "";
     }
     const auto pixels = [](double value) {
