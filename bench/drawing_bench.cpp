@@ -1,7 +1,9 @@
 // Drawing geometry of large graphs: the scale search, box sizes and edge
 // paths (MakeDrawing: for a hierarchy, the routes are planned twice, once for
-// the scale and once to draw), the crossing and bend counts, and the whole SVG
-// text, after the layout.
+// the scale and once to draw), the crossing and bend counts, the whole SVG
+// text, and the PNG painted by cairo, after the layout. Targets: a 2,000-node
+// PNG well under 3 s, a 100,000-node one under 60 s (bench/drawing_sizes.sh
+// times the whole tool with its memory).
 
 #include "layout_run.h"
 #include "readers.h"
@@ -68,12 +70,29 @@ void BM_WriteSvg(benchmark::State& state, int type) {
     }
 }
 
+void BM_RenderPng(benchmark::State& state, int type) {
+    const Laid& laid = Get(type, static_cast<int>(state.range(0)));
+    const Drawing d = laid.result.MakeDrawing();
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(RenderPng(laid.graph, laid.result, d));
+    }
+    state.counters["megapixels"] = d.width * d.scale * d.height * d.scale / 1e6;
+}
+
 BENCHMARK_CAPTURE(BM_MakeDrawing, hierarchy, 8)
     ->Arg(3000)
     ->Arg(30000)
+    ->Arg(100000)
     ->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(BM_CountRoutes, hierarchy, 8)->Arg(30000)->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(BM_MakeDrawing, force, 1)->Arg(3000)->Arg(30000)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(BM_MakeDrawing, force, 1)
+    ->Arg(3000)
+    ->Arg(30000)
+    ->Arg(100000)
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(BM_MakeDrawing, radial, 4)->Arg(100000)->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(BM_WriteSvg, hierarchy, 8)->Arg(3000)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(BM_RenderPng, force, 1)->Arg(2000)->Arg(100000)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(BM_RenderPng, hierarchy, 8)->Arg(2000)->Unit(benchmark::kMillisecond);
 
 } // namespace

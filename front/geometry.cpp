@@ -1,5 +1,6 @@
 // The drawing's geometry: box sizes from labels and ports, the one scale at
-// which no two boxes overlap, and a path per edge.
+// which the boxes stand apart (all of them in layered layouts, all but the few
+// closest in the free ones), a path per edge, and the scale of a static picture.
 
 #include "geometry.h"
 
@@ -29,8 +30,15 @@ constexpr double kStroke = 1.3;
 constexpr double kArrow = 9.0;
 constexpr double kParallel = 14.0; // apex distance between parallel edges
 constexpr double kMargin = 20.0;
-constexpr std::size_t kMaxLabel = 24;
+constexpr double kLine = 15.0;     // between the lines of a label
 constexpr double kSameSpot = 1e-3; // of the node distance
+// Free layouts may put a few nodes nearly on top of each other: the boxes of
+// this share of the nodes may overlap, so that a handful of close pairs does
+// not blow the drawing up.
+constexpr double kCrowdedShare = 0.02;
+// Below this share of their natural size boxes become dots.
+constexpr double kDotZoom = 0.2;
+constexpr double kDotRadius = 2.0;
 
 std::size_t CodePoints(const std::string& text) {
     std::size_t count = 0;
@@ -40,16 +48,16 @@ std::size_t CodePoints(const std::string& text) {
     return count;
 }
 
-// Cuts a label to kMaxLabel characters (on a character boundary) with an ellipsis.
-std::string ShortLabel(const std::string& text) {
-    if (CodePoints(text) <= kMaxLabel) {
+// Cuts a line to width characters (on a character boundary) with an ellipsis.
+std::string ShortLine(const std::string& text, std::size_t width) {
+    if (CodePoints(text) <= width) {
         return text;
     }
     std::size_t count = 0;
     std::size_t cut = 0;
     for (std::size_t i = 0; i < text.size(); ++i) {
         if ((static_cast<unsigned char>(text[i]) & 0xC0) != 0x80) {
-            if (count == kMaxLabel - 1) {
+            if (count + 1 >= width) {
                 cut = i;
                 break;
             }
@@ -57,6 +65,24 @@ std::string ShortLabel(const std::string& text) {
         }
     }
     return text.substr(0, cut) + "\xE2\x80\xA6";
+}
+
+// A label's lines (split at '\n', a trailing '\r' dropped), each cut to width.
+std::vector<std::string> LabelLines(const std::string& text, std::size_t width) {
+    std::vector<std::string> lines;
+    std::size_t start = 0;
+    while (true) {
+        const std::size_t end = text.find('\n', start);
+        std::string line = text.substr(start, end == std::string::npos ? end : end - start);
+        if (!line.empty() && line.back() == '\r') {
+            line.pop_back();
+        }
+        lines.push_back(ShortLine(line, std::max<std::size_t>(width, 1)));
+        if (end == std::string::npos) {
+            return lines;
+        }
+        start = end + 1;
+    }
 }
 
 // The hash key of grid cell (cx, cy).
@@ -105,12 +131,15 @@ std::vector<Spot> DistinctSpots(const std::vector<DrawnNode>& nodes, double eps)
     return spots;
 }
 
-// Whether two boxes (pixel sizes plus kGap) overlap at scale s. Boxes go into
-// a grid of cells as large as the largest box, so each is compared with the
-// boxes of its own and the neighbouring cells only.
-bool AnyOverlap(const std::vector<Spot>& spots, double s, double cellW, double cellH) {
+// Whether more than `allowed` boxes (pixel sizes plus kGap) overlap another at
+// scale s. Boxes go into a grid of cells as large as the largest box, so each
+// is compared with the boxes of its own and the neighbouring cells only.
+bool Crowded(const std::vector<Spot>& spots, double s, double cellW, double cellH,
+             std::size_t allowed) {
     std::unordered_map<std::uint64_t, std::vector<std::size_t>> cells;
     cells.reserve(spots.size() * 2);
+    std::vector<char> overlapping(allowed > 0 ? spots.size() : 0, 0);
+    std::size_t count = 0;
     for (std::size_t i = 0; i < spots.size(); ++i) {
         const auto cx = static_cast<std::int64_t>(std::floor(spots[i].x * s / cellW));
         const auto cy = static_cast<std::int64_t>(std::floor(spots[i].y * s / cellH));
@@ -125,7 +154,16 @@ bool AnyOverlap(const std::vector<Spot>& spots, double s, double cellW, double c
                     const Spot& b = spots[j];
                     if (std::fabs(a.x - b.x) * s < (a.w + b.w) / 2 + kGap &&
                         std::fabs(a.y - b.y) * s < (a.h + b.h) / 2 + kGap) {
-                        return true;
+                        if (allowed == 0) {
+                            return true;
+                        }
+                        for (std::size_t k : {i, j}) {
+                            count += overlapping[k] == 0 ? 1 : 0;
+                            overlapping[k] = 1;
+                        }
+                        if (count > allowed) {
+                            return true;
+                        }
                     }
                 }
             }
@@ -135,21 +173,25 @@ bool AnyOverlap(const std::vector<Spot>& spots, double s, double cellW, double c
     return false;
 }
 
-// The smallest scale (pixels per layout unit, to a relative 1e-9) at which no
-// two boxes at distinct positions overlap; 1 when there is no such pair.
-double ClearingScale(const std::vector<DrawnNode>& nodes, double eps) {
+// The smallest scale (pixels per layout unit, to a relative 1e-9) at which at
+// most crowdedShare of the boxes at distinct positions overlap another; 1 when
+// there is no such pair.
+double ClearingScale(const std::vector<DrawnNode>& nodes, double eps, double crowdedShare) {
     const std::vector<Spot> spots = DistinctSpots(nodes, eps);
     if (spots.size() < 2) {
         return 1.0;
     }
+    const auto allowed =
+        static_cast<std::size_t>(std::floor(crowdedShare * static_cast<double>(spots.size())));
     double cellW = 0.0, cellH = 0.0;
     for (const Spot& s : spots) {
         cellW = std::max(cellW, s.w + kGap);
         cellH = std::max(cellH, s.h + kGap);
     }
+    auto crowded = [&](double s) { return Crowded(spots, s, cellW, cellH, allowed); };
     double lo = 0.0;
     double hi = 1.0;
-    while (AnyOverlap(spots, hi, cellW, cellH)) {
+    while (crowded(hi)) {
         lo = hi;
         hi *= 2.0;
         if (hi > 1e12) {
@@ -159,14 +201,14 @@ double ClearingScale(const std::vector<DrawnNode>& nodes, double eps) {
     if (lo == 0.0) {
         // Already clear at 1: shrink while it stays clear.
         lo = hi / 2.0;
-        while (lo > 1e-9 && !AnyOverlap(spots, lo, cellW, cellH)) {
+        while (lo > 1e-9 && !crowded(lo)) {
             hi = lo;
             lo /= 2.0;
         }
     }
     while (hi - lo > hi * 1e-9) {
         const double mid = lo + (hi - lo) / 2.0;
-        (AnyOverlap(spots, mid, cellW, cellH) ? lo : hi) = mid;
+        (crowded(mid) ? lo : hi) = mid;
     }
     return hi;
 }
@@ -324,26 +366,34 @@ std::vector<std::size_t> EdgesThroughBoxes(const Request& request, const Drawing
 
 } // namespace
 
-Drawing MakeDrawing(const Request& request, const Result& result) {
+Drawing MakeDrawing(const Request& request, const Result& result, std::size_t labelWidth) {
     Drawing d;
     const std::size_t n = request.nodeCount;
     d.nodes.resize(n);
     d.edges.resize(request.EdgeCount());
     for (std::size_t i = 0; i < n; ++i) {
         DrawnNode& b = d.nodes[i];
-        b.label = ShortLabel(request.labels.empty() ? std::to_string(i) : request.labels[i]);
+        b.lines =
+            LabelLines(request.labels.empty() ? std::to_string(i) : request.labels[i], labelWidth);
+        std::size_t widest = 0;
+        for (std::size_t k = 0; k < b.lines.size(); ++k) {
+            widest = std::max(widest, CodePoints(b.lines[k]));
+            b.label += (k > 0 ? "\n" : "") + b.lines[k];
+        }
         const auto& counts = result.sideCounts[i];
-        b.w = std::max({48.0, kCharWidth * static_cast<double>(CodePoints(b.label)) + 16.0,
+        const double lines = static_cast<double>(b.lines.size());
+        b.w = std::max({48.0, kCharWidth * static_cast<double>(widest) + 16.0,
                         (std::max(counts[kSideUp], counts[kSideDown]) + 1) * kPortSpacing});
-        b.h = std::max(kBoxHeight,
-                       (std::max(counts[kSideLeft], counts[kSideRight]) + 1) * kPortSpacing);
+        b.h = std::max({kBoxHeight, kLine * lines + kBoxHeight - kLine,
+                        (std::max(counts[kSideLeft], counts[kSideRight]) + 1) * kPortSpacing});
         b.x = result.x[i];
         b.y = result.y[i];
         b.fill = std::max(0, result.component[i]) % 8;
     }
     d.orthogonal = result.type == CNetworkGraph::m_iHierarchyLayout;
     // Positions within a thousandth of the node distance are one spot.
-    d.scale = ClearingScale(d.nodes, result.distance * kSameSpot);
+    d.scale =
+        ClearingScale(d.nodes, result.distance * kSameSpot, result.layered ? 0.0 : kCrowdedShare);
     if (d.orthogonal) {
         d.scale = std::max(d.scale, RoutingScale(request, result, d));
     }
@@ -353,6 +403,7 @@ Drawing MakeDrawing(const Request& request, const Result& result) {
         b.h *= unit;
     }
     d.fontSize = kFont * unit;
+    d.lineHeight = kLine * unit;
     d.strokeWidth = kStroke * unit;
     d.arrowSize = request.directed ? kArrow * unit : 0.0;
     for (std::size_t i = 0; i < n; ++i) {
@@ -405,7 +456,12 @@ Drawing MakeDrawing(const Request& request, const Result& result) {
     d.width = maxX - minX + 2 * margin;
     d.height = maxY - minY + 2 * margin;
     d.pixel = unit;
-    d.scale = std::min(d.scale, kMaxDrawingSide / std::max(d.width, d.height));
+    d.scale = std::min({d.scale, kMaxDrawingSide / std::max(d.width, d.height),
+                        std::sqrt(kMaxDrawingPixels / d.width / d.height)});
+    const double zoom = DrawingZoom(d);
+    d.labels = kFont * zoom >= kReadableText;
+    d.dots = zoom < kDotZoom;
+    d.dotRadius = kDotRadius / d.scale;
     return d;
 }
 

@@ -16,11 +16,12 @@
 namespace netloom::front {
 
 struct DrawnNode {
-    double x = 0.0, y = 0.0;  // centre: the layout's position
-    double w = 0.0, h = 0.0;  // box size
-    std::string label;        // as drawn (long labels are cut)
-    int fill = 0;             // palette index (by component)
-    std::vector<Point> ports; // one point per entry of Result::ports
+    double x = 0.0, y = 0.0;        // centre: the layout's position
+    double w = 0.0, h = 0.0;        // box size
+    std::string label;              // as drawn: its lines joined by '\n'
+    std::vector<std::string> lines; // the label's lines, each cut to the label width
+    int fill = 0;                   // palette index (by component)
+    std::vector<Point> ports;       // one point per entry of Result::ports
 };
 
 enum class PathKind {
@@ -34,12 +35,20 @@ struct DrawnEdge {
 };
 
 struct Drawing {
-    // Pixels per layout unit of the output. It is the scale at which the boxes
-    // and tracks got their sizes, unless that would make the drawing larger
-    // than kMaxDrawingSide: then the whole drawing is shown smaller (vector
-    // outputs stay sharp when zoomed), and nothing comes to overlap.
+    // Pixels per layout unit of a static picture (SVG, PNG, PDF). It is the
+    // scale at which the boxes and tracks got their sizes (text at its natural
+    // size) unless the picture would then pass kMaxDrawingSide a side or
+    // kMaxDrawingPixels in all: then the whole drawing is shown smaller.
     double scale = 1.0;
     double pixel = 1.0; // one pixel of the box and track sizes, in layout units
+    // What a smaller picture still shows: labels while their text is at least
+    // kReadableText pixels high; boxes become dots (dotRadius, layout units)
+    // once they would be only a few pixels; edges stay at least a pixel wide
+    // (PictureStroke).
+    bool labels = true;
+    bool dots = false;
+    double dotRadius = 0.0;
+    double lineHeight = 0.0; // distance between the lines of a label, layout units
     // The drawn area (layout units): every box and edge lies inside.
     double left = 0.0, top = 0.0, width = 0.0, height = 0.0;
     double fontSize = 0.0;        // layout units
@@ -50,9 +59,26 @@ struct Drawing {
     std::vector<DrawnEdge> edges; // by edge index
 };
 
-constexpr double kMaxDrawingSide = 30000.0; // pixels
+constexpr double kMaxDrawingSide = 16384.0;    // pixels
+constexpr double kMaxDrawingPixels = 1e8;      // pixels in all
+constexpr double kReadableText = 6.0;          // least label height drawn, pixels
+constexpr std::size_t kDefaultLabelWidth = 48; // characters of a label line
 
-Drawing MakeDrawing(const Request& request, const Result& result);
+// labelWidth: the most characters of a label line; longer lines end in an ellipsis.
+Drawing MakeDrawing(const Request& request, const Result& result,
+                    std::size_t labelWidth = kDefaultLabelWidth);
+
+// How much of its natural size a static picture shows (scale over the scale
+// of the box sizes): 1, or less for a picture that had to be made smaller.
+inline double DrawingZoom(const Drawing& d) {
+    return d.scale * d.pixel;
+}
+
+// The edge line width of a static picture, layout units: the natural width,
+// but at least one pixel of the picture.
+inline double PictureStroke(const Drawing& d) {
+    return d.strokeWidth > 1.0 / d.scale ? d.strokeWidth : 1.0 / d.scale;
+}
 
 // Each edge's route as a polyline in layout units, from its source end to its
 // target end: a bent parallel edge passes through its curve's midpoint.

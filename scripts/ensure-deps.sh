@@ -17,7 +17,7 @@ packages=("${extra[@]}" cmake make g++ pkg-config libgtest-dev libgmock-dev libb
           python3-pip python3-venv python3-setuptools python3-wheel python3-pybind11 mypy
           python3-dask python3-distributed
           nlohmann-json3-dev libpugixml-dev libcli11-dev
-          libgraphviz-dev graphviz librsvg2-dev libcairo2-dev
+          libgraphviz-dev graphviz libcairo2-dev libpng-dev
           chromium chromium-driver python3-selenium
           emscripten dpkg-dev)
 missing=()

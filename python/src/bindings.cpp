@@ -384,10 +384,10 @@ void SetLevels(PyGraph& g, std::map<int, std::vector<int>> levels, int direction
 
 // Layout type codes and names, side names and the checked ranges.
 void BindNames(py::module_& m) {
-    m.attr("FORCE_DIRECTED") = CNetworkGraph::m_iForceDirectedLayout;
-    m.attr("TREE") = CNetworkGraph::m_iTreeLayout;
-    m.attr("RADIANT") = CNetworkGraph::m_iRadiantLayout;
-    m.attr("HIERARCHY") = CNetworkGraph::m_iHierarchyLayout;
+    m.attr("FORCE_DIRECTED") = int{CNetworkGraph::m_iForceDirectedLayout};
+    m.attr("TREE") = int{CNetworkGraph::m_iTreeLayout};
+    m.attr("RADIANT") = int{CNetworkGraph::m_iRadiantLayout};
+    m.attr("HIERARCHY") = int{CNetworkGraph::m_iHierarchyLayout};
     py::tuple sides(netloom::front::kSideCount);
     for (int side = 0; side < netloom::front::kSideCount; ++side) {
         sides[static_cast<py::size_t>(side)] = netloom::front::SideName(side);
@@ -703,7 +703,7 @@ void BindGraph(py::module_& m) {
                         ->RaisePending();
                 }
             },
-            py::arg("distance") = 40, py::arg("type") = CNetworkGraph::m_iHierarchyLayout,
+            py::arg("distance") = 40, py::arg("type") = int{CNetworkGraph::m_iHierarchyLayout},
             py::arg("layer_spacing") = 200, py::arg("progress") = py::none(),
             py::arg("stop") = nullptr,
             "Lays the graph out (1 force-directed, 2 tree, 4 radiant, 8 hierarchy). "

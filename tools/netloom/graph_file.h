@@ -134,6 +134,9 @@ struct FileGraph {
     // The input says its edges have a direction (DOT digraph, GraphML
     // edgedefault="directed", JSON "directed": true).
     bool directed = false;
+    // The orientation of layered layouts the input asks for (DOT's rankdir,
+    // 1 to 4 as --direction), or 0.
+    int direction = 0;
 
     // Looks a node up by id key; null when absent.
     const std::size_t* FindNode(const std::string& key) const;

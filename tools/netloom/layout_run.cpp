@@ -63,6 +63,9 @@ LayoutResult RunLayout(const FileGraph& file, const LayoutOptions& options) {
     LayoutResult result;
     result.request = MakeRequest(file, result.portIds);
     Options run = options;
+    if (run.direction == 0) {
+        run.direction = file.direction; // DOT's rankdir, unless --direction says otherwise
+    }
     if (options.levels == "direction") {
         run.levelSource = LevelSource::Direction;
     } else if (options.levels == "degree") {
@@ -86,9 +89,9 @@ LayoutResult RunLayout(const FileGraph& file, const LayoutOptions& options) {
         throw InputError(file.path, 0, 0, problem);
     }
     LayoutOptions used = options;
-    const bool layered =
-        run.type == CNetworkGraph::m_iHierarchyLayout || run.type == CNetworkGraph::m_iTreeLayout;
-    if (options.autoLayerSpacing && layered && !result.stopped) {
+    // A graph without edges has no row gaps to fit: it keeps the start value.
+    if (options.autoLayerSpacing && IsLayered(run.type) && !result.stopped &&
+        result.request.EdgeCount() > 0) {
         run.layerSpacing = FittingLayerSpacing(result.request, result, run.layerSpacing);
         used.layerSpacing = run.layerSpacing;
         Result again;

@@ -28,6 +28,8 @@ struct LayoutOptions : Options {
     // --layer-spacing auto: the layered layouts run twice, the second time at
     // the spacing FittingLayerSpacing finds; layerSpacing then holds it.
     bool autoLayerSpacing = false;
+    // --label-width: the most characters of a drawn label line.
+    std::size_t labelWidth = kDefaultLabelWidth;
 };
 
 struct LayoutResult : Result {
@@ -38,7 +40,9 @@ struct LayoutResult : Result {
     const FileId* PortId(const NodePort& port) const {
         return port.name == kNoPort ? nullptr : &portIds[static_cast<std::size_t>(port.name)];
     }
-    Drawing MakeDrawing() const { return netloom::front::MakeDrawing(request, *this); }
+    Drawing MakeDrawing() const {
+        return netloom::front::MakeDrawing(request, *this, options.labelWidth);
+    }
 };
 
 LayoutResult RunLayout(const FileGraph& graph, const LayoutOptions& options);

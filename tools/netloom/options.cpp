@@ -144,8 +144,14 @@ CLI::App* DefineCommandLine(CLI::App& app, CommandLine& line) {
                        "else degree)");
     layout
         ->add_option("--direction", line.layout.direction,
-                     "Orientation of the layered grid, 1 to 4 (default: 1)")
+                     "Orientation of the layered grid, 1 to 4: 1 roots on top, 2 at the left, 3 "
+                     "on top mirrored, 4 at the right (default: a DOT input's rankdir, else 1)")
         ->check(Range(kDirectionLimit));
+    layout
+        ->add_option("--label-width", line.layout.labelWidth,
+                     "Most characters of a drawn label line; longer lines end in an ellipsis")
+        ->check(CLI::Range(1, 100000))
+        ->capture_default_str();
     layout
         ->add_option("--arrange-mode", line.layout.arrangeMode,
                      "Arrangement mode of the layered layouts: 2 splits the second level into "

@@ -1,14 +1,16 @@
 // DOT (Graphviz) through Graphviz's own graph library: nodes, edges with their
 // ports ("node:port", tailport, headport), pos (with pin or a trailing '!') as
-// start positions and fixed flags, label, len as the natural length, digraph as
-// directed; subgraphs and clusters are flattened, strict graphs keep one edge per
-// pair as Graphviz does.
+// start positions and fixed flags, label (escapes such as \n and \N, record
+// fields, the text of HTML-like labels), len as the natural length, digraph as
+// directed, rankdir as the orientation of layered layouts; subgraphs and
+// clusters are flattened, strict graphs keep one edge per pair as Graphviz does.
 
 #include "readers.h"
 
 #include <graphviz/cgraph.h>
 
 #include <algorithm>
+#include <cctype>
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
@@ -90,6 +92,151 @@ int ErrorLine(const std::string& message) {
     return at == std::string::npos ? 0 : std::atoi(message.c_str() + at + 5);
 }
 
+// A label's escapes as Graphviz reads them: \n, \l and \r end a line (a last
+// line end adds no empty line), \N is the node's name, \G the graph's, \E, \T
+// and \H (edge names) are empty on nodes, and any other escaped character
+// stands for itself.
+std::string Unescape(const std::string& text, const std::string& node, const std::string& graph) {
+    std::string out;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if (text[i] != '\\' || i + 1 == text.size()) {
+            out += text[i];
+            continue;
+        }
+        const char c = text[++i];
+        switch (c) {
+        case 'n':
+        case 'l':
+        case 'r':
+            if (i + 1 < text.size()) {
+                out += '\n';
+            }
+            break;
+        case 'N':
+            out += node;
+            break;
+        case 'G':
+            out += graph;
+            break;
+        case 'E':
+        case 'T':
+        case 'H':
+            break;
+        default:
+            out += c;
+        }
+    }
+    return out;
+}
+
+// The text of a record label: its fields in order, port names ("<f0>") left
+// out, joined by " | "; braces, which only turn the fields' direction, and
+// blanks around a field are dropped. Escaped characters (\{, \|, \<) are text.
+std::string RecordText(const std::string& label) {
+    std::vector<std::string> fields(1);
+    bool inPort = false;
+    for (std::size_t i = 0; i < label.size(); ++i) {
+        const char c = label[i];
+        if (c == '\\' && i + 1 < label.size() && std::strchr("{}|<> ", label[i + 1])) {
+            if (!inPort) {
+                fields.back() += label[++i];
+            } else {
+                ++i;
+            }
+        } else if (inPort) {
+            inPort = c != '>';
+        } else if (c == '<') {
+            inPort = true;
+        } else if (c == '|' || c == '{' || c == '}') {
+            fields.emplace_back();
+        } else {
+            fields.back() += c;
+        }
+    }
+    std::string out;
+    for (std::string& field : fields) {
+        const std::size_t first = field.find_first_not_of(" \t");
+        if (first == std::string::npos) {
+            continue;
+        }
+        field = field.substr(first, field.find_last_not_of(" \t") - first + 1);
+        out += (out.empty() ? "" : " | ") + field;
+    }
+    return out;
+}
+
+// The text of an HTML-like label: tags dropped, <br/> and the end of a table
+// row as line breaks, table cells apart by a blank, entities decoded, runs of
+// white space as one blank.
+std::string HtmlText(const std::string& html) {
+    std::string out;
+    auto blank = [&out] {
+        if (!out.empty() && out.back() != ' ' && out.back() != '\n') {
+            out += ' ';
+        }
+    };
+    for (std::size_t i = 0; i < html.size(); ++i) {
+        const char c = html[i];
+        if (c == '<') {
+            const std::size_t end = html.find('>', i);
+            std::string tag = html.substr(i + 1, end == std::string::npos ? end : end - i - 1);
+            for (char& t : tag) {
+                t = static_cast<char>(std::tolower(static_cast<unsigned char>(t)));
+            }
+            if (tag.compare(0, 2, "br") == 0 || tag == "/tr") {
+                while (!out.empty() && out.back() == ' ') {
+                    out.pop_back();
+                }
+                if (!out.empty() && out.back() != '\n') {
+                    out += '\n';
+                }
+            } else if (tag == "/td") {
+                blank();
+            }
+            if (end == std::string::npos) {
+                break;
+            }
+            i = end;
+        } else if (c == '&') {
+            static const std::pair<const char*, const char*> kEntities[] = {
+                {"&amp;", "&"},   {"&lt;", "<"},   {"&gt;", ">"},
+                {"&quot;", "\""}, {"&apos;", "'"}, {"&nbsp;", " "}};
+            bool known = false;
+            for (const auto& [name, text] : kEntities) {
+                if (html.compare(i, std::strlen(name), name) == 0) {
+                    out += text;
+                    i += std::strlen(name) - 1;
+                    known = true;
+                    break;
+                }
+            }
+            if (!known) {
+                out += c;
+            }
+        } else if (std::isspace(static_cast<unsigned char>(c))) {
+            blank();
+        } else {
+            out += c;
+        }
+    }
+    while (!out.empty() && (out.back() == ' ' || out.back() == '\n')) {
+        out.pop_back();
+    }
+    return out;
+}
+
+// rankdir as an orientation: LR puts the roots at the left (2), RL at the
+// right (4). No orientation puts them at the bottom: BT is drawn as TB.
+int Orientation(const std::string& rankdir) {
+    if (rankdir == "LR") {
+        return 2;
+    }
+    if (rankdir == "RL") {
+        return 4;
+    }
+    return rankdir == "TB" || rankdir == "BT" ? 1 : 0;
+}
+
 class DotReader {
 public:
     DotReader(const std::string& path, const std::string& text) : m_path(path), m_text(text) {}
@@ -126,6 +273,8 @@ public:
             agclose(d);
         });
         graph.directed = agisdirected(g) != 0;
+        graph.direction = Orientation(Attribute(g, "rankdir"));
+        m_graphName = agnameof(g) != nullptr ? agnameof(g) : "";
         graph.ReserveNodes(static_cast<std::size_t>(agnnodes(g)));
         for (Agnode_t* n = agfstnode(g); n != nullptr; n = agnxtnode(g, n)) {
             // Node names are looked up in a dictionary: do it once per node.
@@ -158,9 +307,14 @@ private:
         FileNode node;
         node.id = MakeTextId(agnameof(n));
         node.sourceIndex = graph.dotNodes.size();
-        const std::string label = Attribute(n, "label");
-        if (!label.empty() && label != "\\N") {
-            node.label = label;
+        char* raw = agget(n, const_cast<char*>("label"));
+        const std::string label = raw == nullptr ? std::string() : std::string(raw);
+        const std::string shape = Attribute(n, "shape");
+        if (raw != nullptr && aghtmlstr(raw)) {
+            node.label = HtmlText(label);
+        } else if (!label.empty() && label != "\\N") {
+            const bool record = shape == "record" || shape == "Mrecord";
+            node.label = Unescape(record ? RecordText(label) : label, node.id.key, m_graphName);
         }
         // Graphviz's y grows upward, the layout's downward.
         const std::string pos = Attribute(n, "pos");
@@ -214,6 +368,7 @@ private:
     const std::string& m_path;
     const std::string& m_text;
     std::vector<std::size_t> m_nodeBySeq; // node index by Graphviz's sequence number
+    std::string m_graphName;
 };
 
 } // namespace

@@ -11,6 +11,22 @@ void CheckIdText(const FileGraph& graph, int line, const char* what, const FileI
     }
 }
 
+// The document an input of nothing but blanks stands for: an empty graph in
+// every format, as Graphviz reads an empty DOT file.
+const char* EmptyDocument(Format format) {
+    switch (format) {
+    case Format::Json:
+        return "{\"nodes\": [], \"links\": []}";
+    case Format::GraphMl:
+        return "<graphml xmlns=\"http://graphml.graphdrawing.org/xmlns\">"
+               "<graph edgedefault=\"undirected\"/></graphml>";
+    case Format::Dot:
+        return "graph {}";
+    default:
+        return "";
+    }
+}
+
 } // namespace
 
 std::size_t AddFileNode(FileGraph& graph, FileNode node) {
@@ -41,7 +57,10 @@ void AddFileEdge(FileGraph& graph, FileEdge edge,
     graph.edges.push_back(std::move(edge));
 }
 
-FileGraph ReadText(const std::string& name, const std::string& text, Format format) {
+FileGraph ReadText(const std::string& name, const std::string& rawText, Format format) {
+    const bool blank = rawText.find_first_not_of(" \t\r\n") == std::string::npos;
+    const std::string empty = blank ? EmptyDocument(format) : "";
+    const std::string& text = blank ? empty : rawText;
     switch (format) {
     case Format::Json:
         return ReadJsonGraph(name, text);

@@ -18,14 +18,18 @@ std::string Position(double x, double y, bool fixed) {
     return FormatNumber(x) + "," + FormatNumber(y == 0.0 ? 0.0 : -y) + (fixed ? "!" : "");
 }
 
-// A DOT double-quoted string.
-std::string Quoted(const std::string& text) {
+// A quoted DOT string; in a label a line break becomes DOT's \n escape.
+std::string Quoted(const std::string& text, bool label = false) {
     std::string out = "\"";
     for (char c : text) {
         if (c == '"' || c == '\\') {
             out += '\\';
         }
-        out += c == '\n' ? ' ' : c;
+        if (c == '\n') {
+            out += label ? "\\n" : " ";
+        } else {
+            out += c;
+        }
     }
     return out + "\"";
 }
@@ -39,7 +43,7 @@ std::string FreshDot(const FileGraph& graph, const LayoutResult& result) {
         out << "  " << Quoted(node.id.key)
             << " [pos=" << Quoted(Position(result.x[i], result.y[i], node.fixed));
         if (!node.label.empty()) {
-            out << ", label=" << Quoted(node.label);
+            out << ", label=" << Quoted(node.label, true);
         }
         out << "];\n";
     }

@@ -147,22 +147,26 @@ void WriteEdge(PageJson& out, const FileEdge& edge, const DrawnEdge& path) {
 
 std::string WriteHtml(const FileGraph& graph, const LayoutResult& result) {
     const Drawing d = result.MakeDrawing();
-    PageJson out(d.scale);
+    // The page zooms itself: it works at the scale of the boxes' natural size.
+    const double scale = 1.0 / d.pixel;
+    PageJson out(scale);
     const std::string file = graph.path.substr(graph.path.find_last_of('/') + 1);
     out << "{";
     out.Key("title");
     out.Text(file + ", " + LayoutTypeName(result.options.type) + " layout");
     out << ",\"layout\":\"" << LayoutTypeName(result.options.type)
         << "\",\"directed\":" << (graph.directed ? "true" : "false")
-        << ",\"scale\":" << FormatNumber(d.scale) << ",\"bounds\":[";
+        << ",\"scale\":" << FormatNumber(scale) << ",\"bounds\":[";
     const double bounds[] = {d.left, d.top, d.width, d.height};
     for (std::size_t k = 0; k < std::size(bounds); ++k) {
         out << (k ? "," : "");
         out.Pixels(bounds[k]);
     }
     out << "]";
-    const std::pair<const char*, double> sizes[] = {
-        {"font", d.fontSize}, {"stroke", d.strokeWidth}, {"arrow", d.arrowSize}};
+    const std::pair<const char*, double> sizes[] = {{"font", d.fontSize},
+                                                    {"line", d.lineHeight},
+                                                    {"stroke", d.strokeWidth},
+                                                    {"arrow", d.arrowSize}};
     for (const auto& [key, value] : sizes) {
         out << ",\"" << key << "\":";
         out.Pixels(value);

@@ -1,5 +1,7 @@
 // The SVG drawing. Its user coordinates are the layout's: the viewBox is in
 // layout units and the width and height attributes apply the drawing's scale.
+// A drawing shown below its natural size leaves out what would not be seen
+// (labels, then boxes as dots), so the file grows with what is shown.
 
 #include "layout_run.h"
 #include "writers.h"
@@ -30,7 +32,10 @@ std::string PathData(const DrawnEdge& edge, double pixel) {
 } // namespace
 
 std::string WriteSvg(const FileGraph& graph, const LayoutResult& result) {
-    const Drawing d = result.MakeDrawing();
+    return WriteSvg(graph, result, result.MakeDrawing());
+}
+
+std::string WriteSvg(const FileGraph& graph, const LayoutResult& result, const Drawing& d) {
     const double s = d.scale;
     const double px = d.pixel;
     std::ostringstream out;
@@ -42,15 +47,16 @@ std::string WriteSvg(const FileGraph& graph, const LayoutResult& result) {
         << "  <title>" << XmlEscape(graph.path) << ", " << LayoutTypeName(result.options.type)
         << " layout</title>\n"
         << "  <style>\n"
-        << "    .edge { fill: none; stroke: #5b6470; stroke-width: " << FormatNumber(d.strokeWidth)
-        << "; stroke-linejoin: round; }\n"
+        << "    .edge { fill: none; stroke: #5b6470; stroke-width: "
+        << FormatNumber(PictureStroke(d)) << "; stroke-linejoin: round; }\n"
         << "    .node rect { stroke: #34495e; stroke-width: " << FormatNumber(1.2 * px) << "; }\n"
         << "    .node.fixed rect { stroke-width: " << FormatNumber(2.6 * px) << "; }\n"
         << "    .node text { font-family: sans-serif; font-size: " << FormatNumber(d.fontSize)
         << "px; text-anchor: middle; fill: #1d2630; }\n"
         << "    .port { fill: #34495e; }\n"
         << "  </style>\n";
-    if (d.arrowSize > 0.0) {
+    const bool arrows = d.arrowSize > 0.0 && !d.dots;
+    if (arrows) {
         const std::string a = FormatNumber(d.arrowSize);
         out << "  <defs><marker id=\"arrow\" viewBox=\"0 0 10 10\" refX=\"10\" refY=\"5\" "
                "markerUnits=\"userSpaceOnUse\" markerWidth=\""
@@ -61,8 +67,7 @@ std::string WriteSvg(const FileGraph& graph, const LayoutResult& result) {
     out << "  <rect class=\"background\" x=\"" << FormatNumber(d.left) << "\" y=\""
         << FormatNumber(d.top) << "\" width=\"" << FormatNumber(d.width) << "\" height=\""
         << FormatNumber(d.height) << "\" fill=\"#ffffff\"/>\n"
-        << "  <g class=\"edges\"" << (d.arrowSize > 0.0 ? " marker-end=\"url(#arrow)\"" : "")
-        << ">\n";
+        << "  <g class=\"edges\"" << (arrows ? " marker-end=\"url(#arrow)\"" : "") << ">\n";
     for (std::size_t j = 0; j < graph.edges.size(); ++j) {
         const FileEdge& edge = graph.edges[j];
         out << "    <path class=\"edge\"";
@@ -75,20 +80,38 @@ std::string WriteSvg(const FileGraph& graph, const LayoutResult& result) {
     }
     out << "  </g>\n  <g class=\"nodes\">\n";
     const std::string portRadius = FormatNumber(2.5 * px);
+    const std::string dotRadius = FormatNumber(d.dotRadius);
     for (std::size_t i = 0; i < d.nodes.size(); ++i) {
         const DrawnNode& b = d.nodes[i];
         const FileNode& node = graph.nodes[i];
         out << "    <g class=\"node" << (node.fixed ? " fixed" : "") << "\" data-id=\""
             << XmlEscape(node.id.key) << "\" data-x=\"" << FormatNumber(result.x[i])
-            << "\" data-y=\"" << FormatNumber(result.y[i]) << "\">\n"
-            << "      <rect x=\"" << FormatNumber(b.x - b.w / 2) << "\" y=\""
+            << "\" data-y=\"" << FormatNumber(result.y[i]) << "\">\n";
+        if (d.dots) {
+            out << "      <circle cx=\"" << FormatNumber(b.x) << "\" cy=\"" << FormatNumber(b.y)
+                << "\" r=\"" << dotRadius << "\" fill=\"#34495e\"/>\n    </g>\n";
+            continue;
+        }
+        out << "      <rect x=\"" << FormatNumber(b.x - b.w / 2) << "\" y=\""
             << FormatNumber(b.y - b.h / 2) << "\" width=\"" << FormatNumber(b.w) << "\" height=\""
             << FormatNumber(b.h) << "\" rx=\"" << FormatNumber(4 * px) << "\" fill=\""
-            << kDrawFills[b.fill]
-            << "\"/>\n"
-            // Centred by a baseline shift that every renderer honours.
-            << "      <text x=\"" << FormatNumber(b.x) << "\" y=\"" << FormatNumber(b.y)
-            << "\" dy=\"0.35em\">" << XmlEscape(b.label) << "</text>\n";
+            << kDrawFills[b.fill] << "\"/>\n";
+        if (d.labels) {
+            // Centred by a baseline shift that every renderer honours; the
+            // lines of a label stacked about the box's centre.
+            const double first = b.y - d.lineHeight * static_cast<double>(b.lines.size() - 1) / 2;
+            out << "      <text x=\"" << FormatNumber(b.x) << "\" y=\"" << FormatNumber(first)
+                << "\" dy=\"0.35em\">";
+            if (b.lines.size() == 1) {
+                out << XmlEscape(b.lines[0]);
+            }
+            for (std::size_t k = 0; b.lines.size() > 1 && k < b.lines.size(); ++k) {
+                out << "<tspan x=\"" << FormatNumber(b.x) << "\" y=\""
+                    << FormatNumber(first + d.lineHeight * static_cast<double>(k))
+                    << "\" dy=\"0.35em\">" << XmlEscape(b.lines[k]) << "</tspan>";
+            }
+            out << "</text>\n";
+        }
         for (const Point& p : b.ports) {
             out << "      <circle class=\"port\" cx=\"" << Coord(p.x, px) << "\" cy=\""
                 << Coord(p.y, px) << "\" r=\"" << portRadius << "\"/>\n";

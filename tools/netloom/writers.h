@@ -22,12 +22,15 @@ std::string WriteEdgeList(const FileGraph& graph, const LayoutResult& result);
 std::string WriteDot(FileGraph& graph, const LayoutResult& result);
 // A drawing: boxes with labels, edges between them.
 std::string WriteSvg(const FileGraph& graph, const LayoutResult& result);
-// The SVG drawing rendered by librsvg onto cairo: a PNG image of the SVG's width
-// and height in pixels, scaled down uniformly when that is more than cairo can
-// render (warning then says so), or a one-page PDF of that size at 96 pixels
-// per inch (1 px = 0.75 pt). Throw OutputError when rendering fails.
-std::string RenderPng(const std::string& svg, std::string& warning);
-std::string RenderPdf(const std::string& svg);
+std::string WriteSvg(const FileGraph& graph, const LayoutResult& result, const Drawing& d);
+// The drawing painted by cairo: a PNG image of its size in pixels, or a
+// one-page PDF of that size at 96 pixels per inch (1 px = 0.75 pt). Throw
+// OutputError when rendering fails, InterruptedError on Ctrl-C.
+std::string RenderPng(const FileGraph& graph, const LayoutResult& result, const Drawing& d);
+std::string RenderPdf(const FileGraph& graph, const LayoutResult& result, const Drawing& d);
+// What a drawing shown below its natural size leaves out, for the user; empty
+// when it shows everything.
+std::string DetailNote(const Drawing& d);
 // One self-contained HTML page that draws the graph on a canvas, with pan,
 // zoom, search and the edges of the node under the pointer.
 std::string WriteHtml(const FileGraph& graph, const LayoutResult& result);
