@@ -53,7 +53,13 @@ struct Batch {
     // Reads, lays out and renders one input, then writes its outputs.
     void LayOut(const std::string& input) {
         FileGraph graph = ReadGraph(input, InputFormatOf(line, input));
-        const LayoutResult result = RunLayout(graph, options);
+        for (const std::string& note : graph.warnings) {
+            Print("warning", input + ": " + note);
+        }
+        LayoutOptions own = FileLayoutOptions(line, graph);
+        own.threads = options.threads;
+        own.progress = options.progress;
+        const LayoutResult result = RunLayout(graph, own);
         if (result.placedByNeighbour > 0) {
             Print("warning", input + ": " + LevelsWarning(result.placedByNeighbour));
         }

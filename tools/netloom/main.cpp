@@ -54,6 +54,11 @@ int main(int argc, char** argv) {
     try {
         ResolveChoices(line);
         line.threadsGiven = layout->count("--threads") > 0;
+        for (const char* name : kFileOptions) {
+            if (layout->count(name) > 0) {
+                line.given.push_back(name);
+            }
+        }
         if (!line.outdir.empty()) {
             return RunBatch(line);
         }
@@ -69,7 +74,10 @@ int main(int argc, char** argv) {
 
     try {
         FileGraph graph = ReadInput(line.input, inputFormat);
-        const LayoutResult result = RunLayout(graph, line.layout);
+        for (const std::string& note : graph.warnings) {
+            std::fprintf(stderr, "netloom: warning: %s\n", note.c_str());
+        }
+        const LayoutResult result = RunLayout(graph, FileLayoutOptions(line, graph));
         if (result.placedByNeighbour > 0) {
             std::fprintf(stderr, "netloom: warning: %s\n",
                          LevelsWarning(result.placedByNeighbour).c_str());

@@ -44,7 +44,12 @@ void AddFileEdge(FileGraph& graph, FileEdge edge,
 FileGraph ReadText(const std::string& name, const std::string& text, Format format) {
     switch (format) {
     case Format::Json:
+        if (IsElkText(text)) {
+            return ReadElk(name, text);
+        }
         return ReadJsonGraph(name, text);
+    case Format::Elk:
+        return ReadElk(name, text);
     case Format::GraphMl:
         return ReadGraphMl(name, text);
     case Format::EdgeList:
