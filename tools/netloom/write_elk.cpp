@@ -9,6 +9,7 @@
 #include "front/sized.h"
 
 #include <unordered_map>
+#include <unordered_set>
 
 namespace netloom_cli {
 
@@ -21,6 +22,22 @@ Json PointJson(const Point& p, const Point& origin) {
     return out;
 }
 
+// The shape an edge end names: a node or a port.
+Json Shape(const Json& edge, bool source, std::size_t index) {
+    const auto list = edge.find(source ? "sources" : "targets");
+    if (list != edge.end()) {
+        return (*list)[index];
+    }
+    const auto port = edge.find(source ? "sourcePort" : "targetPort");
+    return port != edge.end() && !port->is_null() ? *port : edge[source ? "source" : "target"];
+}
+
+// An id as ELK takes it: a string or an integer; other ids (a float, a
+// tuple) as their text.
+Json ElkId(const FileId& id) {
+    return id.value.is_string() || id.value.is_number_integer() ? id.value : Json(id.key);
+}
+
 // An ELK document of a graph read from another format: nodes at the drawing's
 // box sizes (pixels), one port per node and port name, every edge at the root.
 Json FreshElk(const FileGraph& graph, const LayoutResult& result, ElkData& elk) {
@@ -29,14 +46,33 @@ Json FreshElk(const FileGraph& graph, const LayoutResult& result, ElkData& elk) 
     doc["id"] = "root";
     Json& children = doc["children"] = Json::array();
     std::vector<std::unordered_map<std::string, std::string>> portIds(graph.nodes.size());
+    // Ids are one namespace in ELK: a made-up id that is taken gets a number.
+    std::unordered_set<std::string> taken;
+    for (const FileNode& node : graph.nodes) {
+        taken.insert(node.id.key);
+    }
+    for (const FileEdge& edge : graph.edges) {
+        if (edge.id) {
+            taken.insert(edge.id->key);
+        }
+    }
+    auto fresh = [&taken](const std::string& base) {
+        std::string id = base;
+        for (int k = 2; !taken.insert(id).second; ++k) {
+            id = base + "#" + std::to_string(k);
+        }
+        return id;
+    };
     auto port = [&](std::size_t node, const std::optional<FileId>& id) -> std::optional<FileId> {
         if (!id) {
             return std::nullopt;
         }
-        // Port ids are one namespace in ELK: the node's id goes first.
-        const auto [it, added] =
-            portIds[node].emplace(id->key, graph.nodes[node].id.key + ":" + id->key);
-        if (added) {
+        // The node's id goes first.
+        auto it = portIds[node].find(id->key);
+        if (it == portIds[node].end()) {
+            it = portIds[node]
+                     .emplace(id->key, fresh(graph.nodes[node].id.key + ":" + id->key))
+                     .first;
             elk.ports.push_back({MakeTextId(it->second), node, 0.0, 0.0, -1});
         }
         return MakeTextId(it->second);
@@ -51,7 +87,7 @@ Json FreshElk(const FileGraph& graph, const LayoutResult& result, ElkData& elk) 
     }
     for (std::size_t i = 0; i < graph.nodes.size(); ++i) {
         Json node = Json::object();
-        node["id"] = graph.nodes[i].id.value;
+        node["id"] = ElkId(graph.nodes[i].id);
         const double w = d.nodes[i].w / d.pixel;
         const double h = d.nodes[i].h / d.pixel;
         node["width"] = w;
@@ -71,11 +107,11 @@ Json FreshElk(const FileGraph& graph, const LayoutResult& result, ElkData& elk) 
     for (std::size_t j = 0; j < graph.edges.size(); ++j) {
         const FileEdge& edge = graph.edges[j];
         Json element = Json::object();
-        element["id"] = edge.id ? edge.id->value : Json("e" + std::to_string(j));
-        element["sources"] =
-            Json::array({ends[j].first ? ends[j].first->value : graph.nodes[edge.source].id.value});
+        element["id"] = edge.id ? ElkId(*edge.id) : Json(fresh("e" + std::to_string(j)));
+        element["sources"] = Json::array(
+            {ends[j].first ? ends[j].first->value : ElkId(graph.nodes[edge.source].id)});
         element["targets"] = Json::array(
-            {ends[j].second ? ends[j].second->value : graph.nodes[edge.target].id.value});
+            {ends[j].second ? ends[j].second->value : ElkId(graph.nodes[edge.target].id)});
         edges.push_back(std::move(element));
         elk.edgeOf.push_back(j);
         elk.edgeContainer.push_back(kElkRoot);
@@ -151,10 +187,10 @@ std::string WriteElk(const FileGraph& graph, const LayoutResult& result) {
         Json& sections = edge["sections"];
         const Point origin = corner(elk.edgeContainer[k]);
         const std::vector<Point>& path = sized.paths[j];
-        const FileEdge& file = graph.edges[j];
         Json section = Json::object();
         const std::string id = edge.contains("id") ? MakeId(edge["id"]).key : std::to_string(k);
         section["id"] = id + "_s" + std::to_string(sections.size());
+        sections.push_back(Json());
         section["startPoint"] = PointJson(path.front(), origin);
         if (path.size() > 2) {
             Json& bends = section["bendPoints"] = Json::array();
@@ -163,11 +199,12 @@ std::string WriteElk(const FileGraph& graph, const LayoutResult& result) {
             }
         }
         section["endPoint"] = PointJson(path.back(), origin);
-        section["incomingShape"] =
-            file.sourcePort ? file.sourcePort->value : graph.nodes[file.source].id.value;
-        section["outgoingShape"] =
-            file.targetPort ? file.targetPort->value : graph.nodes[file.target].id.value;
-        sections.push_back(std::move(section));
+        // Pair p of a hyperedge joins source p / targets and target p % targets.
+        const std::size_t pair = sections.size() - 1;
+        const std::size_t targets = edge.contains("targets") ? edge["targets"].size() : 1;
+        section["incomingShape"] = Shape(edge, true, pair / targets);
+        section["outgoingShape"] = Shape(edge, false, pair % targets);
+        sections.back() = std::move(section);
     }
     for (std::size_t i = n; i-- > 0;) {
         Json& element = *walk.nodes[i];
