@@ -156,8 +156,8 @@ SizedLayout PlaceSized(const Request& request, const Result& result, const Drawi
     for (std::size_t i = 0; i < n; ++i) {
         std::array<int, kSideCount> total = result.sideCounts[i];
         if (i < input.extraPorts.size()) {
-            for (int side : input.extraPorts[i]) {
-                ++total[static_cast<std::size_t>(std::clamp(side, 0, kSideCount - 1))];
+            for (const SizedInput::Extra& extra : input.extraPorts[i]) {
+                ++total[static_cast<std::size_t>(std::clamp(extra.side, 0, kSideCount - 1))];
             }
         }
         std::array<int, kSideCount> next = result.sideCounts[i];
@@ -169,10 +169,11 @@ SizedLayout PlaceSized(const Request& request, const Result& result, const Drawi
             placed[i].push_back(sided ? 1 : 0);
         }
         if (i < input.extraPorts.size()) {
-            for (int side : input.extraPorts[i]) {
-                const auto c = static_cast<std::size_t>(std::clamp(side, 0, kSideCount - 1));
+            for (const SizedInput::Extra& extra : input.extraPorts[i]) {
+                const auto c = static_cast<std::size_t>(std::clamp(extra.side, 0, kSideCount - 1));
                 out.ports[i].push_back(
                     PortPoint(boxes[i], static_cast<int>(c), next[c]++, total[c]));
+                placed[i].push_back(extra.name == kNoPort ? 1 : 0);
             }
         }
     }
@@ -196,13 +197,18 @@ SizedLayout PlaceSized(const Request& request, const Result& result, const Drawi
                     ? Carry(d.nodes[node], boxes[node], routeEnd)
                     : Toward(boxes[node], {boxes[ends[1 - e]].x, boxes[ends[1 - e]].y});
             at[e] = carried;
-            // The end's port: by side and slot, else by name.
+            // The end's port: by side and slot, else by name (the extra ports
+            // follow the layout's own).
             const auto& ports = result.ports[node];
-            for (std::size_t k = 0; k < ports.size(); ++k) {
-                const bool bySide = places[e]->side >= 0 && ports[k].side == places[e]->side &&
+            const std::size_t count = out.ports[node].size();
+            for (std::size_t k = 0; k < count; ++k) {
+                const bool own = k < ports.size();
+                const bool bySide = own && places[e]->side >= 0 &&
+                                    ports[k].side == places[e]->side &&
                                     ports[k].slot == places[e]->slot;
-                const bool byName =
-                    places[e]->side < 0 && names[e] != kNoPort && ports[k].name == names[e];
+                const int name =
+                    own ? ports[k].name : input.extraPorts[node][k - ports.size()].name;
+                const bool byName = places[e]->side < 0 && names[e] != kNoPort && name == names[e];
                 if (bySide || byName) {
                     if (!placed[node][k]) {
                         out.ports[node][k] = carried;

@@ -14,9 +14,14 @@ namespace netloom::front {
 
 struct SizedInput {
     std::vector<double> widths, heights; // by node; missing or negative: 0
-    // Ports of a node that no edge uses, by node: each a side code. They go
-    // after the node's connected ports on that side.
-    std::vector<std::vector<int>> extraPorts;
+    // Ports of a node beyond the layout's own, by node: those no edge uses,
+    // after the node's connected ports on their side; and named ports of
+    // layouts that give ports no side, which sit where their first edge ends.
+    struct Extra {
+        int side = 0;
+        int name = kNoPort;
+    };
+    std::vector<std::vector<Extra>> extraPorts;
     double gap = 20.0;     // least space between two boxes
     double padding = 12.0; // space around the whole drawing
 };

@@ -265,7 +265,8 @@ function portEntries(read, raw) {
     const number = read.numbers.get(port.key);
     const found = number === undefined ? -1 : names[port.node].indexOf(number);
     if (found >= 0) return found;
-    extras[port.node].push(port.side >= 0 ? port.side : RIGHT);
+    // A port of a layout without sides keeps its name, so that its edges end on it.
+    extras[port.node].push([port.side >= 0 ? port.side : RIGHT, number ?? -1]);
     return names[port.node].length + extras[port.node].length - 1;
   });
   return extras;
@@ -275,7 +276,7 @@ function sizedLayout(mod, read, raw) {
   const extras = portEntries(read, raw);
   const { n } = read.arrays;
   const counts = Int32Array.from(extras, (e) => e.length);
-  const sides = Int32Array.from(extras.flat());
+  const sides = Int32Array.from(extras.flat(2));
   const copies = [read.wh, counts, sides].map((array) => {
     const pointer = mod._malloc(Math.max(array.byteLength, 8));
     mod.HEAPU8.set(new Uint8Array(array.buffer, array.byteOffset, array.byteLength), pointer);

@@ -80,6 +80,7 @@ bool g_directed = false;
 // The last layout's request and result, for drawing it at given box sizes.
 Request g_request;
 Result g_last;
+Drawing g_drawing;
 
 // The last layout at given box sizes: corners (x, y by node), ports (count by
 // node, then x, y of each), paths (count by edge, then x, y of each), and
@@ -193,7 +194,8 @@ EMSCRIPTEN_KEEPALIVE int nl_layout(int n, const double* xy, const unsigned char*
     options.direction = direction == 1 ? 0 : direction;
     options.arrangeMode = arrangeMode == 0 ? -1 : arrangeMode;
     options.threads = 1; // built without threads
-    options.routes = true;
+    // The routes come from the drawing, which is kept for nl_sized.
+    options.routes = false;
     Progress watch;
     if (progress) {
         watch.components = [](int done, int total) { nl_report_progress(done, total); };
@@ -210,17 +212,19 @@ EMSCRIPTEN_KEEPALIVE int nl_layout(int n, const double* xy, const unsigned char*
         g_result = Arrays();
         return 1;
     }
+    g_drawing = MakeDrawing(request, result);
+    result.routes = EdgeRoutes(g_drawing);
     g_result = ReadResult(result);
     g_request = std::move(request);
     g_last = std::move(result);
     return 0;
 }
 
-// Draws the last layout with node sizes wh (w, h by node) and extra ports
-// no edge uses: extraCounts by node, extraSides their side codes in node
-// order. Read the outcome with nl_sized_result.
-EMSCRIPTEN_KEEPALIVE void nl_sized(const double* wh, const int* extraCounts,
-                                   const int* extraSides, double gap, double padding) {
+// Draws the last layout with node sizes wh (w, h by node) and the ports
+// beyond the layout's own: extraCounts by node, then extras (side code, port
+// name or -1) in node order. Read the outcome with nl_sized_result.
+EMSCRIPTEN_KEEPALIVE void nl_sized(const double* wh, const int* extraCounts, const int* extras,
+                                   double gap, double padding) {
     const std::size_t n = g_request.nodeCount;
     SizedInput input;
     input.gap = gap;
@@ -230,10 +234,11 @@ EMSCRIPTEN_KEEPALIVE void nl_sized(const double* wh, const int* extraCounts,
         input.widths.push_back(wh[2 * i]);
         input.heights.push_back(wh[2 * i + 1]);
         for (int k = 0; k < extraCounts[i]; ++k) {
-            input.extraPorts[i].push_back(extraSides[at++]);
+            input.extraPorts[i].push_back({extras[2 * at], extras[2 * at + 1]});
+            ++at;
         }
     }
-    const SizedLayout s = PlaceSized(g_request, g_last, MakeDrawing(g_request, g_last), input);
+    const SizedLayout s = PlaceSized(g_request, g_last, g_drawing, input);
     g_sized = SizedArrays();
     for (const Point& p : s.corners) {
         g_sized.corners.insert(g_sized.corners.end(), {p.x, p.y});

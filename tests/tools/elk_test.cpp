@@ -40,15 +40,22 @@ double Number(const Json& v, const char* key) {
     return v.contains(key) ? v[key].get<double>() : 0.0;
 }
 
+// The array under key, or an empty one.
+const Json& Items(const Json& v, const char* key) {
+    static const Json empty = Json::array();
+    const auto it = v.find(key);
+    return it != v.end() ? *it : empty;
+}
+
 // Absolute boxes of every node and port of a written document, by id key.
 void CollectBoxes(const Json& element, double ox, double oy, std::map<std::string, Box>& nodes,
                   std::map<std::string, Box>& ports, std::map<const Json*, Point>& origins) {
     origins[&element] = {ox, oy};
-    for (const Json& child : element.value("children", Json::array())) {
+    for (const Json& child : Items(element, "children")) {
         const Box b{ox + Number(child, "x"), oy + Number(child, "y"), Number(child, "width"),
                     Number(child, "height")};
         nodes[MakeId(child["id"]).key] = b;
-        for (const Json& port : child.value("ports", Json::array())) {
+        for (const Json& port : Items(child, "ports")) {
             ports[MakeId(port["id"]).key] = {b.x + Number(port, "x"), b.y + Number(port, "y"),
                                              Number(port, "width"), Number(port, "height")};
         }
@@ -121,12 +128,12 @@ TEST(Elk, CorpusLaidOutByEveryLayoutWrittenAndReadBack) {
             // Each section's ends on its shapes; orthogonal in the hierarchy.
             std::size_t sections = 0;
             for (const auto& [element, origin] : origins) {
-                for (const Json& edge : element->value("edges", Json::array())) {
+                for (const Json& edge : Items(*element, "edges")) {
                     for (const Json& s : edge["sections"]) {
                         ++sections;
                         std::vector<Point> path{
                             {Number(s["startPoint"], "x"), Number(s["startPoint"], "y")}};
-                        for (const Json& b : s.value("bendPoints", Json::array())) {
+                        for (const Json& b : Items(s, "bendPoints")) {
                             path.push_back({Number(b, "x"), Number(b, "y")});
                         }
                         path.push_back({Number(s["endPoint"], "x"), Number(s["endPoint"], "y")});

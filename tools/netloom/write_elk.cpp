@@ -150,8 +150,11 @@ std::string WriteElk(const FileGraph& graph, const LayoutResult& result) {
             }
         }
         if (at == placed.size()) {
+            // A port of a layout without sides keeps its name, so that its
+            // edges end on it.
+            const int name = number != numbers.end() ? number->second : kNoPort;
             at += input.extraPorts[port.node].size();
-            input.extraPorts[port.node].push_back(port.side >= 0 ? port.side : kSideRight);
+            input.extraPorts[port.node].push_back({port.side >= 0 ? port.side : kSideRight, name});
         }
         entry[k] = at;
     }
