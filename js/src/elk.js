@@ -34,17 +34,18 @@ const optionText = (v) => (typeof v === "string" ? v : JSON.stringify(v));
 const optionsOf = (element) => [element.layoutOptions, element.properties].find(isObject);
 
 // An id as the tool keys it: a string as it is, an integer as JSON writes it.
+// what() names the value in an error (built only then).
 function idKey(value, what) {
   if (typeof value === "string") return value;
   if (Number.isInteger(value)) return String(value);
-  throw new TypeError(`${what} must be a string or an integer, not ${show(value)}`);
+  throw new TypeError(`${what()} must be a string or an integer, not ${show(value)}`);
 }
 
 function size(element, key, what) {
   const v = element[key];
   if (v === undefined || v === null) return 0;
   if (typeof v !== "number" || !Number.isFinite(v) || v < 0) {
-    throw new RangeError(`${what} "${key}" must be a number of 0 or more, not ${show(v)}`);
+    throw new RangeError(`${what()} "${key}" must be a number of 0 or more, not ${show(v)}`);
   }
   return v;
 }
@@ -112,13 +113,13 @@ export function readElk(graph) {
   w.nodes.forEach((node, i) => {
     if (!isObject(node)) throw new TypeError(`node ${i + 1} is not an object`);
     if (!("id" in node)) throw new TypeError(`node ${i + 1} has no "id"`);
-    const key = idKey(node.id, `node ${i + 1} id`);
+    const key = idKey(node.id, () => `node ${i + 1} id`);
     if (index.has(key)) throw new RangeError(`duplicate node id ${show(node.id)}`);
     index.set(key, i);
     const label = Array.isArray(node.labels) && node.labels.find((l) => isObject(l) && typeof l.text === "string");
     labels[i] = label ? label.text : key;
-    wh[2 * i] = size(node, "width", `node ${show(node.id)}`);
-    wh[2 * i + 1] = size(node, "height", `node ${show(node.id)}`);
+    wh[2 * i] = size(node, "width", () => `node ${show(node.id)}`);
+    wh[2 * i + 1] = size(node, "height", () => `node ${show(node.id)}`);
   });
   const ports = [];
   const portIndex = new Map();
@@ -127,7 +128,7 @@ export function readElk(graph) {
     if (!Array.isArray(node.ports)) throw new TypeError(`node ${show(node.id)} "ports" is not an array`);
     for (const port of node.ports) {
       if (!isObject(port) || !("id" in port)) throw new TypeError(`node ${show(node.id)} has a port without an "id"`);
-      const key = idKey(port.id, `node ${show(node.id)} port id`);
+      const key = idKey(port.id, () => `node ${show(node.id)} port id`);
       if (index.has(key)) throw new RangeError(`port ${show(port.id)} has the id of a node`);
       if (portIndex.has(key)) throw new RangeError(`duplicate port id ${show(port.id)}`);
       let side = -1;
@@ -135,29 +136,29 @@ export function readElk(graph) {
         if (shortKey(k) === "elk.port.side") side = SIDE_CODES[optionText(v)] ?? -1;
       }
       portIndex.set(key, ports.length);
-      ports.push({ key, node: i, width: size(port, "width", `port ${show(port.id)}`),
-        height: size(port, "height", `port ${show(port.id)}`), side });
+      ports.push({ key, node: i, width: size(port, "width", () => `port ${show(port.id)}`),
+        height: size(port, "height", () => `port ${show(port.id)}`), side });
     }
   });
   const end = (ref, what) => {
     const key = idKey(ref, what);
     if (index.has(key)) return { node: index.get(key), port: null, ref };
-    if (!portIndex.has(key)) throw new RangeError(`${what} ${show(ref)} is neither a node nor a port`);
+    if (!portIndex.has(key)) throw new RangeError(`${what()} ${show(ref)} is neither a node nor a port`);
     return { node: ports[portIndex.get(key)].node, port: key, ref };
   };
   const ends = (edge, where, plural, single, portKey) => {
     if (edge[plural] !== undefined) {
       if (!Array.isArray(edge[plural]) || edge[plural].length === 0) {
-        throw new TypeError(`${where} "${plural}" must be a non-empty array of ids`);
+        throw new TypeError(`${where()} "${plural}" must be a non-empty array of ids`);
       }
-      return edge[plural].map((ref) => end(ref, `${where} ${single}`));
+      return edge[plural].map((ref) => end(ref, () => `${where()} ${single}`));
     }
-    if (edge[single] === undefined) throw new TypeError(`${where} has no "${plural}"`);
-    const one = end(edge[single], `${where} ${single}`);
+    if (edge[single] === undefined) throw new TypeError(`${where()} has no "${plural}"`);
+    const one = end(edge[single], () => `${where()} ${single}`);
     if (edge[portKey] !== undefined && edge[portKey] !== null) {
-      const port = end(edge[portKey], `${where} ${portKey}`);
+      const port = end(edge[portKey], () => `${where()} ${portKey}`);
       if (port.node !== one.node || port.port === null) {
-        throw new RangeError(`${where} ${portKey} ${show(edge[portKey])} is not a port of its ${single}`);
+        throw new RangeError(`${where()} ${portKey} ${show(edge[portKey])} is not a port of its ${single}`);
       }
       return [port];
     }
@@ -166,13 +167,12 @@ export function readElk(graph) {
   const pairs = []; // {edge: ELK edge number, source, target}
   const edgeIds = new Set();
   w.edges.forEach((edge, k) => {
-    let where = `edge ${k + 1}`;
-    if (!isObject(edge)) throw new TypeError(`${where} is not an object`);
+    const where = () => ("id" in edge ? `edge ${show(edge.id)}` : `edge ${k + 1}`);
+    if (!isObject(edge)) throw new TypeError(`edge ${k + 1} is not an object`);
     if ("id" in edge) {
-      const key = idKey(edge.id, `${where} id`);
+      const key = idKey(edge.id, () => `edge ${k + 1} id`);
       if (edgeIds.has(key)) throw new RangeError(`duplicate edge id ${show(edge.id)}`);
       edgeIds.add(key);
-      where = `edge ${show(edge.id)}`;
     }
     const sources = ends(edge, where, "sources", "source", "sourcePort");
     const targets = ends(edge, where, "targets", "target", "targetPort");
