@@ -78,6 +78,10 @@ int main(int argc, char** argv) {
             std::fprintf(stderr, "netloom: warning: %s\n", note.c_str());
         }
         const LayoutResult result = RunLayout(graph, FileLayoutOptions(line, graph));
+        // An ELK graph is written back as one unless --to names another format.
+        if (graph.format == Format::Elk && outputFormat == Format::Json && line.to.empty()) {
+            outputFormat = Format::Elk;
+        }
         if (result.placedByNeighbour > 0) {
             std::fprintf(stderr, "netloom: warning: %s\n",
                          LevelsWarning(result.placedByNeighbour).c_str());
