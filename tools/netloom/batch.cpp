@@ -26,7 +26,12 @@ namespace fs = std::filesystem;
 
 // A file's name without its folder and its last extension.
 std::string Stem(const std::string& path) {
-    return fs::path(path).stem().string();
+    // "g.elk.json" is named "g", as "g.json" is.
+    const std::string stem = fs::path(path).stem().string();
+    const std::string elk = ".elk";
+    const bool elkJson = stem.size() > elk.size() && fs::path(path).extension() == ".json" &&
+                         stem.compare(stem.size() - elk.size(), elk.size(), elk) == 0;
+    return elkJson ? stem.substr(0, stem.size() - elk.size()) : stem;
 }
 
 struct Batch {
