@@ -2,18 +2,20 @@
 // in one Node process, the two engines alternating: the whole layout call
 // (ELK graph in, laid-out ELK graph out), median of RUNS runs (one run of an
 // engine once a call takes over 5 s).
-// Usage: node bench/elk_bench.mjs [RUNS] [SIZES]   (SIZES: comma-separated, default 50,500,5000)
+// Usage: node bench/elk_bench.mjs [RUNS] [SIZES] [DIRECTION]
+//   SIZES: comma-separated, default 50,500,5000; DIRECTION: elk.direction, default RIGHT
 import ELK from "elkjs/lib/elk.bundled.js";
 import NetloomElk from "../src/elk.js";
 import { random } from "./graphs.mjs";
 
 const RUNS = Number(process.argv[2] ?? 3);
 const SIZES = (process.argv[3] ?? "50,500,5000").split(",").map(Number);
+const DIRECTION = process.argv[4] ?? "RIGHT";
 
 // A block diagram: blocks in stages, each with input ports on the west and
 // output ports on the east; every input fed by an output of an earlier stage,
 // most from the stage just before.
-export function blockDiagram(n, seed) {
+export function blockDiagram(n, seed, direction = "RIGHT") {
   const rnd = random(seed);
   const stages = Math.max(2, Math.round(Math.sqrt(n) / 2));
   const children = [];
@@ -46,7 +48,7 @@ export function blockDiagram(n, seed) {
     delete block.stage;
     delete block.inputs;
   });
-  return { id: "root", layoutOptions: { "elk.algorithm": "layered", "elk.direction": "RIGHT" }, children, edges };
+  return { id: "root", layoutOptions: { "elk.algorithm": "layered", "elk.direction": direction }, children, edges };
 }
 
 const median = (xs) => [...xs].sort((a, b) => a - b)[Math.floor(xs.length / 2)];
@@ -56,7 +58,7 @@ await engines.netloom.layout(blockDiagram(5, 1)); // instantiates the module
 console.log("| blocks | ports | edges | netloom ms | elkjs ms | elkjs / netloom |");
 console.log("|---|---|---|---|---|---|");
 for (const n of SIZES) {
-  const graph = blockDiagram(n, n);
+  const graph = blockDiagram(n, n, DIRECTION);
   const times = { netloom: [], elkjs: [] };
   for (let run = 0; run < RUNS; ++run) {
     for (const [name, engine] of Object.entries(engines)) {
