@@ -9,8 +9,6 @@
 
 #include "front/names.h"
 
-#include <netloom/netloom.h>
-
 #include <cmath>
 #include <cstdlib>
 #include <map>
@@ -355,15 +353,14 @@ private:
             const std::string text = OptionText(value);
             if (name == "elk.algorithm") {
                 const std::string bare = ShortKey(text).substr(4);
-                static const std::map<std::string, int> types = {
-                    {"layered", CNetworkGraph::m_iHierarchyLayout},
-                    {"mrtree", CNetworkGraph::m_iTreeLayout},
-                    {"radial", CNetworkGraph::m_iRadiantLayout},
-                    {"force", CNetworkGraph::m_iForceDirectedLayout},
-                    {"stress", CNetworkGraph::m_iForceDirectedLayout}};
+                static const std::map<std::string, const char*> types = {{"layered", "hierarchy"},
+                                                                         {"mrtree", "tree"},
+                                                                         {"radial", "radial"},
+                                                                         {"force", "force"},
+                                                                         {"stress", "force"}};
                 const auto it = types.find(bare);
                 if (it != types.end()) {
-                    m_elk->type = it->second;
+                    m_elk->type = netloom::front::LayoutTypeByName(it->second);
                 } else {
                     ignore(key, text);
                 }
