@@ -44,8 +44,8 @@ function idKey(value, what) {
 function size(element, key, what) {
   const v = element[key];
   if (v === undefined || v === null) return 0;
-  if (typeof v !== "number" || !Number.isFinite(v) || v < 0) {
-    throw new RangeError(`${what()} "${key}" must be a number of 0 or more, not ${show(v)}`);
+  if (typeof v !== "number" || !(v >= 0 && v <= 1e6)) {
+    throw new RangeError(`${what()} "${key}" must be a number from 0 to 1000000, not ${show(v)}`);
   }
   return v;
 }

@@ -177,8 +177,10 @@ private:
         if (it == element.end() || it->is_null()) {
             return 0.0;
         }
-        if (!it->is_number() || !std::isfinite(it->get<double>()) || it->get<double>() < 0.0) {
-            Fail(what + " \"" + key + "\" must be a number of 0 or more, not " + DumpJson(*it));
+        // Sizes stay far from where the drawing's arithmetic would overflow.
+        if (!it->is_number() || !(it->get<double>() >= 0.0 && it->get<double>() <= 1e6)) {
+            Fail(what + " \"" + key + "\" must be a number from 0 to 1000000, not " +
+                 DumpJson(*it));
         }
         return it->get<double>();
     }
