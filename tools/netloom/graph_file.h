@@ -122,7 +122,8 @@ struct ElkData {
         FileId id;
         std::size_t node = 0;
         double width = 0.0, height = 0.0;
-        int side = -1; // side code from the port's side option, -1 when not given
+        int side = -1;    // side code from the port's side option, -1 when not given
+        std::string name; // the edges' name of the port when it is not the id
     };
     std::vector<Port> ports;                // in file order, node after node
     std::vector<std::size_t> edgeOf;        // by FileEdge: the ELK edge it came from

@@ -8,6 +8,7 @@
 
 #include "front/sized.h"
 
+#include <algorithm>
 #include <unordered_map>
 #include <unordered_set>
 
@@ -73,7 +74,7 @@ Json FreshElk(const FileGraph& graph, const LayoutResult& result, ElkData& elk) 
             it = portIds[node]
                      .emplace(id->key, fresh(graph.nodes[node].id.key + ":" + id->key))
                      .first;
-            elk.ports.push_back({MakeTextId(it->second), node, 0.0, 0.0, -1});
+            elk.ports.push_back({MakeTextId(it->second), node, 0.0, 0.0, -1, id->key});
         }
         return MakeTextId(it->second);
     };
@@ -81,6 +82,10 @@ Json FreshElk(const FileGraph& graph, const LayoutResult& result, ElkData& elk) 
     for (const FileEdge& edge : graph.edges) {
         ends.emplace_back(port(edge.source, edge.sourcePort), port(edge.target, edge.targetPort));
     }
+    // The ports in document order: node after node.
+    std::stable_sort(
+        elk.ports.begin(), elk.ports.end(),
+        [](const ElkData::Port& a, const ElkData::Port& b) { return a.node < b.node; });
     std::vector<Json> nodePorts(graph.nodes.size(), Json::array());
     for (const ElkData::Port& p : elk.ports) {
         nodePorts[p.node].push_back({{"id", p.id.value}, {"width", 0}, {"height", 0}});
@@ -140,7 +145,7 @@ std::string WriteElk(const FileGraph& graph, const LayoutResult& result) {
     std::vector<std::size_t> entry(elk.ports.size());
     for (std::size_t k = 0; k < elk.ports.size(); ++k) {
         const ElkData::Port& port = elk.ports[k];
-        const auto number = numbers.find(port.id.key);
+        const auto number = numbers.find(port.name.empty() ? port.id.key : port.name);
         const auto& placed = result.ports[port.node];
         std::size_t at = placed.size();
         for (std::size_t p = 0; number != numbers.end() && p < placed.size(); ++p) {
