@@ -1,10 +1,11 @@
 // Feeds the command-line tool's input readers with the fuzzer's bytes. The
-// first byte picks the format (JSON, GraphML, edge list; DOT from 0xF0 on) and, for graphs the
-// reader accepts, a layout type. A reader either returns a graph or throws
+// first byte picks the format (JSON, GraphML, edge list; ELK JSON from 0xE0, DOT from 0xF0 on) and,
+// for graphs the reader accepts, a layout type. A reader either returns a graph or throws
 // InputError with a message; anything else is a bug. A small accepted graph is
 // then laid out and written in every output format, and the JSON, GraphML,
 // edge-list and DOT outputs, and the graph inside the HTML page, must read back
-// with the same number of nodes and edges.
+// with the same number of nodes and edges; ELK JSON, written for every input,
+// reads back with them too.
 
 #include "graph_file.h"
 #include "layout_run.h"
@@ -42,11 +43,13 @@ void LayOutAndWrite(netloom_cli::FileGraph& graph, int type) {
     const std::string html = netloom_cli::WriteHtml(graph, result);
     const std::string graphMl = netloom_cli::WriteGraphMl(graph, result);
     const std::string dot = netloom_cli::WriteDot(graph, result);
+    const std::string elk = netloom_cli::WriteElk(graph, result);
     try {
         ExpectSameShape(graph, netloom_cli::ReadJsonGraph("out.json", json), "JSON");
         ExpectSameShape(graph, netloom_cli::ReadGraphMl("out.graphml", graphMl), "GraphML");
         ExpectSameShape(graph, netloom_cli::ReadEdgeList("out.edgelist", edgeList), "edge list");
         ExpectSameShape(graph, netloom_cli::ReadDot("out.gv", dot), "DOT");
+        ExpectSameShape(graph, netloom_cli::ReadElk("out.elk.json", elk), "ELK JSON");
     } catch (const netloom_cli::InputError& e) {
         Fail("written graph does not read back", e.Describe());
     }
@@ -73,7 +76,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     static const int kTypes[] = {8, 2, 4, 1};
     netloom_cli::FileGraph graph;
     try {
-        switch (data[0] >= 0xF0 ? 3 : data[0] % 3) {
+        switch (data[0] >= 0xF0 ? 3 : data[0] >= 0xE0 ? 4 : data[0] % 3) {
         case 0:
             graph = netloom_cli::ReadJsonGraph("fuzz.json", text);
             break;
@@ -83,8 +86,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         case 2:
             graph = netloom_cli::ReadEdgeList("fuzz.edgelist", text);
             break;
-        default:
+        case 3:
             graph = netloom_cli::ReadDot("fuzz.gv", text);
+            break;
+        default:
+            graph = netloom_cli::ReadElk("fuzz.elk.json", text);
             break;
         }
     } catch (const netloom_cli::InputError& e) {

@@ -105,3 +105,5 @@ export function init(options?: {
 export function layout(graph: Graph, options?: LayoutOptions): Promise<LayoutResult>;
 /** Lays out nodes 0..nodeCount-1 given as typed arrays. */
 export function layoutArrays(graph: ArrayGraph, options?: LayoutOptions): Promise<ArrayResult>;
+/** elkjs's ELK class over the same module (also "netloom/elk"). */
+export { default as NetloomElk } from "./elk.js";

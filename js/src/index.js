@@ -214,6 +214,7 @@ function run(mod, request) {
       return stop || Boolean(signal?.aborted);
     });
     mod._nl_set_labels(n, copy(labelText), copy(labelEnds));
+    mod._nl_set_directed(request.directed ? 1 : 0);
     const refused = mod._nl_layout(n, ...args, type, distance, layerSpacing, maxCols, fixedLayout, levelsMode,
       ...levelArgs, direction, arrangeMode, onProgress || onStep || signal ? 1 : 0);
     if (refused) throw new RangeError("netloom: the graph cannot be laid out (too many nodes or edges)");
@@ -238,6 +239,8 @@ function run(mod, request) {
     result.placedByNeighbour = mod.HEAP32[lengthCell >> 2];
     mod._nl_result(8, lengthCell);
     result.stopped = mod.HEAP32[lengthCell >> 2] !== 0;
+    // Reads more of this layout (say at given box sizes) before another runs.
+    if (request.afterLayout) result.after = request.afterLayout(mod, result);
     return result;
   } finally {
     mod._free(lengthCell);
@@ -395,3 +398,6 @@ function keyedResult({ n, ids, portNames }, raw) {
     placedByNeighbour: raw.placedByNeighbour, stopped: raw.stopped,
   };
 }
+
+// elkjs's ELK class over the same module (also "netloom/elk").
+export { default as NetloomElk } from "./elk.js";

@@ -7,6 +7,7 @@
 #include "front/limits.h"
 #include "front/names.h"
 #include "front/run.h"
+#include "front/sized.h"
 
 #if defined(__EMSCRIPTEN__)
 #include <emscripten/emscripten.h>
@@ -75,6 +76,24 @@ struct Arrays {
 
 Arrays g_result;
 std::vector<std::string> g_labels;
+bool g_directed = false;
+// The last layout's request and result, for drawing it at given box sizes.
+Request g_request;
+Result g_last;
+Drawing g_drawing;
+
+// The last layout at given box sizes: corners (x, y by node), ports (count by
+// node, then x, y of each), paths (count by edge, then x, y of each), and
+// scale, width, height.
+struct SizedArrays {
+    std::vector<double> corners;
+    std::vector<int> portCounts;
+    std::vector<double> ports;
+    std::vector<int> pathCounts;
+    std::vector<double> paths;
+    std::vector<double> extent;
+};
+SizedArrays g_sized;
 
 Arrays ReadResult(const Result& r) {
     Arrays a;
@@ -115,6 +134,12 @@ EMSCRIPTEN_KEEPALIVE void nl_set_labels(int n, const char* text, const int* ends
     }
 }
 
+// Whether the next layout's edges have a direction (ELK graphs): the drawing
+// then leaves room for arrowheads, as the tool's does for directed files.
+EMSCRIPTEN_KEEPALIVE void nl_set_directed(int directed) {
+    g_directed = directed != 0;
+}
+
 // Lays out nodes 0..n-1 with start positions xy (2n values, or null), fixed flags
 // (n bytes, or null) and edges between node indices ends (2m values) with
 // lengths (m values, or null for distance) and port names as numbers (2m
@@ -151,6 +176,8 @@ EMSCRIPTEN_KEEPALIVE int nl_layout(int n, const double* xy, const unsigned char*
         request.labels = std::move(g_labels);
     }
     g_labels.clear();
+    request.directed = g_directed;
+    g_directed = false;
     Options options;
     options.type = type;
     options.distance = distance;
@@ -167,7 +194,8 @@ EMSCRIPTEN_KEEPALIVE int nl_layout(int n, const double* xy, const unsigned char*
     options.direction = direction == 1 ? 0 : direction;
     options.arrangeMode = arrangeMode == 0 ? -1 : arrangeMode;
     options.threads = 1; // built without threads
-    options.routes = true;
+    // The routes come from the drawing, which is kept for nl_sized.
+    options.routes = false;
     Progress watch;
     if (progress) {
         watch.components = [](int done, int total) { nl_report_progress(done, total); };
@@ -184,8 +212,73 @@ EMSCRIPTEN_KEEPALIVE int nl_layout(int n, const double* xy, const unsigned char*
         g_result = Arrays();
         return 1;
     }
+    g_drawing = MakeDrawing(request, result);
+    result.routes = EdgeRoutes(g_drawing);
     g_result = ReadResult(result);
+    g_request = std::move(request);
+    g_last = std::move(result);
     return 0;
+}
+
+// Draws the last layout with node sizes wh (w, h by node) and the ports
+// beyond the layout's own: extraCounts by node, then extras (side code, port
+// name or -1) in node order. Read the outcome with nl_sized_result.
+EMSCRIPTEN_KEEPALIVE void nl_sized(const double* wh, const int* extraCounts, const int* extras,
+                                   double gap, double padding) {
+    const std::size_t n = g_request.nodeCount;
+    SizedInput input;
+    input.gap = gap;
+    input.padding = padding;
+    input.extraPorts.resize(n);
+    for (std::size_t i = 0, at = 0; i < n; ++i) {
+        input.widths.push_back(wh[2 * i]);
+        input.heights.push_back(wh[2 * i + 1]);
+        for (int k = 0; k < extraCounts[i]; ++k) {
+            input.extraPorts[i].push_back({extras[2 * at], extras[2 * at + 1]});
+            ++at;
+        }
+    }
+    const SizedLayout s = PlaceSized(g_request, g_last, g_drawing, input);
+    g_sized = SizedArrays();
+    for (const Point& p : s.corners) {
+        g_sized.corners.insert(g_sized.corners.end(), {p.x, p.y});
+    }
+    for (const auto& ports : s.ports) {
+        g_sized.portCounts.push_back(static_cast<int>(ports.size()));
+        for (const Point& p : ports) {
+            g_sized.ports.insert(g_sized.ports.end(), {p.x, p.y});
+        }
+    }
+    for (const auto& path : s.paths) {
+        g_sized.pathCounts.push_back(static_cast<int>(path.size()));
+        for (const Point& p : path) {
+            g_sized.paths.insert(g_sized.paths.end(), {p.x, p.y});
+        }
+    }
+    g_sized.extent = {s.scale, s.width, s.height};
+}
+
+// nl_sized's arrays: 0 corners, 1 port counts, 2 port points, 3 path counts,
+// 4 path points, 5 scale, width and height.
+EMSCRIPTEN_KEEPALIVE const void* nl_sized_result(int what, int* length) {
+    auto view = [length](const auto& values) -> const void* {
+        *length = static_cast<int>(values.size());
+        return values.data();
+    };
+    switch (what) {
+    case 0:
+        return view(g_sized.corners);
+    case 1:
+        return view(g_sized.portCounts);
+    case 2:
+        return view(g_sized.ports);
+    case 3:
+        return view(g_sized.pathCounts);
+    case 4:
+        return view(g_sized.paths);
+    default:
+        return view(g_sized.extent);
+    }
 }
 
 // The last layout's results: 0 positions, 1 grid, 2 port counts, 3 ports,

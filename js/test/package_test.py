@@ -18,7 +18,8 @@ from browser_test import ROOT, Handler, page_browser
 JS = os.path.join(ROOT, "js")
 BUNDLERS = {"esbuild": "0.28.2", "vite": "8.3.8", "webpack": "5.112.2", "webpack-cli": "7.3.1"}
 PACKED = {"package.json", "README.md", "LICENSE", "src/index.js", "src/index.d.ts", "src/node.js",
-          "src/wasm-source.js", "dist/netloom_wasm.mjs", "dist/netloom_wasm.wasm"}
+          "src/wasm-source.js", "src/elk.js", "src/elk.d.ts", "src/elk-node.js",
+          "dist/netloom_wasm.mjs", "dist/netloom_wasm.wasm"}
 BUILDS = {"esbuild": ["esbuild", "page-esbuild.js", "--bundle", "--format=esm", "--loader:.wasm=file",
                       "--log-level=warning", "--outfile=out/esbuild/page.js"],
           "vite": ["vite", "build", "--config", "vite.config.mjs"],

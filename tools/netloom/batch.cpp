@@ -26,7 +26,12 @@ namespace fs = std::filesystem;
 
 // A file's name without its folder and its last extension.
 std::string Stem(const std::string& path) {
-    return fs::path(path).stem().string();
+    // "g.elk.json" is named "g", as "g.json" is.
+    const std::string stem = fs::path(path).stem().string();
+    const std::string elk = ".elk";
+    const bool elkJson = stem.size() > elk.size() && fs::path(path).extension() == ".json" &&
+                         stem.compare(stem.size() - elk.size(), elk.size(), elk) == 0;
+    return elkJson ? stem.substr(0, stem.size() - elk.size()) : stem;
 }
 
 struct Batch {
@@ -53,7 +58,13 @@ struct Batch {
     // Reads, lays out and renders one input, then writes its outputs.
     void LayOut(const std::string& input) {
         FileGraph graph = ReadGraph(input, InputFormatOf(line, input));
-        const LayoutResult result = RunLayout(graph, options);
+        for (const std::string& note : graph.warnings) {
+            Print("warning", input + ": " + note);
+        }
+        LayoutOptions own = FileLayoutOptions(line, graph);
+        own.threads = options.threads;
+        own.progress = options.progress;
+        const LayoutResult result = RunLayout(graph, own);
         if (result.placedByNeighbour > 0) {
             Print("warning", input + ": " + LevelsWarning(result.placedByNeighbour));
         }

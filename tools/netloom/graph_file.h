@@ -23,7 +23,7 @@ namespace netloom_cli {
 // Key order of objects is kept, so a file written back reads like the original.
 using Json = nlohmann::ordered_json;
 
-enum class Format { Json, GraphMl, EdgeList, Dot, Svg, Png, Pdf, Html };
+enum class Format { Json, GraphMl, EdgeList, Dot, Svg, Png, Pdf, Html, Elk };
 
 // A problem with an input file: the file, the line and column where known (0
 // when not) and what is wrong. main prints it as one line and exits with 1.
@@ -113,6 +113,26 @@ struct FileEdge {
     std::size_t sourceIndex = 0;
 };
 
+// What an ELK JSON file adds to the graph: the given box sizes, the ports
+// (connected or not), how the edges pair up, and the layout options it sets.
+struct ElkData {
+    std::vector<double> widths, heights; // by node
+    std::vector<std::size_t> parents;    // by node: its parent node, or kElkRoot
+    struct Port {
+        FileId id;
+        std::size_t node = 0;
+        double width = 0.0, height = 0.0;
+        int side = -1;    // side code from the port's side option, -1 when not given
+        std::string name; // the edges' name of the port when it is not the id
+    };
+    std::vector<Port> ports;                // in file order, node after node
+    std::vector<std::size_t> edgeOf;        // by FileEdge: the ELK edge it came from
+    std::vector<std::size_t> edgeContainer; // by ELK edge: the node that lists it, or kElkRoot
+    // Layout options set by the file, where the tool has them.
+    std::optional<int> type, direction, distance, layerSpacing;
+};
+constexpr std::size_t kElkRoot = ~std::size_t{0};
+
 struct FileGraph {
     std::string path;
     Format format = Format::Json;
@@ -131,6 +151,10 @@ struct FileGraph {
     // order of nodes above.
     std::shared_ptr<Agraph_s> dot;
     std::vector<Agnode_s*> dotNodes;
+    // ELK JSON input (the document is `json` above).
+    std::shared_ptr<ElkData> elk;
+    // Notes for the user about how the file was read.
+    std::vector<std::string> warnings;
     // The input says its edges have a direction (DOT digraph, GraphML
     // edgedefault="directed", JSON "directed": true).
     bool directed = false;

@@ -56,6 +56,11 @@ int main(int argc, char** argv) {
     try {
         ResolveChoices(line);
         line.threadsGiven = layout->count("--threads") > 0;
+        for (const char* name : kFileOptions) {
+            if (layout->count(name) > 0) {
+                line.given.push_back(name);
+            }
+        }
         if (!line.outdir.empty()) {
             return RunBatch(line);
         }
@@ -71,7 +76,14 @@ int main(int argc, char** argv) {
 
     try {
         FileGraph graph = ReadInput(line.input, inputFormat);
-        const LayoutResult result = RunLayout(graph, line.layout);
+        for (const std::string& note : graph.warnings) {
+            std::fprintf(stderr, "netloom: warning: %s\n", note.c_str());
+        }
+        const LayoutResult result = RunLayout(graph, FileLayoutOptions(line, graph));
+        // An ELK graph is written back as one unless --to names another format.
+        if (graph.format == Format::Elk && outputFormat == Format::Json && line.to.empty()) {
+            outputFormat = Format::Elk;
+        }
         if (result.placedByNeighbour > 0) {
             std::fprintf(stderr, "netloom: warning: %s\n",
                          LevelsWarning(result.placedByNeighbour).c_str());

@@ -22,12 +22,16 @@ std::optional<Format> FormatByName(const std::string& name) {
         {"edgelist", Format::EdgeList}, {"edges", Format::EdgeList},  {"el", Format::EdgeList},
         {"txt", Format::EdgeList},      {"gv", Format::Dot},          {"dot", Format::Dot},
         {"svg", Format::Svg},           {"png", Format::Png},         {"pdf", Format::Pdf},
-        {"html", Format::Html},         {"htm", Format::Html}};
+        {"html", Format::Html},         {"htm", Format::Html},        {"elk", Format::Elk}};
     const auto it = names.find(Lower(name));
     return it == names.end() ? std::nullopt : std::optional<Format>(it->second);
 }
 
 std::optional<Format> FormatOfPath(const std::string& path) {
+    const std::string elk = ".elk.json";
+    if (path.size() > elk.size() && Lower(path.substr(path.size() - elk.size())) == elk) {
+        return Format::Elk;
+    }
     const std::size_t dot = path.find_last_of('.');
     const std::size_t slash = path.find_last_of('/');
     if (dot == std::string::npos || (slash != std::string::npos && dot < slash)) {
@@ -64,8 +68,8 @@ std::string TypeHelp() {
     return text;
 }
 
-const char* const kFormatHelp = "json, graphml, edgelist or dot";
-const char* const kOutputHelp = "json, svg, png, pdf, html, graphml, edgelist or dot";
+const char* const kFormatHelp = "json, elk, graphml, edgelist or dot";
+const char* const kOutputHelp = "json, elk, svg, png, pdf, html, graphml, edgelist or dot";
 
 } // namespace
 
@@ -80,7 +84,8 @@ CLI::App* DefineCommandLine(CLI::App& app, CommandLine& line) {
     CLI::App* layout = app.add_subcommand("layout", "Lay out a graph file");
     layout
         ->add_option("INPUT", line.inputs,
-                     "Graph file: node-link JSON (.json), GraphML (.graphml, .xml), an edge "
+                     "Graph file: node-link JSON (.json), ELK JSON (.elk.json, or a .json with "
+                     "\"children\"), GraphML (.graphml, .xml), an edge "
                      "list (.edgelist, .edges, .txt) or DOT (.gv, .dot); - reads standard input. "
                      "Several files need --outdir")
         ->required();
@@ -97,7 +102,7 @@ CLI::App* DefineCommandLine(CLI::App& app, CommandLine& line) {
         ->check(CLI::Range(1, 1024));
     layout->add_option(
         "-o,--output", line.output,
-        "Output file; its extension picks the format (.json, .svg, .png, .pdf, .html, "
+        "Output file; its extension picks the format (.json, .elk.json, .svg, .png, .pdf, .html, "
         ".graphml, .edgelist, .gv). Default: JSON on standard output");
     layout->add_option("--from", line.from,
                        std::string("Input format: ") + kFormatHelp +
@@ -209,6 +214,28 @@ void ResolveChoices(CommandLine& line) {
     line.layout.progress = mode->second;
 }
 
+LayoutOptions FileLayoutOptions(const CommandLine& line, const FileGraph& graph) {
+    LayoutOptions options = line.layout;
+    if (!graph.elk) {
+        return options;
+    }
+    auto set = [&line](const char* name, const std::optional<int>& value, int& out) {
+        if (value && std::find(line.given.begin(), line.given.end(), name) == line.given.end()) {
+            out = *value;
+        }
+    };
+    set("--type", graph.elk->type, options.type);
+    set("--direction", graph.elk->direction, options.direction);
+    set("--distance", graph.elk->distance, options.distance);
+    set("--layer-spacing", graph.elk->layerSpacing, options.layerSpacing);
+    // An ELK document gets the layer spacing it names, or the library's start
+    // value, as the JavaScript class gives it: not the tool's fitted spacing.
+    if (std::find(line.given.begin(), line.given.end(), "--layer-spacing") == line.given.end()) {
+        options.autoLayerSpacing = false;
+    }
+    return options;
+}
+
 Format InputFormat(const CommandLine& line) {
     return InputFormatOf(line, line.input);
 }
@@ -289,6 +316,8 @@ const char* FormatExtension(Format format) {
         return ".pdf";
     case Format::Html:
         return ".html";
+    case Format::Elk:
+        return ".elk.json";
     case Format::Json:
         break;
     }

@@ -28,7 +28,16 @@ struct CommandLine {
     bool stats = false; // crossing and bend counts on stderr
     std::string layerSpacing = "auto";
     LayoutOptions layout;
+    std::vector<std::string> given; // layout options named on the command line
 };
+
+// The layout options named on the command line that a file may set too.
+inline const char* const kFileOptions[] = {"--type", "--direction", "--distance",
+                                           "--layer-spacing"};
+
+// The options for one file: the command line's, and the file's own (ELK JSON
+// layoutOptions) where the command line names none.
+LayoutOptions FileLayoutOptions(const CommandLine& line, const FileGraph& graph);
 
 // Declares the options on app and its layout subcommand; returns the subcommand.
 CLI::App* DefineCommandLine(CLI::App& app, CommandLine& line);

@@ -63,7 +63,12 @@ FileGraph ReadText(const std::string& name, const std::string& rawText, Format f
     const std::string& text = blank ? empty : rawText;
     switch (format) {
     case Format::Json:
+        if (IsElkText(text)) {
+            return ReadElk(name, text);
+        }
         return ReadJsonGraph(name, text);
+    case Format::Elk:
+        return ReadElk(name, text);
     case Format::GraphMl:
         return ReadGraphMl(name, text);
     case Format::EdgeList:

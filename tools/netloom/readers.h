@@ -18,6 +18,13 @@ FileGraph ReadGraphMl(const std::string& path, const std::string& text);
 // line for nodes of their own.
 FileGraph ReadEdgeList(const std::string& path, const std::string& text);
 
+// ELK JSON: a root with nested "children", "ports", "edges" with "sources"
+// and "targets", and "layoutOptions".
+FileGraph ReadElk(const std::string& path, const std::string& text);
+// Whether a JSON text is ELK JSON: a top-level object with "children" and no
+// "nodes". False for text that is not JSON at all.
+bool IsElkText(const std::string& text);
+
 // DOT, through Graphviz's graph library. That library keeps global state (its
 // scanner, its error handler): every use of it holds this lock.
 std::recursive_mutex& GraphvizLock();

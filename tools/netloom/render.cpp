@@ -50,6 +50,8 @@ std::string RenderAs(FileGraph& graph, const LayoutResult& result, Format format
         return WriteDot(graph, result);
     case Format::Html:
         return WriteHtml(graph, result);
+    case Format::Elk:
+        return WriteElk(graph, result);
     case Format::Json:
         break;
     }

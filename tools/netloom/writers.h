@@ -20,6 +20,10 @@ std::string WriteGraphMl(FileGraph& graph, const LayoutResult& result);
 std::string WriteEdgeList(const FileGraph& graph, const LayoutResult& result);
 // DOT with pos on every node: the input graph when it was DOT.
 std::string WriteDot(FileGraph& graph, const LayoutResult& result);
+// ELK JSON: the input (when it was ELK JSON) or a fresh ELK graph, with the
+// top-left corner of every node and port and every edge's sections, scaled so
+// that the file's box sizes do not overlap.
+std::string WriteElk(const FileGraph& graph, const LayoutResult& result);
 // A drawing: boxes with labels, edges between them.
 std::string WriteSvg(const FileGraph& graph, const LayoutResult& result);
 std::string WriteSvg(const FileGraph& graph, const LayoutResult& result, const Drawing& d);
