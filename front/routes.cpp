@@ -959,6 +959,85 @@ void EdgeEnds(const Request& request, const Result& result, const Drawing& d,
     }
 }
 
+// Whether to route a layered drawing mirrored on its diagonal: when its
+// layers run along x (left-to-right and right-to-left grids) and it has so
+// many rows that every edge would climb through hundreds of one-node rows.
+// Mirrored, the layers are the rows; the ports the layout put on the boxes'
+// up and down sides then face the gaps, which costs a few bends per edge, so
+// small drawings stay in their own frame, where they route better.
+bool RouteMirrored(const Result& result) {
+    constexpr std::size_t kManyRows = 256;
+    std::vector<double> xs = result.x, ys = result.y;
+    for (auto* v : {&xs, &ys}) {
+        std::sort(v->begin(), v->end());
+        v->erase(std::unique(v->begin(), v->end()), v->end());
+    }
+    return ys.size() > kManyRows && 4 * xs.size() < ys.size();
+}
+
+// The side a port is on once x and y are swapped: up and left trade places,
+// and so do down and right.
+int TransposedSide(int side) {
+    switch (side) {
+    case kSideUp:
+        return kSideLeft;
+    case kSideLeft:
+        return kSideUp;
+    case kSideDown:
+        return kSideRight;
+    case kSideRight:
+        return kSideDown;
+    default:
+        return side;
+    }
+}
+
+// A result and a drawing mirrored on the diagonal (x and y swapped), so that
+// layers running along x become rows the router knows: it works on rows that
+// share a y. Mirroring twice gives the original back exactly.
+Result Transposed(const Result& r) {
+    Result t = r;
+    std::swap(t.x, t.y);
+    for (std::size_t i = 0; i < t.sideCounts.size(); ++i) {
+        for (int side = 0; side < kSideCount; ++side) {
+            t.sideCounts[i][static_cast<std::size_t>(TransposedSide(side))] =
+                r.sideCounts[i][static_cast<std::size_t>(side)];
+        }
+        for (NodePort& port : t.ports[i]) {
+            port.side = TransposedSide(port.side);
+        }
+    }
+    for (auto* places : {&t.sourcePlace, &t.targetPlace}) {
+        for (PortPlace& place : *places) {
+            place.side = TransposedSide(place.side);
+        }
+    }
+    return t;
+}
+
+Point Transposed(const Point& p) {
+    return {p.y, p.x};
+}
+
+Drawing Transposed(const Drawing& d) {
+    Drawing t = d;
+    std::swap(t.left, t.top);
+    std::swap(t.width, t.height);
+    for (DrawnNode& b : t.nodes) {
+        std::swap(b.x, b.y);
+        std::swap(b.w, b.h);
+        for (Point& p : b.ports) {
+            p = Transposed(p);
+        }
+    }
+    for (DrawnEdge& e : t.edges) {
+        for (Point& p : e.points) {
+            p = Transposed(p);
+        }
+    }
+    return t;
+}
+
 // The edges the hierarchy drawing routes: all but self-loops without sides.
 std::vector<std::size_t> RoutedEdges(const Request& request, const Result& result) {
     std::vector<std::size_t> edges;
@@ -1040,6 +1119,9 @@ void Router::Draw(Drawing& d) {
 }
 
 double RoutingScale(const Request& request, const Result& result, const Drawing& d) {
+    if (RouteMirrored(result)) {
+        return RoutingScale(request, Transposed(result), Transposed(d));
+    }
     // Plan at the boxes' own clearing scale, in layout units.
     Drawing atScale = d;
     const double unit = 1.0 / d.scale;
@@ -1076,13 +1158,18 @@ int FittingLayerSpacing(const Request& request, const Result& result, int layerS
         need = std::max(need, (alongY ? b.h : b.w) / unit + 4 * kMargin);
     }
     if (d.orthogonal) {
-        const std::vector<std::size_t> edges = RoutedEdges(request, result);
+        // Routed as RouteEdges routes it, mirrored or not.
+        const bool mirror = RouteMirrored(result);
+        const Result mirrored = mirror ? Transposed(result) : Result();
+        const Result& r = mirror ? mirrored : result;
+        Drawing routed = mirror ? Transposed(d) : d;
+        const std::vector<std::size_t> edges = RoutedEdges(request, r);
         std::vector<End> sources, targets;
-        EdgeEnds(request, result, d, edges, sources, targets);
-        Router router(d, unit);
+        EdgeEnds(request, r, routed, edges, sources, targets);
+        Router router(routed, unit);
         router.Plan(edges, sources, targets);
-        router.Draw(d);
-        need = std::max(need, router.LayerStepNeed(alongY, layerSpacing));
+        router.Draw(routed);
+        need = std::max(need, router.LayerStepNeed(alongY != mirror, layerSpacing));
     }
     const double spacing = std::ceil(need * unit);
     return static_cast<int>(std::clamp(spacing, static_cast<double>(kLayerSpacingLimit.low),
@@ -1091,6 +1178,18 @@ int FittingLayerSpacing(const Request& request, const Result& result, int layerS
 
 void RouteEdges(const Request& request, const Result& result, Drawing& d,
                 const std::vector<std::size_t>& edges) {
+    if (RouteMirrored(result)) {
+        Drawing t = Transposed(d);
+        RouteEdges(request, Transposed(result), t, edges);
+        for (std::size_t j : edges) {
+            d.edges[j].kind = t.edges[j].kind;
+            d.edges[j].points.clear();
+            for (const Point& p : t.edges[j].points) {
+                d.edges[j].points.push_back(Transposed(p));
+            }
+        }
+        return;
+    }
     std::vector<End> sources, targets;
     EdgeEnds(request, result, d, edges, sources, targets);
     Router router(d, 1.0 / d.scale);
