@@ -89,13 +89,16 @@ LayoutResult RunLayout(const FileGraph& file, const LayoutOptions& options) {
     const bool layered =
         run.type == CNetworkGraph::m_iHierarchyLayout || run.type == CNetworkGraph::m_iTreeLayout;
     if (options.autoLayerSpacing && layered && !result.stopped) {
-        run.layerSpacing = FittingLayerSpacing(result.request, result, run.layerSpacing);
-        used.layerSpacing = run.layerSpacing;
-        Result again;
-        if (!netloom::front::RunLayout(result.request, run, progress, again, problem)) {
-            throw InputError(file.path, 0, 0, problem);
+        used.layerSpacing = FittingLayerSpacing(result.request, result, run.layerSpacing);
+        // The layout is deterministic: at the spacing it already had, it is done.
+        if (used.layerSpacing != run.layerSpacing) {
+            run.layerSpacing = used.layerSpacing;
+            Result again;
+            if (!netloom::front::RunLayout(result.request, run, progress, again, problem)) {
+                throw InputError(file.path, 0, 0, problem);
+            }
+            static_cast<Result&>(result) = std::move(again);
         }
-        static_cast<Result&>(result) = std::move(again);
     }
     line.Finish();
     ThrowIfInterrupted();
