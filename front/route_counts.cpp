@@ -144,9 +144,8 @@ std::size_t SlantedCrossingsBySweep(const std::vector<Segment>& segments,
 
 // Pairs with a slanted segment: every segment is entered in the cells of a
 // grid that it passes through (with a row to spare on either side for
-// rounding), the pairs met in a common cell are gathered once each, and those
-// are tested. About one cell per segment, so a drawing of short edges costs
-// about linear time.
+// rounding), and the pairs that meet in a cell are tested there. About one cell per segment, so a
+// drawing of short edges costs about linear time.
 std::size_t SlantedCrossings(const std::vector<Segment>& segments,
                              const std::vector<std::size_t>& owner) {
     const SegmentBoxes box(segments);
@@ -179,35 +178,48 @@ std::size_t SlantedCrossings(const std::vector<Segment>& segments,
     auto row = [&](double y) {
         return std::min(rows - 1, static_cast<std::size_t>((y - minY) / side));
     };
-    // Calls visit(cell) for the cells segment k passes through. Within a
-    // column the segment's heights are taken over the column widened by half a
-    // cell each way, so that rounding never drops a cell it crosses.
-    auto forCells = [&](std::size_t k, auto&& visit) {
-        const std::size_t c0 = column(box.loX[k]), c1 = column(box.hiX[k]);
+    // The rows of column c that segment k passes through. Within a column the
+    // segment's heights are taken over the column widened by half a cell each
+    // way, and a row is added on either side, so that rounding never drops a
+    // cell it crosses.
+    auto rowsIn = [&](std::size_t k, std::size_t c) {
         const std::size_t r0 = row(box.loY[k]), r1 = row(box.hiY[k]);
-        for (std::size_t c = c0; c <= c1; ++c) {
-            std::size_t lo = r0, hi = r1;
-            if (c1 - c0 > 1) {
-                const Segment& s = segments[k];
-                const double x0 =
-                    std::max(box.loX[k], minX + (static_cast<double>(c) - 0.5) * side);
-                const double x1 =
-                    std::min(box.hiX[k], minX + (static_cast<double>(c) + 1.5) * side);
-                const double slope = (s.second.y - s.first.y) / (s.second.x - s.first.x);
-                const double y0 = s.first.y + (x0 - s.first.x) * slope;
-                const double y1 = s.first.y + (x1 - s.first.x) * slope;
-                lo = std::max(r0, row(std::min(y0, y1)));
-                hi = std::min(r1, row(std::max(y0, y1)));
-                lo = lo > r0 ? lo - 1 : lo;
-                hi = hi < r1 ? hi + 1 : hi;
-            }
+        if (column(box.hiX[k]) - column(box.loX[k]) <= 1) {
+            return std::make_pair(r0, r1);
+        }
+        const Segment& s = segments[k];
+        const double x0 = std::max(box.loX[k], minX + (static_cast<double>(c) - 0.5) * side);
+        const double x1 = std::min(box.hiX[k], minX + (static_cast<double>(c) + 1.5) * side);
+        const double slope = (s.second.y - s.first.y) / (s.second.x - s.first.x);
+        const double y0 = s.first.y + (x0 - s.first.x) * slope;
+        const double y1 = s.first.y + (x1 - s.first.x) * slope;
+        const std::size_t lo = std::max(r0, row(std::min(y0, y1)));
+        const std::size_t hi = std::min(r1, row(std::max(y0, y1)));
+        return std::make_pair(lo > r0 ? lo - 1 : lo, hi < r1 ? hi + 1 : hi);
+    };
+    auto forCells = [&](std::size_t k, auto&& visit) {
+        for (std::size_t c = column(box.loX[k]); c <= column(box.hiX[k]); ++c) {
+            const auto [lo, hi] = rowsIn(k, c);
             for (std::size_t r = lo; r <= hi; ++r) {
                 visit(c * rows + r);
             }
         }
     };
-    // The cells' segment lists, one array in cell order; past a bound (many
-    // long segments) the sweep is cheaper.
+    // The first cell (lowest column, then row) that both segments pass through.
+    auto firstCommon = [&](std::size_t a, std::size_t b) {
+        const std::size_t last = std::min(column(box.hiX[a]), column(box.hiX[b]));
+        for (std::size_t c = std::max(column(box.loX[a]), column(box.loX[b])); c <= last; ++c) {
+            const auto [la, ha] = rowsIn(a, c);
+            const auto [lb, hb] = rowsIn(b, c);
+            if (std::max(la, lb) <= std::min(ha, hb)) {
+                return c * rows + std::max(la, lb);
+            }
+        }
+        return cols * rows;
+    };
+    // The cells' segment lists, one array in cell order. Where segments crowd
+    // the cells (many long ones) the sweep does fewer comparisons: the cheaper
+    // of the two runs.
     std::vector<std::size_t> start(cols * rows + 1, 0);
     std::size_t entries = 0;
     for (std::size_t k = 0; k < n && entries <= 64 * n + 1024; ++k) {
@@ -219,6 +231,20 @@ std::size_t SlantedCrossings(const std::vector<Segment>& segments,
     if (entries > 64 * n + 1024) {
         return SlantedCrossingsBySweep(segments, owner, box);
     }
+    double gridWork = 0.0, sweepWork = 0.0;
+    for (std::size_t cell = 1; cell < start.size(); ++cell) {
+        gridWork += static_cast<double>(start[cell]) * static_cast<double>(start[cell]);
+    }
+    std::vector<double> starts(box.loX);
+    std::sort(starts.begin(), starts.end());
+    for (std::size_t k = 0; k < n; ++k) {
+        sweepWork +=
+            static_cast<double>(std::upper_bound(starts.begin(), starts.end(), box.hiX[k]) -
+                                std::lower_bound(starts.begin(), starts.end(), box.loX[k]));
+    }
+    if (gridWork > sweepWork) {
+        return SlantedCrossingsBySweep(segments, owner, box);
+    }
     std::partial_sum(start.begin(), start.end(), start.begin());
     std::vector<std::uint32_t> members(entries);
     std::vector<std::size_t> fill(start.begin(), start.end() - 1);
@@ -226,28 +252,23 @@ std::size_t SlantedCrossings(const std::vector<Segment>& segments,
         forCells(k,
                  [&](std::size_t cell) { members[fill[cell]++] = static_cast<std::uint32_t>(k); });
     }
-    // Pairs of a cell (the lower segment first), gathered over all cells.
-    std::vector<std::uint64_t> pairs;
+    // Each pair is tested in the first cell the two share only.
+    std::size_t count = 0;
     for (std::size_t cell = 0; cell + 1 < start.size(); ++cell) {
         for (std::size_t i = start[cell]; i < start[cell + 1]; ++i) {
-            const std::uint32_t a = members[i];
+            const std::size_t a = members[i];
             if (!box.slanted[a]) {
                 continue;
             }
             for (std::size_t j = start[cell]; j < start[cell + 1]; ++j) {
-                const std::uint32_t b = members[j];
+                const std::size_t b = members[j];
                 if (b != a && (!box.slanted[b] || a < b) && owner[a] != owner[b] &&
-                    box.Meet(a, b)) {
-                    pairs.push_back(std::uint64_t{std::min(a, b)} << 32 | std::max(a, b));
+                    box.Meet(a, b) && ProperCross(segments[a], segments[b]) &&
+                    firstCommon(a, b) == cell) {
+                    ++count;
                 }
             }
         }
-    }
-    std::sort(pairs.begin(), pairs.end());
-    pairs.erase(std::unique(pairs.begin(), pairs.end()), pairs.end());
-    std::size_t count = 0;
-    for (const std::uint64_t pair : pairs) {
-        count += ProperCross(segments[pair >> 32], segments[pair & 0xffffffffu]) ? 1 : 0;
     }
     return count;
 }
