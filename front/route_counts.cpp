@@ -113,6 +113,21 @@ struct SegmentBoxes {
             slanted[k] = s.first.x != s.second.x && s.first.y != s.second.y;
         }
     }
+    // The axis in which segments are short against the drawing: sorted along
+    // it, a segment overlaps fewer others.
+    bool SweepAlongX() const {
+        double extentX = 0.0, extentY = 0.0;
+        double minX = INFINITY, maxX = -INFINITY, minY = INFINITY, maxY = -INFINITY;
+        for (std::size_t k = 0; k < loX.size(); ++k) {
+            extentX += hiX[k] - loX[k];
+            extentY += hiY[k] - loY[k];
+            minX = std::min(minX, loX[k]);
+            maxX = std::max(maxX, hiX[k]);
+            minY = std::min(minY, loY[k]);
+            maxY = std::max(maxY, hiY[k]);
+        }
+        return extentX * (maxY - minY) <= extentY * (maxX - minX);
+    }
     bool Meet(std::size_t a, std::size_t b) const {
         return loX[b] <= hiX[a] && loX[a] <= hiX[b] && loY[b] <= hiY[a] && loY[a] <= hiY[b];
     }
@@ -123,15 +138,17 @@ struct SegmentBoxes {
 std::size_t SlantedCrossingsBySweep(const std::vector<Segment>& segments,
                                     const std::vector<std::size_t>& owner,
                                     const SegmentBoxes& box) {
+    const bool alongX = box.SweepAlongX();
+    const std::vector<double>& lo = alongX ? box.loX : box.loY;
+    const std::vector<double>& hi = alongX ? box.hiX : box.hiY;
     std::vector<std::size_t> order(segments.size());
     std::iota(order.begin(), order.end(), 0);
-    std::sort(order.begin(), order.end(), [&](std::size_t a, std::size_t b) {
-        return box.loX[a] != box.loX[b] ? box.loX[a] < box.loX[b] : a < b;
-    });
+    std::sort(order.begin(), order.end(),
+              [&](std::size_t a, std::size_t b) { return lo[a] != lo[b] ? lo[a] < lo[b] : a < b; });
     std::size_t count = 0;
     for (std::size_t i = 0; i < order.size(); ++i) {
         const std::size_t a = order[i];
-        for (std::size_t j = i + 1; j < order.size() && box.loX[order[j]] <= box.hiX[a]; ++j) {
+        for (std::size_t j = i + 1; j < order.size() && lo[order[j]] <= hi[a]; ++j) {
             const std::size_t b = order[j];
             if ((box.slanted[a] || box.slanted[b]) && owner[a] != owner[b] && box.Meet(a, b) &&
                 ProperCross(segments[a], segments[b])) {
@@ -235,12 +252,13 @@ std::size_t SlantedCrossings(const std::vector<Segment>& segments,
     for (std::size_t cell = 1; cell < start.size(); ++cell) {
         gridWork += static_cast<double>(start[cell]) * static_cast<double>(start[cell]);
     }
-    std::vector<double> starts(box.loX);
+    const bool alongX = box.SweepAlongX();
+    std::vector<double> starts(alongX ? box.loX : box.loY);
     std::sort(starts.begin(), starts.end());
     for (std::size_t k = 0; k < n; ++k) {
-        sweepWork +=
-            static_cast<double>(std::upper_bound(starts.begin(), starts.end(), box.hiX[k]) -
-                                std::lower_bound(starts.begin(), starts.end(), box.loX[k]));
+        sweepWork += static_cast<double>(
+            std::upper_bound(starts.begin(), starts.end(), alongX ? box.hiX[k] : box.hiY[k]) -
+            std::lower_bound(starts.begin(), starts.end(), alongX ? box.loX[k] : box.loY[k]));
     }
     if (gridWork > sweepWork) {
         return SlantedCrossingsBySweep(segments, owner, box);
