@@ -313,17 +313,30 @@ bool CrossesBox(const Point& a, const Point& b, const DrawnNode& box) {
     return t0 < t1;
 }
 
-// The edges whose straight path crosses a box other than its ends'. Boxes are
-// found through a grid of cells as large as the largest box.
+// The edges whose straight path crosses a box other than its ends'. Box
+// centres are binned in square cells as large as the largest box, and each row
+// of cells keeps its centres sorted by column: a crossed box has its centre in
+// a cell next to one the path passes through, so a path looks, row by row,
+// only at the columns its part in (or next to) that row spans.
 std::vector<std::size_t> EdgesThroughBoxes(const Request& request, const Drawing& d) {
     double cell = 0.0;
     for (const DrawnNode& b : d.nodes) {
         cell = std::max({cell, b.w, b.h});
     }
-    std::map<std::pair<long long, long long>, std::vector<std::size_t>> cells;
     auto cellOf = [&](double v) { return static_cast<long long>(std::floor(v / cell)); };
+    struct Binned {
+        long long column;
+        std::size_t node;
+        bool operator<(const Binned& o) const {
+            return column != o.column ? column < o.column : node < o.node;
+        }
+    };
+    std::unordered_map<long long, std::vector<Binned>> rows;
     for (std::size_t i = 0; i < d.nodes.size(); ++i) {
-        cells[{cellOf(d.nodes[i].x), cellOf(d.nodes[i].y)}].push_back(i);
+        rows[cellOf(d.nodes[i].y)].push_back({cellOf(d.nodes[i].x), i});
+    }
+    for (auto& [row, binned] : rows) {
+        std::sort(binned.begin(), binned.end());
     }
     std::vector<std::size_t> out;
     for (std::size_t j = 0; j < request.EdgeCount(); ++j) {
@@ -333,28 +346,34 @@ std::vector<std::size_t> EdgesThroughBoxes(const Request& request, const Drawing
             continue; // loops and bent parallels stay as they are
         }
         const Point a = pts[0], b = pts[1];
+        const double loX = std::min(a.x, b.x), hiX = std::max(a.x, b.x);
         bool crosses = false;
-        const long long x0 = cellOf(std::min(a.x, b.x)) - 1, x1 = cellOf(std::max(a.x, b.x)) + 1;
-        const long long y0 = cellOf(std::min(a.y, b.y)) - 1, y1 = cellOf(std::max(a.y, b.y)) + 1;
-        if ((x1 - x0) * (y1 - y0) > static_cast<long long>(cells.size())) {
-            for (const auto& [at, nodes] : cells) {
-                for (std::size_t i : nodes) {
-                    crosses =
-                        crosses || (i != source && i != target && CrossesBox(a, b, d.nodes[i]));
-                }
+        for (long long ry = cellOf(std::min(a.y, b.y)) - 1;
+             ry <= cellOf(std::max(a.y, b.y)) + 1 && !crosses; ++ry) {
+            const auto it = rows.find(ry);
+            if (it == rows.end()) {
+                continue;
             }
-        } else {
-            for (long long cx = x0; cx <= x1 && !crosses; ++cx) {
-                for (long long cy = y0; cy <= y1 && !crosses; ++cy) {
-                    const auto it = cells.find({cx, cy});
-                    if (it == cells.end()) {
-                        continue;
-                    }
-                    for (std::size_t i : it->second) {
-                        crosses =
-                            crosses || (i != source && i != target && CrossesBox(a, b, d.nodes[i]));
-                    }
-                }
+            // The path's x-extent within the row widened by 1.5 cells each
+            // way: where a point lies that is within half a cell of a centre
+            // in this row, with room for rounding.
+            double x0 = loX, x1 = hiX;
+            if (a.y != b.y) {
+                const double slope = (b.x - a.x) / (b.y - a.y);
+                const double u0 = a.x + ((static_cast<double>(ry) - 1.5) * cell - a.y) * slope;
+                const double u1 = a.x + ((static_cast<double>(ry) + 2.5) * cell - a.y) * slope;
+                x0 = std::max(loX, std::min(u0, u1));
+                x1 = std::min(hiX, std::max(u0, u1));
+            }
+            if (x0 > x1) {
+                continue;
+            }
+            const std::vector<Binned>& binned = it->second;
+            auto k = std::lower_bound(binned.begin(), binned.end(), Binned{cellOf(x0) - 1, 0});
+            const long long last = cellOf(x1) + 1;
+            for (; k != binned.end() && k->column <= last && !crosses; ++k) {
+                const std::size_t i = k->node;
+                crosses = i != source && i != target && CrossesBox(a, b, d.nodes[i]);
             }
         }
         if (crosses) {

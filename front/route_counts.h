@@ -25,6 +25,9 @@ struct RouteCounts {
 // cross where their insides meet in one point; touching ends, a route that
 // joins another (a bundle splitting) and collinear overlaps are no crossing.
 RouteCounts CountRoutes(const Request& request, const Drawing& d);
+// The same with the drawing's routes (EdgeRoutes) already at hand.
+RouteCounts CountRoutes(const Request& request, const Drawing& d,
+                        const std::vector<std::vector<Point>>& routes);
 
 // The counts as a few readable lines.
 std::string DescribeCounts(const RouteCounts& counts);

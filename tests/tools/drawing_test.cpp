@@ -283,6 +283,37 @@ std::size_t PairwiseCrossings(const std::vector<std::pair<Point, Point>>& segmen
     return count;
 }
 
+// Random routes on a coarse lattice (shared ends, collinear overlaps, runs of
+// horizontal and vertical pieces) and long slanted lines across the field:
+// the counted crossings are the pairwise ones.
+TEST(Drawing, CrossingCountMatchesThePairwiseCount) {
+    std::mt19937 rng(38);
+    for (int round = 0; round < 60; ++round) {
+        const int lattice = 4 + round % 20;
+        std::uniform_int_distribution<int> at(0, lattice);
+        std::vector<std::pair<Point, Point>> segments;
+        std::vector<std::size_t> owner;
+        for (std::size_t edge = 0; edge < static_cast<std::size_t>(5 + round * 6); ++edge) {
+            Point p{static_cast<double>(at(rng)), static_cast<double>(at(rng))};
+            const int pieces = 1 + at(rng) % 3;
+            for (int k = 0; k < pieces; ++k) {
+                Point q{static_cast<double>(at(rng)), static_cast<double>(at(rng))};
+                if (k % 2 == 1 && round % 2 == 0) {
+                    (at(rng) % 2 == 0 ? q.x : q.y) = (at(rng) % 2 == 0 ? p.x : p.y);
+                }
+                if (edge % 7 == 0) {
+                    q = {q.x * 0.37 - lattice, q.y * 1.9 + 0.5}; // long and off the lattice
+                }
+                segments.emplace_back(p, q);
+                owner.push_back(edge);
+                p = q;
+            }
+        }
+        ASSERT_EQ(CountCrossings(segments, owner), PairwiseCrossings(segments, owner))
+            << "round " << round;
+    }
+}
+
 // A corpus of example graphs (tests/data/routes: Graphviz's examples, networkx
 // data sets) and generated layered graphs with ports, laid out as hierarchies
 // in all four directions and as trees: the drawings keep their promises, the

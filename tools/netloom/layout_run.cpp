@@ -92,13 +92,16 @@ LayoutResult RunLayout(const FileGraph& file, const LayoutOptions& options) {
     // A graph without edges has no row gaps to fit: it keeps the start value.
     if (options.autoLayerSpacing && IsLayered(run.type) && !result.stopped &&
         result.request.EdgeCount() > 0) {
-        run.layerSpacing = FittingLayerSpacing(result.request, result, run.layerSpacing);
-        used.layerSpacing = run.layerSpacing;
-        Result again;
-        if (!netloom::front::RunLayout(result.request, run, progress, again, problem)) {
-            throw InputError(file.path, 0, 0, problem);
+        used.layerSpacing = FittingLayerSpacing(result.request, result, run.layerSpacing);
+        // The layout is deterministic: at the spacing it already had, it is done.
+        if (used.layerSpacing != run.layerSpacing) {
+            run.layerSpacing = used.layerSpacing;
+            Result again;
+            if (!netloom::front::RunLayout(result.request, run, progress, again, problem)) {
+                throw InputError(file.path, 0, 0, problem);
+            }
+            static_cast<Result&>(result) = std::move(again);
         }
-        static_cast<Result&>(result) = std::move(again);
     }
     line.Finish();
     ThrowIfInterrupted();
