@@ -213,19 +213,6 @@ double ClearingScale(const std::vector<DrawnNode>& nodes, double eps, double cro
     return hi;
 }
 
-// Where the line from the box centre towards p leaves the box.
-Point BorderToward(const DrawnNode& b, const Point& p) {
-    const double dx = p.x - b.x;
-    const double dy = p.y - b.y;
-    if (dx == 0.0 && dy == 0.0) {
-        return {b.x, b.y};
-    }
-    const double tx = dx != 0.0 ? (b.w / 2) / std::fabs(dx) : 1e300;
-    const double ty = dy != 0.0 ? (b.h / 2) / std::fabs(dy) : 1e300;
-    const double t = std::min(1.0, std::min(tx, ty));
-    return {b.x + dx * t, b.y + dy * t};
-}
-
 // Self-loops without port sides nest at their box's top right corner, each a
 // little larger than the one before.
 void Loops(const Request& request, const Result& result, Drawing& d) {
@@ -384,6 +371,18 @@ std::vector<std::size_t> EdgesThroughBoxes(const Request& request, const Drawing
 }
 
 } // namespace
+
+Point BorderToward(const DrawnNode& b, const Point& p, bool stopAtP) {
+    const double dx = p.x - b.x;
+    const double dy = p.y - b.y;
+    if (dx == 0.0 && dy == 0.0) {
+        return {b.x, b.y};
+    }
+    const double tx = dx != 0.0 ? (b.w / 2) / std::fabs(dx) : 1e300;
+    const double ty = dy != 0.0 ? (b.h / 2) / std::fabs(dy) : 1e300;
+    const double t = stopAtP ? std::min(1.0, std::min(tx, ty)) : std::min(tx, ty);
+    return {b.x + dx * t, b.y + dy * t};
+}
 
 Drawing MakeDrawing(const Request& request, const Result& result, std::size_t labelWidth) {
     Drawing d;

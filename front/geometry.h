@@ -65,6 +65,10 @@ constexpr double kReadableText = 6.0;          // least label height drawn, pixe
 constexpr std::size_t kDefaultLabelWidth = 48; // characters of a label line
 
 // labelWidth: the most characters of a label line; longer lines end in an ellipsis.
+// Where the line from the box centre towards p leaves the box; a p inside
+// the box is its own answer unless stopAtP is false.
+Point BorderToward(const DrawnNode& b, const Point& p, bool stopAtP = true);
+
 Drawing MakeDrawing(const Request& request, const Result& result,
                     std::size_t labelWidth = kDefaultLabelWidth);
 

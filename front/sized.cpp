@@ -18,19 +18,6 @@ namespace {
 
 constexpr double kSameSpot = 1e-3; // of the node distance, as for the drawing
 
-// Where the line from the box centre towards p leaves the box.
-Point Toward(const DrawnNode& b, const Point& p) {
-    const double dx = p.x - b.x;
-    const double dy = p.y - b.y;
-    if (dx == 0.0 && dy == 0.0) {
-        return {b.x, b.y};
-    }
-    const double tx = dx != 0.0 ? (b.w / 2) / std::fabs(dx) : 1e300;
-    const double ty = dy != 0.0 ? (b.h / 2) / std::fabs(dy) : 1e300;
-    const double t = std::min(tx, ty);
-    return {b.x + dx * t, b.y + dy * t};
-}
-
 // A point of the drawing's box `from` carried to the same place of box `to`:
 // a point on one border lands on the same border, as far along it.
 Point Carry(const DrawnNode& from, const DrawnNode& to, const Point& p) {
@@ -195,7 +182,8 @@ SizedLayout PlaceSized(const Request& request, const Result& result, const Drawi
             const Point carried =
                 route.size() >= 2
                     ? Carry(d.nodes[node], boxes[node], routeEnd)
-                    : Toward(boxes[node], {boxes[ends[1 - e]].x, boxes[ends[1 - e]].y});
+                    : BorderToward(boxes[node], {boxes[ends[1 - e]].x, boxes[ends[1 - e]].y},
+                                   false);
             at[e] = carried;
             // The end's port: by side and slot, else by name (the extra ports
             // follow the layout's own).

@@ -26,7 +26,7 @@
 
 namespace {
 
-struct Spec {
+struct GraphFile {
     std::string name;
     std::vector<double> x, y; // start positions, one per node (ids 1..n)
     std::vector<bool> fixed;
@@ -44,7 +44,7 @@ std::uint64_t Bits(double v) {
     return b;
 }
 
-bool ReadGraph(const char* path, Spec& spec) {
+bool ReadGraph(const char* path, GraphFile& graphFile) {
     std::ifstream in(path);
     if (!in) {
         return false;
@@ -53,14 +53,14 @@ bool ReadGraph(const char* path, Spec& spec) {
     auto id = [&](const std::string& key) {
         auto found = ids.emplace(key, static_cast<int>(ids.size()) + 1);
         if (found.second) {
-            spec.x.push_back(0.0);
-            spec.y.push_back(0.0);
-            spec.fixed.push_back(false);
+            graphFile.x.push_back(0.0);
+            graphFile.y.push_back(0.0);
+            graphFile.fixed.push_back(false);
         }
         return found.first->second;
     };
-    spec.name = path;
-    spec.name.erase(0, spec.name.find_last_of("/\\") + 1);
+    graphFile.name = path;
+    graphFile.name.erase(0, graphFile.name.find_last_of("/\\") + 1);
     std::string line;
     while (std::getline(in, line)) {
         std::istringstream words(line.substr(0, line.find('#')));
@@ -72,39 +72,39 @@ bool ReadGraph(const char* path, Spec& spec) {
             int fixed = 0;
             words >> b;
             const int v = id(b) - 1;
-            words >> spec.x[v] >> spec.y[v] >> fixed;
-            spec.fixed[v] = fixed != 0;
+            words >> graphFile.x[v] >> graphFile.y[v] >> fixed;
+            graphFile.fixed[v] = fixed != 0;
         } else if (a == "@threads") {
-            words >> spec.threads;
+            words >> graphFile.threads;
         } else if (a == "@force-only") {
-            spec.forceOnly = true;
+            graphFile.forceOnly = true;
         } else if (words >> b) {
             int length = 40;
             words >> length;
             const int from = id(a);
-            spec.links.push_back({from, id(b), length});
+            graphFile.links.push_back({from, id(b), length});
         }
     }
     return true;
 }
 
-void Run(const Spec& spec, int type, int distance) {
+void Run(const GraphFile& graphFile, int type, int distance) {
     // The parameters as a host writes them: Layout must overwrite the distance.
     g_dLayoutDistance = 1.0;
     CNetworkGraph graph;
-    graph.SetLayoutThreads(spec.threads);
-    for (std::size_t v = 0; v < spec.x.size(); ++v) {
-        graph.AddNode(static_cast<int>(v) + 1, spec.x[v], spec.y[v], spec.fixed[v]);
+    graph.SetLayoutThreads(graphFile.threads);
+    for (std::size_t v = 0; v < graphFile.x.size(); ++v) {
+        graph.AddNode(static_cast<int>(v) + 1, graphFile.x[v], graphFile.y[v], graphFile.fixed[v]);
     }
     int edgeId = 0;
-    for (const Spec::Link& link : spec.links) {
+    for (const GraphFile::Link& link : graphFile.links) {
         ++edgeId;
         graph.AddEdge(edgeId, link.from, link.to, link.length, 100 * link.from + edgeId,
                       100 * link.to + edgeId, edgeId % 2 == 0);
     }
     graph.Layout(distance, type, 3 * distance);
 
-    std::printf("graph %s type %d distance %d work %" PRId64 "\n", spec.name.c_str(), type,
+    std::printf("graph %s type %d distance %d work %" PRId64 "\n", graphFile.name.c_str(), type,
                 distance, graph.GetLayoutWorkDone());
     std::printf("params %016" PRIx64 " %016" PRIx64 " %016" PRIx64 " %016" PRIx64 "\n",
                 Bits(g_dLayoutDistance), Bits(g_dLayoutDistanceSqr), Bits(g_dColumnSpacing),
@@ -144,25 +144,25 @@ void Run(const Spec& spec, int type, int distance) {
 } // namespace
 
 int main(int argc, char** argv) {
-    std::vector<Spec> corpus;
+    std::vector<GraphFile> corpus;
     for (int i = 1; i < argc; ++i) {
-        Spec spec;
-        if (!ReadGraph(argv[i], spec)) {
+        GraphFile graphFile;
+        if (!ReadGraph(argv[i], graphFile)) {
             std::fprintf(stderr, "platform_host: cannot read %s\n", argv[i]);
             return 2;
         }
-        corpus.push_back(spec);
+        corpus.push_back(graphFile);
     }
     const int types[] = {CNetworkGraph::m_iForceDirectedLayout, CNetworkGraph::m_iTreeLayout,
                          CNetworkGraph::m_iRadiantLayout, CNetworkGraph::m_iHierarchyLayout};
     const int distances[] = {30, 40, 75};
-    for (const Spec& spec : corpus) {
+    for (const GraphFile& graphFile : corpus) {
         for (int type : types) {
-            if (spec.forceOnly && type != CNetworkGraph::m_iForceDirectedLayout) {
+            if (graphFile.forceOnly && type != CNetworkGraph::m_iForceDirectedLayout) {
                 continue;
             }
             for (int distance : distances) {
-                Run(spec, type, distance);
+                Run(graphFile, type, distance);
             }
         }
     }
