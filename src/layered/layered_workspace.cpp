@@ -15,20 +15,23 @@ CLayeredLayout::CLayeredLayout(CNetworkGraph* graph, int colUnit)
     m_pRoot = GetOrCreateLayerNode(0, -1);
 }
 
-CLayeredLayout::~CLayeredLayout() {
-    for (CLayerNode* node : m_mapLayerNodes) {
-        delete node;
-    }
-    m_mapLayerNodes.clear();
-}
+CLayeredLayout::~CLayeredLayout() = default;
 
 CLayerNode* CLayeredLayout::GetOrCreateLayerNode(int id, int level) {
     CLayerNode* node = FindLayerNode(id);
     if (node == nullptr) {
-        node = new CLayerNode(id, level);
-        m_mapLayerNodes.push_back(node);
-        m_mapLayerNodeIndex.InsertMulti(netloom::detail::IdKey(id), node);
+        return CreateLayerNode(id, level);
     }
+    if (node->m_iLevel > m_iMaxLevel) {
+        m_iMaxLevel = node->m_iLevel;
+    }
+    return node;
+}
+
+CLayerNode* CLayeredLayout::CreateLayerNode(int id, int level) {
+    CLayerNode* node = &m_layerNodeStore.emplace_back(id, level);
+    m_mapLayerNodes.push_back(node);
+    m_mapLayerNodeIndex.InsertMulti(netloom::detail::IdKey(id), node);
     if (node->m_iLevel > m_iMaxLevel) {
         m_iMaxLevel = node->m_iLevel;
     }
@@ -48,6 +51,11 @@ std::vector<CLayerNode*> CLayeredLayout::GetLayerNodesById() const {
 }
 
 bool CLayeredLayout::IsLayoutEdge(int edgeID) const {
+    if (!m_vecLayoutEdgeFlags.empty()) {
+        const long long slot = static_cast<long long>(edgeID) - m_iLayoutEdgeBase;
+        return slot >= 0 && slot < static_cast<long long>(m_vecLayoutEdgeFlags.size()) &&
+               m_vecLayoutEdgeFlags[static_cast<std::size_t>(slot)] != 0;
+    }
     return std::binary_search(m_setLayoutEdges.begin(), m_setLayoutEdges.end(), edgeID);
 }
 

@@ -1,7 +1,7 @@
 #include "layered/layered_workspace.h"
 
 #include <algorithm>
-#include <deque>
+#include <vector>
 
 namespace {
 
@@ -79,7 +79,8 @@ bool CLayeredLayout::SplitByFirstReached(CLayerNode* start, LayerNodeList group,
     }
     const netloom::layered::PassMark region = NewWalkMark();
     bool confined = true;
-    std::vector<CLayerNode*> climb;
+    std::vector<CLayerNode*>& climb = m_vecSplitClimb;
+    climb.clear();
     for (CLayerNode* member : group) {
         if (region.Claim(member->m_iWalkMark)) {
             climb.push_back(member);
@@ -103,14 +104,16 @@ bool CLayeredLayout::SplitByFirstReached(CLayerNode* start, LayerNodeList group,
     };
 
     const netloom::layered::PassMark walk = NewWalkMark();
-    std::deque<CLayerNode*> queue;
+    // A first-in first-out queue: the walk ends at the first member, so the
+    // array is only read forward.
+    std::vector<CLayerNode*>& queue = m_vecSplitQueue;
+    queue.clear();
     if (worth(start)) {
         queue.push_back(start);
     }
     walk.Set(start->m_iInnerWalkMark);
-    while (!queue.empty()) {
-        CLayerNode* x = queue.front();
-        queue.pop_front();
+    for (std::size_t head = 0; head < queue.size(); ++head) {
+        CLayerNode* x = queue[head];
         auto member = std::find(group.begin(), group.end(), x);
         if (member != group.end()) {
             first.push_back(x);
