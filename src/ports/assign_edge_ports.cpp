@@ -1,8 +1,10 @@
 #include <netloom/connected_graph.h>
+#include <netloom/edge.h>
+
+#include "graph/flat_hash_map.h"
 
 #include <algorithm>
 #include <cstdlib>
-#include <unordered_set>
 
 namespace {
 
@@ -21,23 +23,39 @@ void CConnectedGraph::SortNodeEdges(CNode* node, EdgeSet& edges, std::vector<CEd
     const int ownRow = node->GetNodePos().nRow;
     const std::size_t start = sorted.size();
     sorted.insert(sorted.end(), edges.begin(), edges.end());
-    std::stable_sort(sorted.begin() + static_cast<std::ptrdiff_t>(start), sorted.end(),
-                     [node, ownRow](const CEdge* a, const CEdge* b) {
-                         const _tagNode p = OtherEnd(a, node)->GetNodePos();
-                         const _tagNode q = OtherEnd(b, node)->GetNodePos();
-                         if (p.nRow != q.nRow) {
-                             return p.nRow < q.nRow;
-                         }
-                         return p.nRow == ownRow ? p.nCol > q.nCol : p.nCol < q.nCol;
-                     });
+    auto before = [node, ownRow](const CEdge* a, const CEdge* b) {
+        const _tagNode p = OtherEnd(a, node)->GetNodePos();
+        const _tagNode q = OtherEnd(b, node)->GetNodePos();
+        if (p.nRow != q.nRow) {
+            return p.nRow < q.nRow;
+        }
+        return p.nRow == ownRow ? p.nCol > q.nCol : p.nCol < q.nCol;
+    };
+    const auto first = sorted.begin() + static_cast<std::ptrdiff_t>(start);
+    // A stable order is unique: short lists take the insertion walk, which
+    // needs no buffer, long ones the stable sort.
+    if (sorted.end() - first > 32) {
+        std::stable_sort(first, sorted.end(), before);
+        return;
+    }
+    for (auto it = first; it != sorted.end(); ++it) {
+        CEdge* e = *it;
+        auto hole = it;
+        while (hole != first && before(e, *(hole - 1))) {
+            *hole = *(hole - 1);
+            --hole;
+        }
+        *hole = e;
+    }
 }
 
 // Puts both ends of every edge on a side of their node: edges to later rows leave
 // downward, close same-row neighbours use the left and right sides while those
 // hold fewer than 4 ports and the edge is unique, and the rest go to the up side.
 void CConnectedGraph::AssignEdgePorts() {
-    std::unordered_set<const CEdge*> processed;
-    processed.reserve(m_mapEdges.size());
+    // Edges already placed, by id: each is placed from the first of its ends.
+    netloom::detail::FlatHashMap<char> processed;
+    processed.Reserve(m_mapEdges.size());
     std::vector<CEdge*> list;
     for (const auto& row : m_mapGridRows) {
         for (const _tagNode& record : row.second) {
@@ -48,9 +66,11 @@ void CConnectedGraph::AssignEdgePorts() {
             list.clear();
             SortNodeEdges(x, x->GetEdges(), list);
             for (CEdge* e : list) {
-                if (!processed.insert(e).second) {
+                char& done = processed.FindOrInsert(netloom::detail::IdKey(e->GetID()), 0);
+                if (done != 0) {
                     continue;
                 }
+                done = 1;
                 const bool xIsSource = e->GetSourceNode() == x;
                 CNode* y = xIsSource ? e->GetDestNode() : e->GetSourceNode();
                 const int xPort = xIsSource ? e->GetSourceSubNodeID() : e->GetDestSubNodeID();
