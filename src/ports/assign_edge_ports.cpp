@@ -22,7 +22,10 @@ CNode* OtherEnd(const CEdge* e, const CNode* node) {
 void CConnectedGraph::SortNodeEdges(CNode* node, EdgeSet& edges, std::vector<CEdge*>& sorted) {
     const int ownRow = node->GetNodePos().nRow;
     const std::size_t start = sorted.size();
-    sorted.insert(sorted.end(), edges.begin(), edges.end());
+    // One pass over the set: a range insert would walk it twice (count, copy).
+    for (CEdge* e : edges) {
+        sorted.push_back(e);
+    }
     auto before = [node, ownRow](const CEdge* a, const CEdge* b) {
         const _tagNode p = OtherEnd(a, node)->GetNodePos();
         const _tagNode q = OtherEnd(b, node)->GetNodePos();
