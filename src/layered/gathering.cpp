@@ -212,11 +212,10 @@ bool CLayeredLayout::GatherNeighbourGroups() {
             }
             return true;
         },
-        [](CLayerNode* node, auto& meetSurely) {
+        [&group](CLayerNode* node, auto& meetSurely) {
             if (node->m_setSiblings.empty()) {
                 return false;
             }
-            LayerNodeList group;
             BuildNeighbourGroup(node, group);
             return group.size() < 2 || !meetSurely(group);
         });

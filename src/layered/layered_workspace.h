@@ -311,6 +311,8 @@ private:
     // walk's queue.
     std::vector<CLayerNode*> m_vecSplitClimb;
     std::vector<CLayerNode*> m_vecSplitQueue;
+    // Scratch of PushTowardSide: (moved node, next parent index) frames.
+    std::vector<std::pair<CLayerNode*, std::size_t>> m_vecPushStack;
     netloom::layered::StepHook m_stepHook;
 };
 

@@ -139,22 +139,20 @@ bool CLayeredLayout::PushTowardSide(CLayerNode* stop, CLayerNode* parent, CLayer
     if (parent == nullptr || node == nullptr) {
         return false;
     }
-    struct Frame {
-        CLayerNode* node; // the node that was just moved; its parents come next
-        std::size_t nextParent;
-    };
     if (!PushInParent(stop, parent, node, towardEnd, mark)) {
         return true;
     }
-    std::vector<Frame> stack{{parent, 0}};
+    // Frames: the node that was just moved, and the index of its parent to come.
+    std::vector<std::pair<CLayerNode*, std::size_t>>& stack = m_vecPushStack;
+    stack.assign(1, {parent, 0});
     while (!stack.empty()) {
-        Frame& top = stack.back();
-        if (top.nextParent == top.node->m_vecParents.size()) {
+        auto& top = stack.back();
+        if (top.second == top.first->m_vecParents.size()) {
             stack.pop_back();
             continue;
         }
-        CLayerNode* moved = top.node;
-        CLayerNode* grandparent = moved->m_vecParents[top.nextParent++];
+        CLayerNode* moved = top.first;
+        CLayerNode* grandparent = moved->m_vecParents[top.second++];
         if (PushInParent(stop, grandparent, moved, towardEnd, mark)) {
             stack.push_back({grandparent, 0});
         }
