@@ -44,9 +44,19 @@ CLayerNode* CLayeredLayout::FindLayerNode(int id) const {
 }
 
 std::vector<CLayerNode*> CLayeredLayout::GetLayerNodesById() const {
-    std::vector<CLayerNode*> nodes = m_mapLayerNodes;
-    std::sort(nodes.begin(), nodes.end(),
-              [](const CLayerNode* a, const CLayerNode* b) { return a->m_iID < b->m_iID; });
+    // Sorted as (id, node) pairs: the comparisons read no node. Ids are unique.
+    std::vector<std::pair<int, CLayerNode*>> keyed;
+    keyed.reserve(m_mapLayerNodes.size());
+    for (CLayerNode* node : m_mapLayerNodes) {
+        keyed.emplace_back(node->m_iID, node);
+    }
+    std::sort(keyed.begin(), keyed.end(),
+              [](const auto& a, const auto& b) { return a.first < b.first; });
+    std::vector<CLayerNode*> nodes;
+    nodes.reserve(keyed.size());
+    for (const auto& entry : keyed) {
+        nodes.push_back(entry.second);
+    }
     return nodes;
 }
 
