@@ -5,12 +5,50 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <map>
+#include <vector>
 
 namespace {
 
 CNode* OtherEnd(const CEdge* e, const CNode* node) {
     return e->GetSourceNode() == node ? e->GetDestNode() : e->GetSourceNode();
 }
+
+// Edges already placed, by id: one flag per id when the component's edge ids
+// lie close together, a flat table otherwise and for ids outside their range.
+class PlacedEdges {
+public:
+    explicit PlacedEdges(const std::map<int, CEdge*>& edges) {
+        if (!edges.empty()) {
+            const long long low = edges.begin()->first;
+            const long long span = static_cast<long long>(edges.rbegin()->first) - low + 1;
+            if (span <= 4 * static_cast<long long>(edges.size()) + 64) {
+                m_low = low;
+                m_flags.assign(static_cast<std::size_t>(span), 0);
+                return;
+            }
+        }
+        m_table.Reserve(edges.size());
+    }
+
+    // True the first time the id is given.
+    bool Claim(int id) {
+        const long long slot = static_cast<long long>(id) - m_low;
+        char& done = slot >= 0 && slot < static_cast<long long>(m_flags.size())
+                         ? m_flags[static_cast<std::size_t>(slot)]
+                         : m_table.FindOrInsert(netloom::detail::IdKey(id), 0);
+        if (done != 0) {
+            return false;
+        }
+        done = 1;
+        return true;
+    }
+
+private:
+    long long m_low = 0;
+    std::vector<char> m_flags;
+    netloom::detail::FlatHashMap<char> m_table;
+};
 
 } // namespace
 
@@ -56,9 +94,8 @@ void CConnectedGraph::SortNodeEdges(CNode* node, EdgeSet& edges, std::vector<CEd
 // downward, close same-row neighbours use the left and right sides while those
 // hold fewer than 4 ports and the edge is unique, and the rest go to the up side.
 void CConnectedGraph::AssignEdgePorts() {
-    // Edges already placed, by id: each is placed from the first of its ends.
-    netloom::detail::FlatHashMap<char> processed;
-    processed.Reserve(m_mapEdges.size());
+    // Each edge is placed from the first of its ends.
+    PlacedEdges processed(m_mapEdges);
     std::vector<CEdge*> list;
     for (const auto& row : m_mapGridRows) {
         for (const _tagNode& record : row.second) {
@@ -69,11 +106,9 @@ void CConnectedGraph::AssignEdgePorts() {
             list.clear();
             SortNodeEdges(x, x->GetEdges(), list);
             for (CEdge* e : list) {
-                char& done = processed.FindOrInsert(netloom::detail::IdKey(e->GetID()), 0);
-                if (done != 0) {
+                if (!processed.Claim(e->GetID())) {
                     continue;
                 }
-                done = 1;
                 const bool xIsSource = e->GetSourceNode() == x;
                 CNode* y = xIsSource ? e->GetDestNode() : e->GetSourceNode();
                 const int xPort = xIsSource ? e->GetSourceSubNodeID() : e->GetDestSubNodeID();
