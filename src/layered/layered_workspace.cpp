@@ -12,6 +12,13 @@ CLayeredLayout::CLayeredLayout(CNetworkGraph* graph, int colUnit)
         m_iMaxColCount = m_pGraph->GetMaxColCount();
     }
     BuildIDMap(std::set<int>());
+    if (m_pGraph != nullptr && !m_pGraph->GetNodeMap().empty()) {
+        const auto& nodes = m_pGraph->GetNodeMap();
+        const long long top = ToLayoutID(nodes.rbegin()->first);
+        if (top > 0 && top <= 4 * static_cast<long long>(nodes.size()) + 64) {
+            m_vecLayerNodeById.assign(static_cast<std::size_t>(top) + 1, nullptr);
+        }
+    }
     m_pRoot = GetOrCreateLayerNode(0, -1);
 }
 
@@ -31,7 +38,11 @@ CLayerNode* CLayeredLayout::GetOrCreateLayerNode(int id, int level) {
 CLayerNode* CLayeredLayout::CreateLayerNode(int id, int level) {
     CLayerNode* node = &m_layerNodeStore.emplace_back(id, level);
     m_mapLayerNodes.push_back(node);
-    m_mapLayerNodeIndex.InsertMulti(netloom::detail::IdKey(id), node);
+    if (id > 0 && static_cast<std::size_t>(id) < m_vecLayerNodeById.size()) {
+        m_vecLayerNodeById[static_cast<std::size_t>(id)] = node;
+    } else {
+        m_mapLayerNodeIndex.InsertMulti(netloom::detail::IdKey(id), node);
+    }
     if (node->m_iLevel > m_iMaxLevel) {
         m_iMaxLevel = node->m_iLevel;
     }
@@ -39,6 +50,9 @@ CLayerNode* CLayeredLayout::CreateLayerNode(int id, int level) {
 }
 
 CLayerNode* CLayeredLayout::FindLayerNode(int id) const {
+    if (id > 0 && static_cast<std::size_t>(id) < m_vecLayerNodeById.size()) {
+        return m_vecLayerNodeById[static_cast<std::size_t>(id)];
+    }
     CLayerNode* const* found = m_mapLayerNodeIndex.Find(netloom::detail::IdKey(id));
     return found == nullptr ? nullptr : *found;
 }

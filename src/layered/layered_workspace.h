@@ -302,7 +302,10 @@ private:
     std::int32_t m_iColUnit;
 
     std::int32_t m_iWalkCounter = 0;
-    // Layer nodes by id without walking the ordered map.
+    // Layer nodes by id without walking the ordered map: ids from 1 below the
+    // array's size by position (sized at construction when the component's ids
+    // lie close together), all others in the flat table.
+    std::vector<CLayerNode*> m_vecLayerNodeById;
     netloom::detail::FlatHashMap<CLayerNode*> m_mapLayerNodeIndex;
     // Sorted host ids when they are remapped; empty for the identity.
     std::vector<int> m_vecHostIDs;
