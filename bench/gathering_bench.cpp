@@ -26,6 +26,10 @@ void BM_Grid100(benchmark::State& state) {
 void BM_LayeredDag10k(benchmark::State& state) {
     Run(state, netloom_test::LayeredDag(50, 200, 5200, 3), static_cast<int>(state.range(0)));
 }
+// The same family ten times deeper: 500 layers of 200 nodes.
+void BM_LayeredDag100k(benchmark::State& state) {
+    Run(state, netloom_test::LayeredDag(500, 200, 52000, 3), static_cast<int>(state.range(0)));
+}
 // Layers of 20 nodes, each with one parent in the layer above, plus two extra
 // edges per node between adjacent layers. range(1): node count.
 void BM_DenseDag(benchmark::State& state) {
@@ -47,6 +51,7 @@ void BM_Sparse(benchmark::State& state) {
 // range(0): layout type (2 tree, 8 hierarchy).
 BENCHMARK(BM_Grid100)->Arg(2)->Arg(8)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_LayeredDag10k)->Arg(2)->Arg(8)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_LayeredDag100k)->Arg(2)->Arg(8)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_DenseDag)
     ->Args({2, 1000})
     ->Args({8, 1000})

@@ -83,7 +83,8 @@ int CLayeredLayout::BuildAncestorCone(const LayerNodeList& group, AncestorCone& 
         cone.memberMasks[m * words + m / 64] |= kOne << (m % 64);
     }
     cone.stepStart.push_back(static_cast<std::uint32_t>(members));
-    std::vector<std::uint64_t> present(words);
+    std::vector<std::uint64_t>& present = cone.present;
+    present.assign(words, 0);
     for (int step = 0;; ++step) {
         const std::size_t begin = cone.stepStart[static_cast<std::size_t>(step)];
         const std::size_t end = cone.stepStart[static_cast<std::size_t>(step) + 1];
@@ -114,7 +115,9 @@ int CLayeredLayout::BuildAncestorCone(const LayerNodeList& group, AncestorCone& 
                     pass.Set(parent->m_iWalkMark);
                     parent->m_iWalkIndex = static_cast<std::int32_t>(index);
                     cone.nodes.push_back(parent);
-                    cone.memberMasks.resize(cone.memberMasks.size() + words, 0);
+                    for (std::size_t w = 0; w < words; ++w) {
+                        cone.memberMasks.push_back(0); // inline, unlike resize
+                    }
                 }
                 cone.parentIndex.push_back(static_cast<std::uint32_t>(index));
                 std::uint64_t* to = &cone.memberMasks[index * words];
@@ -156,16 +159,18 @@ CLayerNode* CLayeredLayout::GreedyFirstSingleton(int meet, AncestorCone& cone) {
         }
     }
 
-    std::vector<std::uint64_t> allowed(words, 0);
+    std::vector<std::uint64_t>& allowed = cone.allowed;
+    allowed.assign(words, 0);
     for (std::size_t c = 0; c < cone.candidateEntries.size(); ++c) {
         allowed[c / 64] |= kOne << (c % 64);
     }
     cone.reached.assign(count, 0);
-    std::vector<std::uint32_t> current(cone.stepStart[1]);
+    std::vector<std::uint32_t>& current = cone.current;
+    current.resize(cone.stepStart[1]);
     for (std::uint32_t e = 0; e < cone.stepStart[1]; ++e) {
         current[e] = e;
     }
-    std::vector<std::uint32_t> chosen;
+    std::vector<std::uint32_t>& chosen = cone.chosen;
     for (int step = 1; step <= meet; ++step) {
         chosen.clear();
         std::ptrdiff_t firstDetour = -1;
@@ -230,7 +235,10 @@ CLayerNode* CLayeredLayout::GreedyFirstSingleton(int meet, AncestorCone& cone) {
 // The nearest node that all members reach by the same number of parent steps:
 // the first singleton of the generation-by-generation enumeration of parent
 // choices. Every member of an examined set of two or more gets searchStamp.
-CLayerNode* CLayeredLayout::FindCommonAncestor(LayerNodeList group, int searchStamp) {
+CLayerNode* CLayeredLayout::FindCommonAncestor(const LayerNodeList& members, int searchStamp) {
+    AncestorCone& cone = m_ancestorCone;
+    LayerNodeList& group = cone.members;
+    group.assign(members.begin(), members.end());
     std::sort(group.begin(), group.end(), netloom::CreationOrderLess());
     group.erase(std::unique(group.begin(), group.end()), group.end());
     if (group.size() == 1) {
@@ -239,7 +247,6 @@ CLayerNode* CLayeredLayout::FindCommonAncestor(LayerNodeList group, int searchSt
     if (group.empty()) {
         return nullptr;
     }
-    AncestorCone& cone = m_ancestorCone;
     const netloom::layered::PassMark search(searchStamp);
     const int meet = BuildAncestorCone(group, cone);
     CLayerNode* ancestor = nullptr;

@@ -123,8 +123,10 @@ static void BuildNeighbourGroup(CLayerNode* node, LayerNodeList& group) {
 // above them under their nearest common ancestor; the shared child goes to the
 // end of the first reached parent's list and to the front of the others'.
 bool CLayeredLayout::GatherSharedChildParents() {
+    LayerNodeList rest;
+    LayerNodeList first;
     RunGatheringPass(
-        [this](CLayerNode* node, netloom::layered::PassMark stamp, int& extra) {
+        [this, &rest, &first](CLayerNode* node, netloom::layered::PassMark stamp, int& extra) {
             if (stamp.Reached(node->m_iVisitStamp)) {
                 return true;
             }
@@ -139,8 +141,8 @@ bool CLayeredLayout::GatherSharedChildParents() {
                 return false;
             }
             CLayerNode* start = PinPathChildren(ancestor, searchStamp, kSharedChildMark);
-            LayerNodeList rest;
-            LayerNodeList first;
+            rest.clear();
+            first.clear();
             SplitByFirstReached(start, node->m_vecParents, rest, first);
             // The node's own pin is reset before each push so that it moves in every
             // parent's list; the parents and their branches stay pinned.
@@ -169,14 +171,16 @@ bool CLayeredLayout::GatherSharedChildParents() {
 // the branches leading to the group under its nearest common ancestor and moves
 // each member toward the others in its parents' lists.
 bool CLayeredLayout::GatherNeighbourGroups() {
+    LayerNodeList group;
+    LayerNodeList rest;
+    LayerNodeList first;
     RunGatheringPass(
-        [this](CLayerNode* node, netloom::layered::PassMark stamp, int& extra) {
+        [&](CLayerNode* node, netloom::layered::PassMark stamp, int& extra) {
             if (stamp.Reached(node->m_iVisitStamp) || node->m_setSiblings.empty()) {
                 return true;
             }
             stamp.Set(node->m_iVisitStamp);
             ++extra;
-            LayerNodeList group;
             BuildNeighbourGroup(node, group);
             if (group.size() < 2) {
                 return false;
@@ -187,8 +191,8 @@ bool CLayeredLayout::GatherNeighbourGroups() {
                 return false;
             }
             CLayerNode* start = PinPathChildren(ancestor, searchStamp, kNeighbourGroupMark);
-            LayerNodeList rest;
-            LayerNodeList first;
+            rest.clear();
+            first.clear();
             SplitByFirstReached(start, group, rest, first);
             auto push = [&](CLayerNode* member, bool towardEnd) {
                 const int saved = member->m_iPinMark;
@@ -208,11 +212,10 @@ bool CLayeredLayout::GatherNeighbourGroups() {
             }
             return true;
         },
-        [](CLayerNode* node, auto& meetSurely) {
+        [&group](CLayerNode* node, auto& meetSurely) {
             if (node->m_setSiblings.empty()) {
                 return false;
             }
-            LayerNodeList group;
             BuildNeighbourGroup(node, group);
             return group.size() < 2 || !meetSurely(group);
         });

@@ -421,17 +421,16 @@ bool CLayeredLayout::MoreParentsFirst(const CLayerNode* a, const CLayerNode* b) 
 
 namespace {
 // One key per (row, column) pair.
-std::int64_t CellKey(int row, int col) {
-    return static_cast<std::int64_t>(
-        (static_cast<std::uint64_t>(static_cast<std::uint32_t>(row)) << 32) |
-        static_cast<std::uint32_t>(col));
+std::uint64_t CellKey(int row, int col) {
+    return (static_cast<std::uint64_t>(static_cast<std::uint32_t>(row)) << 32) |
+           static_cast<std::uint32_t>(col);
 }
 } // namespace
 
 bool CLayeredLayout::IsCellOccupied(int row, int col) const {
-    return m_setOccupiedCells.count(CellKey(row, col)) != 0;
+    return m_setOccupiedCells.Find(CellKey(row, col)) != nullptr;
 }
 
 void CLayeredLayout::MarkCellOccupied(int row, int col) {
-    m_setOccupiedCells.insert(CellKey(row, col));
+    m_setOccupiedCells.FindOrInsert(CellKey(row, col), 1);
 }

@@ -10,6 +10,9 @@ bool CLayeredLayout::CollectGridRecords(std::map<int, std::vector<_tagNode>>& ro
     if (m_pGraph != nullptr && m_pGraph->GetLayoutStrategy() != nullptr) {
         orientation = m_pGraph->GetLayoutStrategy()->GetDirection();
     }
+    // Nodes in id order mostly stay in one row for a while: the row last filed
+    // to is kept at hand.
+    auto last = rows.end();
     for (const CLayerNode* node : GetLayerNodesById()) {
         if (node->m_iID <= 0) {
             continue; // the virtual root and the dummies
@@ -37,7 +40,10 @@ bool CLayeredLayout::CollectGridRecords(std::map<int, std::vector<_tagNode>>& ro
             record.nCol = col;
             break;
         }
-        rows[record.nRow].push_back(record);
+        if (last == rows.end() || last->first != record.nRow) {
+            last = rows.try_emplace(record.nRow).first;
+        }
+        last->second.push_back(record);
     }
     return true;
 }

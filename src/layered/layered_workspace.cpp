@@ -12,21 +12,35 @@ CLayeredLayout::CLayeredLayout(CNetworkGraph* graph, int colUnit)
         m_iMaxColCount = m_pGraph->GetMaxColCount();
     }
     BuildIDMap(std::set<int>());
+    if (m_pGraph != nullptr && !m_pGraph->GetNodeMap().empty()) {
+        const auto& nodes = m_pGraph->GetNodeMap();
+        const long long top = ToLayoutID(nodes.rbegin()->first);
+        if (top > 0 && top <= 4 * static_cast<long long>(nodes.size()) + 64) {
+            m_vecLayerNodeById.assign(static_cast<std::size_t>(top) + 1, nullptr);
+        }
+    }
     m_pRoot = GetOrCreateLayerNode(0, -1);
 }
 
-CLayeredLayout::~CLayeredLayout() {
-    for (CLayerNode* node : m_mapLayerNodes) {
-        delete node;
-    }
-    m_mapLayerNodes.clear();
-}
+CLayeredLayout::~CLayeredLayout() = default;
 
 CLayerNode* CLayeredLayout::GetOrCreateLayerNode(int id, int level) {
     CLayerNode* node = FindLayerNode(id);
     if (node == nullptr) {
-        node = new CLayerNode(id, level);
-        m_mapLayerNodes.push_back(node);
+        return CreateLayerNode(id, level);
+    }
+    if (node->m_iLevel > m_iMaxLevel) {
+        m_iMaxLevel = node->m_iLevel;
+    }
+    return node;
+}
+
+CLayerNode* CLayeredLayout::CreateLayerNode(int id, int level) {
+    CLayerNode* node = &m_layerNodeStore.emplace_back(id, level);
+    m_mapLayerNodes.push_back(node);
+    if (id > 0 && static_cast<std::size_t>(id) < m_vecLayerNodeById.size()) {
+        m_vecLayerNodeById[static_cast<std::size_t>(id)] = node;
+    } else {
         m_mapLayerNodeIndex.InsertMulti(netloom::detail::IdKey(id), node);
     }
     if (node->m_iLevel > m_iMaxLevel) {
@@ -36,18 +50,36 @@ CLayerNode* CLayeredLayout::GetOrCreateLayerNode(int id, int level) {
 }
 
 CLayerNode* CLayeredLayout::FindLayerNode(int id) const {
+    if (id > 0 && static_cast<std::size_t>(id) < m_vecLayerNodeById.size()) {
+        return m_vecLayerNodeById[static_cast<std::size_t>(id)];
+    }
     CLayerNode* const* found = m_mapLayerNodeIndex.Find(netloom::detail::IdKey(id));
     return found == nullptr ? nullptr : *found;
 }
 
 std::vector<CLayerNode*> CLayeredLayout::GetLayerNodesById() const {
-    std::vector<CLayerNode*> nodes = m_mapLayerNodes;
-    std::sort(nodes.begin(), nodes.end(),
-              [](const CLayerNode* a, const CLayerNode* b) { return a->m_iID < b->m_iID; });
+    // Sorted as (id, node) pairs: the comparisons read no node. Ids are unique.
+    std::vector<std::pair<int, CLayerNode*>> keyed;
+    keyed.reserve(m_mapLayerNodes.size());
+    for (CLayerNode* node : m_mapLayerNodes) {
+        keyed.emplace_back(node->m_iID, node);
+    }
+    std::sort(keyed.begin(), keyed.end(),
+              [](const auto& a, const auto& b) { return a.first < b.first; });
+    std::vector<CLayerNode*> nodes;
+    nodes.reserve(keyed.size());
+    for (const auto& entry : keyed) {
+        nodes.push_back(entry.second);
+    }
     return nodes;
 }
 
 bool CLayeredLayout::IsLayoutEdge(int edgeID) const {
+    if (!m_vecLayoutEdgeFlags.empty()) {
+        const long long slot = static_cast<long long>(edgeID) - m_iLayoutEdgeBase;
+        return slot >= 0 && slot < static_cast<long long>(m_vecLayoutEdgeFlags.size()) &&
+               m_vecLayoutEdgeFlags[static_cast<std::size_t>(slot)] != 0;
+    }
     return std::binary_search(m_setLayoutEdges.begin(), m_setLayoutEdges.end(), edgeID);
 }
 

@@ -13,6 +13,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <deque>
 #include <functional>
 #include <map>
 #include <queue>
@@ -77,6 +78,9 @@ public:
     LayerNodeSet m_setSiblings;             // same-level neighbours
     std::int32_t m_iRowCapacity = 0x7fffffff;
     std::int32_t m_iPinMark = 0;
+    // The component node, once the level walk has met it from an edge; saves
+    // an id lookup per visit.
+    CNode* m_pGraphNode = nullptr;
 
     // Scratch of single walks, apart from the visit stamps: the walk that last
     // reached the node, and the node's index in that walk's arrays (its
@@ -110,6 +114,14 @@ struct AncestorCone {
     std::vector<std::uint64_t> candidateMasks;   // by entry: the candidates it reaches
     std::vector<char> alive;                     // by entry: reaches the meeting step
     std::vector<char> reached; // by entry: member of a set examined before the result
+    // Scratch of one search: the distinct members in creation order, the
+    // members present at a step, the candidates still allowed, and the entries
+    // of the current and the next generation's set.
+    std::vector<CLayerNode*> members;
+    std::vector<std::uint64_t> present;
+    std::vector<std::uint64_t> allowed;
+    std::vector<std::uint32_t> current;
+    std::vector<std::uint32_t> chosen;
 };
 
 } // namespace netloom::layered
@@ -189,7 +201,7 @@ public:
     bool BalanceIsolatedLeaves();
     bool GatherSharedChildParents();
     bool GatherNeighbourGroups();
-    CLayerNode* FindCommonAncestor(LayerNodeList group, int searchStamp);
+    CLayerNode* FindCommonAncestor(const LayerNodeList& group, int searchStamp);
     CLayerNode* PinPathChildren(CLayerNode* ancestor, int searchStamp, int mark);
     bool SplitByFirstReached(CLayerNode* start, LayerNodeList group, LayerNodeList& rest,
                              LayerNodeList& first);
@@ -235,6 +247,8 @@ public:
     int GetVisitStamp() const { return m_iVisitStamp; }
 
 private:
+    // A new layer node under an id that has none yet.
+    CLayerNode* CreateLayerNode(int id, int level);
     // Builds the id map from the component's ids and the extra ids.
     void BuildIDMap(const std::set<int>& extraIDs);
     // Links parent over child (both directions).
@@ -268,23 +282,40 @@ private:
     std::int32_t m_iLastDummyID = 0;
     CLayerNode* m_pRoot = nullptr;
     CNetworkGraph* m_pGraph;
-    // Every layer node, in creation order; owns them. Steps that depend on the
+    // Storage of the layer nodes: a deque keeps them in place as it grows and
+    // allocates them in blocks instead of one by one.
+    std::deque<CLayerNode> m_layerNodeStore;
+    // Every layer node, in creation order. Steps that depend on the
     // ascending id order take GetLayerNodesById(), the others walk this array,
     // which is cheaper than an ordered map for millions of nodes.
     std::vector<CLayerNode*> m_mapLayerNodes;
     // Ascending edge ids: an ordered set kept as a sorted array, filled in
     // ascending order and then only searched.
     std::vector<int> m_setLayoutEdges;
-    std::set<std::int64_t> m_setOccupiedCells;
+    // The same set as one flag per id from m_iLayoutEdgeBase on, when the ids
+    // are dense enough; empty otherwise.
+    std::vector<char> m_vecLayoutEdgeFlags;
+    std::int32_t m_iLayoutEdgeBase = 0;
+    // Occupied grid cells by (row, column) key; only ever asked for membership.
+    netloom::detail::FlatHashMap<char> m_setOccupiedCells;
     std::int32_t m_iMaxColCount;
     std::int32_t m_iColUnit;
 
     std::int32_t m_iWalkCounter = 0;
-    // Layer nodes by id without walking the ordered map.
+    // Layer nodes by id without walking the ordered map: ids from 1 below the
+    // array's size by position (sized at construction when the component's ids
+    // lie close together), all others in the flat table.
+    std::vector<CLayerNode*> m_vecLayerNodeById;
     netloom::detail::FlatHashMap<CLayerNode*> m_mapLayerNodeIndex;
     // Sorted host ids when they are remapped; empty for the identity.
     std::vector<int> m_vecHostIDs;
     netloom::layered::AncestorCone m_ancestorCone;
+    // Scratch of SplitByFirstReached: the upward walk's stack and the downward
+    // walk's queue.
+    std::vector<CLayerNode*> m_vecSplitClimb;
+    std::vector<CLayerNode*> m_vecSplitQueue;
+    // Scratch of PushTowardSide: (moved node, next parent index) frames.
+    std::vector<std::pair<CLayerNode*, std::size_t>> m_vecPushStack;
     netloom::layered::StepHook m_stepHook;
 };
 

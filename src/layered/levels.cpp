@@ -5,7 +5,6 @@
 #include <netloom/node.h>
 
 #include <algorithm>
-#include <unordered_set>
 
 // One layout edge per pair of joined nodes: the lowest edge id of the pair.
 bool CLayeredLayout::CollectLayoutEdges() {
@@ -15,8 +14,8 @@ bool CLayeredLayout::CollectLayoutEdges() {
     // Edges come in ascending id, so the ids are appended in order.
     m_setLayoutEdges.clear();
     const auto& edges = m_pGraph->GetEdgeMap();
-    std::unordered_set<std::uint64_t> pairs;
-    pairs.reserve(edges.size());
+    netloom::detail::FlatHashMap<char> pairs;
+    pairs.Reserve(edges.size());
     for (const auto& entry : edges) {
         const CEdge* e = entry.second;
         if (e == nullptr || e->GetSourceNode() == nullptr || e->GetDestNode() == nullptr) {
@@ -24,8 +23,24 @@ bool CLayeredLayout::CollectLayoutEdges() {
         }
         const std::uint64_t key =
             netloom::detail::PairKey(e->GetSourceNode()->GetID(), e->GetDestNode()->GetID());
-        if (pairs.insert(key).second) {
+        char& seen = pairs.FindOrInsert(key, 0);
+        if (seen == 0) {
+            seen = 1;
             m_setLayoutEdges.push_back(entry.first);
+        }
+    }
+    // Flags by id for the lookups of the level walks, when the edge ids do not
+    // spread far beyond their count.
+    m_vecLayoutEdgeFlags.clear();
+    if (!edges.empty()) {
+        const long long low = edges.begin()->first;
+        const long long span = static_cast<long long>(edges.rbegin()->first) - low + 1;
+        if (span <= 4 * static_cast<long long>(edges.size()) + 64) {
+            m_iLayoutEdgeBase = static_cast<std::int32_t>(low);
+            m_vecLayoutEdgeFlags.assign(static_cast<std::size_t>(span), 0);
+            for (int id : m_setLayoutEdges) {
+                m_vecLayoutEdgeFlags[static_cast<std::size_t>(id - low)] = 1;
+            }
         }
     }
     return true;
@@ -53,13 +68,17 @@ bool CLayeredLayout::AssignLevelsBreadthFirst(std::queue<CLayerNode*>& queue) {
         return true;
     }
     const netloom::layered::PassMark expanded = NewWalkMark();
+    // The children met from one node, linked after its edges are read so that
+    // its child list grows once.
+    std::vector<CLayerNode*> children;
     while (!queue.empty()) {
         CLayerNode* u = queue.front();
         queue.pop();
-        CNode* node = FindGraphNode(u->m_iID);
+        CNode* node = u->m_pGraphNode != nullptr ? u->m_pGraphNode : FindGraphNode(u->m_iID);
         if (node == nullptr || expanded.Holds(u->m_iWalkMark)) {
             continue;
         }
+        children.clear();
         for (CEdge* e : node->GetEdges()) {
             if (!IsLayoutEdge(e->GetID())) {
                 continue;
@@ -70,14 +89,24 @@ bool CLayeredLayout::AssignLevelsBreadthFirst(std::queue<CLayerNode*>& queue) {
             if (known != nullptr && known != u && expanded.Holds(known->m_iWalkMark)) {
                 continue; // crossed from the other end
             }
-            CLayerNode* v = GetOrCreateLayerNode(otherID, u->m_iLevel + 1);
+            CLayerNode* v = known;
+            if (v == nullptr) {
+                v = CreateLayerNode(otherID, u->m_iLevel + 1);
+                v->m_pGraphNode = other;
+            } else if (v->m_iLevel > m_iMaxLevel) {
+                m_iMaxLevel = v->m_iLevel;
+            }
             if (v->m_iLevel == u->m_iLevel) {
                 u->AddSibling(v);
                 v->AddSibling(u);
             } else if (v->m_iLevel > u->m_iLevel) {
-                LinkParentChild(u, v);
-                queue.push(v);
+                children.push_back(v);
             }
+        }
+        u->m_vecChildren.reserve(u->m_vecChildren.size() + children.size());
+        for (CLayerNode* v : children) {
+            LinkParentChild(u, v);
+            queue.push(v);
         }
         expanded.Set(u->m_iWalkMark);
     }
@@ -99,7 +128,15 @@ bool CLayeredLayout::ChooseTreeRoot(std::queue<CLayerNode*>& roots) {
     if (ids.empty()) {
         return true;
     }
-    auto indexOf = [&ids](int id) {
+    // Ids without gaps (the usual case) index directly.
+    const bool dense =
+        static_cast<long long>(ids.back()) - ids.front() + 1 == static_cast<long long>(ids.size());
+    auto indexOf = [&ids, dense](int id) {
+        if (dense) {
+            const long long slot = static_cast<long long>(id) - ids.front();
+            return slot >= 0 && slot < static_cast<long long>(ids.size()) ? static_cast<int>(slot)
+                                                                          : -1;
+        }
         auto found = std::lower_bound(ids.begin(), ids.end(), id);
         return found != ids.end() && *found == id ? static_cast<int>(found - ids.begin()) : -1;
     };

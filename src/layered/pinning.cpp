@@ -1,7 +1,7 @@
 #include "layered/layered_workspace.h"
 
 #include <algorithm>
-#include <deque>
+#include <vector>
 
 namespace {
 
@@ -79,7 +79,8 @@ bool CLayeredLayout::SplitByFirstReached(CLayerNode* start, LayerNodeList group,
     }
     const netloom::layered::PassMark region = NewWalkMark();
     bool confined = true;
-    std::vector<CLayerNode*> climb;
+    std::vector<CLayerNode*>& climb = m_vecSplitClimb;
+    climb.clear();
     for (CLayerNode* member : group) {
         if (region.Claim(member->m_iWalkMark)) {
             climb.push_back(member);
@@ -103,14 +104,16 @@ bool CLayeredLayout::SplitByFirstReached(CLayerNode* start, LayerNodeList group,
     };
 
     const netloom::layered::PassMark walk = NewWalkMark();
-    std::deque<CLayerNode*> queue;
+    // A first-in first-out queue: the walk ends at the first member, so the
+    // array is only read forward.
+    std::vector<CLayerNode*>& queue = m_vecSplitQueue;
+    queue.clear();
     if (worth(start)) {
         queue.push_back(start);
     }
     walk.Set(start->m_iInnerWalkMark);
-    while (!queue.empty()) {
-        CLayerNode* x = queue.front();
-        queue.pop_front();
+    for (std::size_t head = 0; head < queue.size(); ++head) {
+        CLayerNode* x = queue[head];
         auto member = std::find(group.begin(), group.end(), x);
         if (member != group.end()) {
             first.push_back(x);
@@ -136,22 +139,20 @@ bool CLayeredLayout::PushTowardSide(CLayerNode* stop, CLayerNode* parent, CLayer
     if (parent == nullptr || node == nullptr) {
         return false;
     }
-    struct Frame {
-        CLayerNode* node; // the node that was just moved; its parents come next
-        std::size_t nextParent;
-    };
     if (!PushInParent(stop, parent, node, towardEnd, mark)) {
         return true;
     }
-    std::vector<Frame> stack{{parent, 0}};
+    // Frames: the node that was just moved, and the index of its parent to come.
+    std::vector<std::pair<CLayerNode*, std::size_t>>& stack = m_vecPushStack;
+    stack.assign(1, {parent, 0});
     while (!stack.empty()) {
-        Frame& top = stack.back();
-        if (top.nextParent == top.node->m_vecParents.size()) {
+        auto& top = stack.back();
+        if (top.second == top.first->m_vecParents.size()) {
             stack.pop_back();
             continue;
         }
-        CLayerNode* moved = top.node;
-        CLayerNode* grandparent = moved->m_vecParents[top.nextParent++];
+        CLayerNode* moved = top.first;
+        CLayerNode* grandparent = moved->m_vecParents[top.second++];
         if (PushInParent(stop, grandparent, moved, towardEnd, mark)) {
             stack.push_back({grandparent, 0});
         }

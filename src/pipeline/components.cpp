@@ -3,6 +3,8 @@
 #include <netloom/params.h>
 
 #include <algorithm>
+#include <type_traits>
+#include <utility>
 #include <vector>
 
 void CNetworkGraph::DecomposeGraph() {
@@ -47,11 +49,26 @@ void CNetworkGraph::AddNodeandNeighbor(CNode* node) {
             edges.push_back(e);
         }
     }
-    auto byId = [](const auto* a, const auto* b) { return a->GetID() < b->GetID(); };
-    std::sort(nodes.begin(), nodes.end(), byId);
-    std::sort(edges.begin(), edges.end(), byId);
-    // Each edge is met from both of its ends.
-    edges.erase(std::unique(edges.begin(), edges.end()), edges.end());
+    // Sorted as (id, object) pairs, so that the comparisons read no object. Ids
+    // are unique within the nodes and within the edges; each edge is met from
+    // both of its ends.
+    auto sortById = [](auto& list) {
+        using Object = typename std::decay_t<decltype(list)>::value_type;
+        std::vector<std::pair<int, Object>> keyed;
+        keyed.reserve(list.size());
+        for (Object item : list) {
+            keyed.emplace_back(item->GetID(), item);
+        }
+        std::sort(keyed.begin(), keyed.end(),
+                  [](const auto& a, const auto& b) { return a.first < b.first; });
+        keyed.erase(std::unique(keyed.begin(), keyed.end()), keyed.end());
+        list.clear();
+        for (const auto& entry : keyed) {
+            list.push_back(entry.second);
+        }
+    };
+    sortById(nodes);
+    sortById(edges);
     for (CNode* n : nodes) {
         InsertNodeRecord(n);
         m_mapNodeDegree.emplace_hint(m_mapNodeDegree.end(), n->GetID(),

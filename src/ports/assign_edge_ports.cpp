@@ -1,14 +1,54 @@
 #include <netloom/connected_graph.h>
+#include <netloom/edge.h>
+
+#include "graph/flat_hash_map.h"
 
 #include <algorithm>
 #include <cstdlib>
-#include <unordered_set>
+#include <map>
+#include <vector>
 
 namespace {
 
 CNode* OtherEnd(const CEdge* e, const CNode* node) {
     return e->GetSourceNode() == node ? e->GetDestNode() : e->GetSourceNode();
 }
+
+// Edges already placed, by id: one flag per id when the component's edge ids
+// lie close together, a flat table otherwise and for ids outside their range.
+class PlacedEdges {
+public:
+    explicit PlacedEdges(const std::map<int, CEdge*>& edges) {
+        if (!edges.empty()) {
+            const long long low = edges.begin()->first;
+            const long long span = static_cast<long long>(edges.rbegin()->first) - low + 1;
+            if (span <= 4 * static_cast<long long>(edges.size()) + 64) {
+                m_low = low;
+                m_flags.assign(static_cast<std::size_t>(span), 0);
+                return;
+            }
+        }
+        m_table.Reserve(edges.size());
+    }
+
+    // True the first time the id is given.
+    bool Claim(int id) {
+        const long long slot = static_cast<long long>(id) - m_low;
+        char& done = slot >= 0 && slot < static_cast<long long>(m_flags.size())
+                         ? m_flags[static_cast<std::size_t>(slot)]
+                         : m_table.FindOrInsert(netloom::detail::IdKey(id), 0);
+        if (done != 0) {
+            return false;
+        }
+        done = 1;
+        return true;
+    }
+
+private:
+    long long m_low = 0;
+    std::vector<char> m_flags;
+    netloom::detail::FlatHashMap<char> m_table;
+};
 
 } // namespace
 
@@ -20,24 +60,42 @@ CNode* OtherEnd(const CEdge* e, const CNode* node) {
 void CConnectedGraph::SortNodeEdges(CNode* node, EdgeSet& edges, std::vector<CEdge*>& sorted) {
     const int ownRow = node->GetNodePos().nRow;
     const std::size_t start = sorted.size();
-    sorted.insert(sorted.end(), edges.begin(), edges.end());
-    std::stable_sort(sorted.begin() + static_cast<std::ptrdiff_t>(start), sorted.end(),
-                     [node, ownRow](const CEdge* a, const CEdge* b) {
-                         const _tagNode p = OtherEnd(a, node)->GetNodePos();
-                         const _tagNode q = OtherEnd(b, node)->GetNodePos();
-                         if (p.nRow != q.nRow) {
-                             return p.nRow < q.nRow;
-                         }
-                         return p.nRow == ownRow ? p.nCol > q.nCol : p.nCol < q.nCol;
-                     });
+    // One pass over the set: a range insert would walk it twice (count, copy).
+    for (CEdge* e : edges) {
+        sorted.push_back(e);
+    }
+    auto before = [node, ownRow](const CEdge* a, const CEdge* b) {
+        const _tagNode p = OtherEnd(a, node)->GetNodePos();
+        const _tagNode q = OtherEnd(b, node)->GetNodePos();
+        if (p.nRow != q.nRow) {
+            return p.nRow < q.nRow;
+        }
+        return p.nRow == ownRow ? p.nCol > q.nCol : p.nCol < q.nCol;
+    };
+    const auto first = sorted.begin() + static_cast<std::ptrdiff_t>(start);
+    // A stable order is unique: short lists take the insertion walk, which
+    // needs no buffer, long ones the stable sort.
+    if (sorted.end() - first > 32) {
+        std::stable_sort(first, sorted.end(), before);
+        return;
+    }
+    for (auto it = first; it != sorted.end(); ++it) {
+        CEdge* e = *it;
+        auto hole = it;
+        while (hole != first && before(e, *(hole - 1))) {
+            *hole = *(hole - 1);
+            --hole;
+        }
+        *hole = e;
+    }
 }
 
 // Puts both ends of every edge on a side of their node: edges to later rows leave
 // downward, close same-row neighbours use the left and right sides while those
 // hold fewer than 4 ports and the edge is unique, and the rest go to the up side.
 void CConnectedGraph::AssignEdgePorts() {
-    std::unordered_set<const CEdge*> processed;
-    processed.reserve(m_mapEdges.size());
+    // Each edge is placed from the first of its ends.
+    PlacedEdges processed(m_mapEdges);
     std::vector<CEdge*> list;
     for (const auto& row : m_mapGridRows) {
         for (const _tagNode& record : row.second) {
@@ -48,7 +106,7 @@ void CConnectedGraph::AssignEdgePorts() {
             list.clear();
             SortNodeEdges(x, x->GetEdges(), list);
             for (CEdge* e : list) {
-                if (!processed.insert(e).second) {
+                if (!processed.Claim(e->GetID())) {
                     continue;
                 }
                 const bool xIsSource = e->GetSourceNode() == x;

@@ -83,6 +83,39 @@ EdgeList LongTree(int n, std::uint32_t trial) {
 
 } // namespace
 
+// Layout edges by id, whether the ids are close together (looked up by flag)
+// or spread far apart (looked up by search): the same answers either way.
+TEST(LayeredLevels, LayoutEdgesWithCloseAndSpreadIds) {
+    struct Case {
+        std::vector<int> ids; // edges 1-2, 2-1, 2-3, 3-1 under these ids
+        std::vector<bool> layout;
+    };
+    const Case cases[] = {
+        {{10, 11, 12, 13}, {true, false, true, true}},
+        {{-7, 5, 1000000, 2000000000}, {true, false, true, true}},
+        {{40, 3, 900000, 8}, {false, true, true, true}},
+        {{100, 60, 90, 70}, {false, true, true, true}},
+    };
+    for (const Case& c : cases) {
+        CNetworkGraph g;
+        for (int id = 1; id <= 3; ++id) {
+            g.AddNode(id, id, id, false);
+        }
+        const std::pair<int, int> ends[] = {{1, 2}, {2, 1}, {2, 3}, {3, 1}};
+        for (std::size_t k = 0; k < 4; ++k) {
+            g.AddEdge(c.ids[k], ends[k].first, ends[k].second, 40, 0, 0, false);
+        }
+        CLayeredLayout ws(&g, 1);
+        ws.CollectLayoutEdges();
+        for (std::size_t k = 0; k < 4; ++k) {
+            EXPECT_EQ(ws.IsLayoutEdge(c.ids[k]), c.layout[k]) << c.ids[k];
+        }
+        for (int other : {0, 9, 14, 999999, -8, 2147483647}) {
+            EXPECT_FALSE(ws.IsLayoutEdge(other)) << other;
+        }
+    }
+}
+
 TEST(LayeredLevels, ParallelEdgesTriangleAndSharedChild) {
     // Edges 1 (1-2) and 2 (2-1) join one pair: only edge 1 is a layout edge.
     CNetworkGraph g;

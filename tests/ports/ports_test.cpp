@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <random>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -270,6 +272,40 @@ TEST(EdgeOrderTest, PortsMapToTheFirstEdgeAndEachEdgeIsListedOnce) {
     g.AddSortedEdge(more, 2);
     EXPECT_EQ(g.GetSortedEdges(), (std::vector<int>{42, 5, 4, 6}));
     EXPECT_EQ(g.GetSortedEdgesInGraph().back(), 2);
+}
+
+// Edge ids close together (placed edges kept as flags) and spread far apart
+// (kept in a table), in the same order: every node gets the same ports.
+TEST(PortAssignmentTest, CloseAndSpreadEdgeIdsGiveTheSamePorts) {
+    for (std::uint32_t seed : {1u, 2u, 3u, 4u}) {
+        std::mt19937 rng(seed);
+        const int n = 60;
+        std::vector<std::pair<int, int>> ends;
+        for (int v = 2; v <= n; ++v) {
+            ends.emplace_back(1 + static_cast<int>(rng() % static_cast<unsigned>(v - 1)), v);
+        }
+        for (int k = 0; k < n; ++k) {
+            ends.emplace_back(1 + static_cast<int>(rng() % n), 1 + static_cast<int>(rng() % n));
+        }
+        std::vector<std::vector<Ports>> sides[2];
+        for (int spread = 0; spread < 2; ++spread) {
+            CNetworkGraph g;
+            for (int id = 1; id <= n; ++id) {
+                g.AddNode(id, 0, 0, false);
+            }
+            for (int k = 0; k < static_cast<int>(ends.size()); ++k) {
+                const int id = spread != 0 ? 7 + k * 100003 : k + 1;
+                g.AddEdge(id, ends[k].first, ends[k].second, 40, 1000 + 2 * k, 1001 + 2 * k, false);
+            }
+            g.Layout(40, CNetworkGraph::m_iHierarchyLayout, 200);
+            for (int id = 1; id <= n; ++id) {
+                const CNode* node = g.GetNode(id);
+                sides[spread].push_back({node->GetUpsideSubs(), node->GetDownsideSubs(),
+                                         node->GetRightsideSubs(), node->GetLeftsideSubs()});
+            }
+        }
+        EXPECT_EQ(sides[0], sides[1]) << "seed " << seed;
+    }
 }
 
 TEST(EdgeOrderTest, HubsListTheSameEdgesAsThePortByPortSearch) {
