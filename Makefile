@@ -97,7 +97,8 @@ fuzz:
 	./scripts/run-fuzzers.sh build/fuzz/fuzz $(FUZZ_SECONDS)
 
 # Optimised benchmarks (not part of the tests).
-bench: deps
+bench:
+	@./scripts/ensure-deps.sh bench
 	cmake -S . -B build/bench -DCMAKE_BUILD_TYPE=Release -DNETLOOM_BUILD_TESTS=OFF \
 	      -DNETLOOM_BUILD_BENCH=ON
 	cmake --build build/bench -j $(JOBS)

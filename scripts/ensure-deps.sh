@@ -4,13 +4,16 @@
 set -euo pipefail
 
 # `ensure-deps.sh fuzz` also checks what the fuzzers need; `ensure-deps.sh
-# platforms` what the cross-platform check needs (cross compilers, qemu, wine).
+# platforms` what the cross-platform check needs (cross compilers, qemu, wine);
+# `ensure-deps.sh bench` the peer library the benchmarks compare against.
 extra=()
 if [ "${1:-}" = fuzz ]; then
     extra=(clang libclang-rt-14-dev)
 elif [ "${1:-}" = platforms ]; then
     extra=(g++-i686-linux-gnu g++-aarch64-linux-gnu qemu-user g++-mingw-w64-x86-64
            g++-mingw-w64-i686 wine wine64 googletest)
+elif [ "${1:-}" = bench ]; then
+    extra=(python3-igraph)
 fi
 packages=("${extra[@]}" cmake make g++ pkg-config libgtest-dev libgmock-dev libbenchmark-dev
           python3 python3-dev pybind11-dev python3-numpy python3-networkx python3-pytest
