@@ -216,6 +216,8 @@ bool Crowded(const std::vector<Spot>& spots, double s, double cellW, double cell
     return false;
 }
 
+constexpr double kNever = std::numeric_limits<double>::infinity();
+
 bool Overlap(const Spot& a, const Spot& b, double s) {
     return std::fabs(a.x - b.x) * s < (a.w + b.w) / 2 + kGap &&
            std::fabs(a.y - b.y) * s < (a.h + b.h) / 2 + kGap;
@@ -231,7 +233,12 @@ bool GridNeighbours(const Spot& a, const Spot& b, double s, double cellW, double
            std::llabs(cell(a.y, cellH) - cell(b.y, cellH)) <= 1;
 }
 
-using SpotPair = std::pair<std::uint32_t, std::uint32_t>;
+// Two spots whose boxes overlap at some scale, and the scale above which
+// they are apart (to rounding: they overlap only below t (1 + 1e-15)).
+struct SpotPair {
+    double t;
+    std::uint32_t i, j;
+};
 
 // The pairs of spots whose boxes overlap at scale lo, into pairs; false when
 // there are more than limit of them or the coordinates are too large for the
@@ -264,11 +271,16 @@ bool PairsOverlappingAt(const std::vector<Spot>& spots, double lo, double cellW,
             auto k = std::lower_bound(binned.begin(), binned.end(),
                                       Binned{a.cy + dy, fromX, dy == 0 ? a.spot + 1 : 0});
             for (; k != binned.end() && k->cy == a.cy + dy && k->cx <= a.cx + 1; ++k) {
-                if (Overlap(spots[a.spot], spots[k->spot], lo)) {
+                const Spot& p = spots[a.spot];
+                const Spot& q = spots[k->spot];
+                if (Overlap(p, q, lo)) {
                     if (pairs.size() == limit) {
                         return false;
                     }
-                    pairs.emplace_back(a.spot, k->spot);
+                    const double dx = std::fabs(p.x - q.x), dy = std::fabs(p.y - q.y);
+                    const double tx = dx > 0.0 ? ((p.w + q.w) / 2 + kGap) / dx : kNever;
+                    const double ty = dy > 0.0 ? ((p.h + q.h) / 2 + kGap) / dy : kNever;
+                    pairs.push_back({std::min(tx, ty), a.spot, k->spot});
                 }
             }
         }
@@ -276,13 +288,17 @@ bool PairsOverlappingAt(const std::vector<Spot>& spots, double lo, double cellW,
     return true;
 }
 
-// Crowded, answered from the pairs that overlap at a smaller scale: a pair
-// overlapping at s overlaps at every smaller scale, so no other pair can.
+// Crowded, answered from the pairs that overlap at a smaller scale, largest t
+// first: a pair overlapping at s overlaps at every smaller scale, so no other
+// pair can, and none whose t lies below s.
 bool CrowdedAmong(const std::vector<Spot>& spots, const std::vector<SpotPair>& pairs, double s,
                   double cellW, double cellH, std::size_t allowed, std::vector<std::uint32_t>& mark,
                   std::uint32_t stamp) {
     std::size_t count = 0;
-    for (const auto& [i, j] : pairs) {
+    for (const auto& [t, i, j] : pairs) {
+        if (t < s * (1.0 - 1e-12)) {
+            return false;
+        }
         const Spot& a = spots[i];
         const Spot& b = spots[j];
         if (!Overlap(a, b, s) || !GridNeighbours(a, b, s, cellW, cellH)) {
@@ -339,6 +355,9 @@ double ClearingScale(const std::vector<DrawnNode>& nodes, double eps, double cro
     // boxes on few spots), each scale takes a pass of the grid instead.
     std::vector<SpotPair> pairs;
     const bool paired = PairsOverlappingAt(spots, lo, cellW, cellH, 8 * spots.size(), pairs);
+    std::sort(pairs.begin(), pairs.end(), [](const SpotPair& a, const SpotPair& b) {
+        return a.t != b.t ? a.t > b.t : a.i != b.i ? a.i < b.i : a.j < b.j;
+    });
     std::vector<std::uint32_t> mark(paired && allowed > 0 ? spots.size() : 0, 0);
     std::uint32_t stamp = 0;
     while (hi - lo > hi * 1e-9) {
@@ -347,14 +366,6 @@ double ClearingScale(const std::vector<DrawnNode>& nodes, double eps, double cro
             paired ? CrowdedAmong(spots, pairs, mid, cellW, cellH, allowed, mark, ++stamp)
                    : crowded(mid);
         (over ? lo : hi) = mid;
-        if (over && paired) {
-            // The pairs apart at the new lo stay apart above it.
-            pairs.erase(std::remove_if(pairs.begin(), pairs.end(),
-                                       [&](const SpotPair& p) {
-                                           return !Overlap(spots[p.first], spots[p.second], lo);
-                                       }),
-                        pairs.end());
-        }
     }
     return hi;
 }
@@ -386,24 +397,39 @@ void Loops(const Request& request, const Result& result, Drawing& d) {
 
 // Straight edges; parallel edges bend apart.
 void StraightEdges(const Request& request, Drawing& d) {
-    std::map<std::pair<std::size_t, std::size_t>, std::vector<std::size_t>> pairs;
-    for (std::size_t j = 0; j < request.EdgeCount(); ++j) {
+    // The edges grouped by their two ends, each group in edge order.
+    const std::size_t m = request.EdgeCount();
+    struct Ends {
+        std::size_t lo, hi, edge;
+        bool operator<(const Ends& o) const {
+            return lo != o.lo ? lo < o.lo : hi != o.hi ? hi < o.hi : edge < o.edge;
+        }
+    };
+    std::vector<Ends> order(m);
+    for (std::size_t j = 0; j < m; ++j) {
         const std::size_t s = request.sources[j], t = request.targets[j];
-        pairs[{std::min(s, t), std::max(s, t)}].push_back(j);
+        order[j] = {std::min(s, t), std::max(s, t), j};
     }
+    std::sort(order.begin(), order.end());
     const double unit = 1.0 / d.scale;
-    for (const auto& [ends, group] : pairs) {
-        const DrawnNode& a = d.nodes[ends.first];
-        const DrawnNode& b = d.nodes[ends.second];
-        for (std::size_t k = 0; k < group.size(); ++k) {
-            DrawnEdge& out = d.edges[group[k]];
-            const DrawnNode& from = d.nodes[request.sources[group[k]]];
-            const DrawnNode& to = d.nodes[request.targets[group[k]]];
-            if (ends.first == ends.second) {
+    for (std::size_t first = 0, last = 0; first < m; first = last) {
+        const Ends& pair = order[first];
+        for (last = first + 1; last < m && order[last].lo == pair.lo && order[last].hi == pair.hi;
+             ++last) {
+        }
+        const std::size_t count = last - first;
+        const DrawnNode& a = d.nodes[pair.lo];
+        const DrawnNode& b = d.nodes[pair.hi];
+        for (std::size_t k = 0; k < count; ++k) {
+            const std::size_t j = order[first + k].edge;
+            DrawnEdge& out = d.edges[j];
+            const DrawnNode& from = d.nodes[request.sources[j]];
+            const DrawnNode& to = d.nodes[request.targets[j]];
+            if (pair.lo == pair.hi) {
                 continue; // drawn by Loops
             }
             const double offset =
-                (static_cast<double>(k) - static_cast<double>(group.size() - 1) / 2.0) * kParallel *
+                (static_cast<double>(k) - static_cast<double>(count - 1) / 2.0) * kParallel *
                 unit;
             if (offset == 0.0 || (a.x == b.x && a.y == b.y)) {
                 out.points = {BorderToward(from, {to.x, to.y}), BorderToward(to, {from.x, from.y})};
