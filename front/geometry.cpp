@@ -355,6 +355,9 @@ double ClearingScale(const std::vector<DrawnNode>& nodes, double eps, double cro
     // boxes on few spots), each scale takes a pass of the grid instead.
     std::vector<SpotPair> pairs;
     const bool paired = PairsOverlappingAt(spots, lo, cellW, cellH, 8 * spots.size(), pairs);
+    if (!paired) {
+        std::vector<SpotPair>().swap(pairs);
+    }
     std::sort(pairs.begin(), pairs.end(), [](const SpotPair& a, const SpotPair& b) {
         return a.t != b.t ? a.t > b.t : a.i != b.i ? a.i < b.i : a.j < b.j;
     });
