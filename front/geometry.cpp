@@ -9,6 +9,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
+#include <cstdlib>
 #include <limits>
 #include <map>
 #include <unordered_map>
@@ -90,6 +92,53 @@ std::uint64_t CellKey(std::int64_t cx, std::int64_t cy) {
     return (static_cast<std::uint64_t>(cx) << 32) ^ static_cast<std::uint64_t>(cy & 0xffffffff);
 }
 
+// The cells of a grid, keyed by CellKey, each a list of items in the order
+// they were added: an open-addressing table of cells and a link per item,
+// without an allocation per cell.
+class CellLists {
+public:
+    static constexpr std::uint32_t kNone = 0xffffffffu;
+    explicit CellLists(std::size_t items) : m_next(items, kNone) {
+        std::size_t size = 16;
+        m_shift = 60;
+        while (size < 2 * items) {
+            size *= 2;
+            --m_shift;
+        }
+        m_mask = size - 1;
+        m_keys.resize(size);
+        m_head.assign(size, kNone);
+        m_tail.resize(size);
+    }
+    std::uint32_t First(std::uint64_t key) const { return m_head[Slot(key)]; }
+    std::uint32_t Next(std::uint32_t item) const { return m_next[item]; }
+    void Add(std::uint64_t key, std::uint32_t item) {
+        const std::size_t slot = Slot(key);
+        if (m_head[slot] == kNone) {
+            m_keys[slot] = key;
+            m_head[slot] = item;
+        } else {
+            m_next[m_tail[slot]] = item;
+        }
+        m_tail[slot] = item;
+    }
+
+private:
+    // The key's slot, or the empty one where it would go.
+    std::size_t Slot(std::uint64_t key) const {
+        // The product's top bits depend on every bit of the key.
+        std::size_t slot = static_cast<std::size_t>((key * 0x9E3779B97F4A7C15ull) >> m_shift);
+        while (m_head[slot] != kNone && m_keys[slot] != key) {
+            slot = (slot + 1) & m_mask;
+        }
+        return slot;
+    }
+    std::size_t m_mask = 0;
+    int m_shift = 60;
+    std::vector<std::uint64_t> m_keys;
+    std::vector<std::uint32_t> m_head, m_tail, m_next;
+};
+
 // One distinct layout position with the largest box (pixels) placed there.
 struct Spot {
     double x = 0.0, y = 0.0;
@@ -97,21 +146,19 @@ struct Spot {
 };
 
 // Positions closer than eps (in both axes) count as one: the layout put those
-// nodes on one spot, and no scale would part their boxes.
+// nodes on one spot, and no scale would part their boxes. A node joins the
+// first spot near it, looking through the neighbouring cells in order.
 std::vector<Spot> DistinctSpots(const std::vector<DrawnNode>& nodes, double eps) {
     std::vector<Spot> spots;
-    std::unordered_map<std::uint64_t, std::vector<std::size_t>> cells;
+    CellLists cells(nodes.size());
     for (const DrawnNode& node : nodes) {
         const auto cx = static_cast<std::int64_t>(std::floor(node.x / eps));
         const auto cy = static_cast<std::int64_t>(std::floor(node.y / eps));
         Spot* same = nullptr;
         for (std::int64_t dx = -1; dx <= 1 && same == nullptr; ++dx) {
             for (std::int64_t dy = -1; dy <= 1 && same == nullptr; ++dy) {
-                const auto it = cells.find(CellKey(cx + dx, cy + dy));
-                if (it == cells.end()) {
-                    continue;
-                }
-                for (std::size_t k : it->second) {
+                for (std::uint32_t k = cells.First(CellKey(cx + dx, cy + dy));
+                     k != CellLists::kNone; k = cells.Next(k)) {
                     if (std::fabs(spots[k].x - node.x) < eps &&
                         std::fabs(spots[k].y - node.y) < eps) {
                         same = &spots[k];
@@ -124,7 +171,7 @@ std::vector<Spot> DistinctSpots(const std::vector<DrawnNode>& nodes, double eps)
             same->w = std::max(same->w, node.w);
             same->h = std::max(same->h, node.h);
         } else {
-            cells[CellKey(cx, cy)].push_back(spots.size());
+            cells.Add(CellKey(cx, cy), static_cast<std::uint32_t>(spots.size()));
             spots.push_back({node.x, node.y, node.w, node.h});
         }
     }
@@ -136,8 +183,7 @@ std::vector<Spot> DistinctSpots(const std::vector<DrawnNode>& nodes, double eps)
 // is compared with the boxes of its own and the neighbouring cells only.
 bool Crowded(const std::vector<Spot>& spots, double s, double cellW, double cellH,
              std::size_t allowed) {
-    std::unordered_map<std::uint64_t, std::vector<std::size_t>> cells;
-    cells.reserve(spots.size() * 2);
+    CellLists cells(spots.size());
     std::vector<char> overlapping(allowed > 0 ? spots.size() : 0, 0);
     std::size_t count = 0;
     for (std::size_t i = 0; i < spots.size(); ++i) {
@@ -145,11 +191,8 @@ bool Crowded(const std::vector<Spot>& spots, double s, double cellW, double cell
         const auto cy = static_cast<std::int64_t>(std::floor(spots[i].y * s / cellH));
         for (std::int64_t dx = -1; dx <= 1; ++dx) {
             for (std::int64_t dy = -1; dy <= 1; ++dy) {
-                const auto it = cells.find(CellKey(cx + dx, cy + dy));
-                if (it == cells.end()) {
-                    continue;
-                }
-                for (std::size_t j : it->second) {
+                for (std::uint32_t j = cells.First(CellKey(cx + dx, cy + dy));
+                     j != CellLists::kNone; j = cells.Next(j)) {
                     const Spot& a = spots[i];
                     const Spot& b = spots[j];
                     if (std::fabs(a.x - b.x) * s < (a.w + b.w) / 2 + kGap &&
@@ -157,7 +200,7 @@ bool Crowded(const std::vector<Spot>& spots, double s, double cellW, double cell
                         if (allowed == 0) {
                             return true;
                         }
-                        for (std::size_t k : {i, j}) {
+                        for (std::size_t k : {i, static_cast<std::size_t>(j)}) {
                             count += overlapping[k] == 0 ? 1 : 0;
                             overlapping[k] = 1;
                         }
@@ -168,14 +211,115 @@ bool Crowded(const std::vector<Spot>& spots, double s, double cellW, double cell
                 }
             }
         }
-        cells[CellKey(cx, cy)].push_back(i);
+        cells.Add(CellKey(cx, cy), static_cast<std::uint32_t>(i));
     }
     return false;
 }
 
-// The smallest scale (pixels per layout unit, to a relative 1e-9) at which at
-// most crowdedShare of the boxes at distinct positions overlap another; 1 when
-// there is no such pair.
+constexpr double kNever = std::numeric_limits<double>::infinity();
+
+bool Overlap(const Spot& a, const Spot& b, double s) {
+    return std::fabs(a.x - b.x) * s < (a.w + b.w) / 2 + kGap &&
+           std::fabs(a.y - b.y) * s < (a.h + b.h) / 2 + kGap;
+}
+
+// Whether Crowded's grid at scale s compares spots a and b: their cells are
+// next to each other.
+bool GridNeighbours(const Spot& a, const Spot& b, double s, double cellW, double cellH) {
+    const auto cell = [s](double v, double side) {
+        return static_cast<std::int64_t>(std::floor(v * s / side));
+    };
+    return std::llabs(cell(a.x, cellW) - cell(b.x, cellW)) <= 1 &&
+           std::llabs(cell(a.y, cellH) - cell(b.y, cellH)) <= 1;
+}
+
+// Two spots whose boxes overlap at some scale, and the scale above which
+// they are apart (to rounding: they overlap only below t (1 + 1e-15)).
+struct SpotPair {
+    double t;
+    std::uint32_t i, j;
+};
+
+// The pairs of spots whose boxes overlap at scale lo, into pairs; false when
+// there are more than limit of them or the coordinates are too large for the
+// grid. The grid's cells are twice the largest box plus gap at lo, so an
+// overlapping pair always lies in neighbouring cells, rounding included.
+bool PairsOverlappingAt(const std::vector<Spot>& spots, double lo, double cellW, double cellH,
+                        std::size_t limit, std::vector<SpotPair>& pairs) {
+    const double sideX = 2 * cellW / lo, sideY = 2 * cellH / lo;
+    struct Binned {
+        std::int64_t cy, cx;
+        std::uint32_t spot;
+        bool operator<(const Binned& o) const {
+            return cy != o.cy ? cy < o.cy : cx != o.cx ? cx < o.cx : spot < o.spot;
+        }
+    };
+    std::vector<Binned> binned(spots.size());
+    for (std::size_t i = 0; i < spots.size(); ++i) {
+        const double fx = std::floor(spots[i].x / sideX), fy = std::floor(spots[i].y / sideY);
+        if (!(std::fabs(fx) < 0x1p40 && std::fabs(fy) < 0x1p40)) {
+            return false;
+        }
+        binned[i] = {static_cast<std::int64_t>(fy), static_cast<std::int64_t>(fx),
+                     static_cast<std::uint32_t>(i)};
+    }
+    std::sort(binned.begin(), binned.end());
+    for (const Binned& a : binned) {
+        // The cells of the rows from a's row on, each pair once.
+        for (std::int64_t dy = 0; dy <= 1; ++dy) {
+            const std::int64_t fromX = dy == 0 ? a.cx : a.cx - 1;
+            auto k = std::lower_bound(binned.begin(), binned.end(),
+                                      Binned{a.cy + dy, fromX, dy == 0 ? a.spot + 1 : 0});
+            for (; k != binned.end() && k->cy == a.cy + dy && k->cx <= a.cx + 1; ++k) {
+                const Spot& p = spots[a.spot];
+                const Spot& q = spots[k->spot];
+                if (Overlap(p, q, lo)) {
+                    if (pairs.size() == limit) {
+                        return false;
+                    }
+                    const double dx = std::fabs(p.x - q.x), dy = std::fabs(p.y - q.y);
+                    const double tx = dx > 0.0 ? ((p.w + q.w) / 2 + kGap) / dx : kNever;
+                    const double ty = dy > 0.0 ? ((p.h + q.h) / 2 + kGap) / dy : kNever;
+                    pairs.push_back({std::min(tx, ty), a.spot, k->spot});
+                }
+            }
+        }
+    }
+    return true;
+}
+
+// Crowded, answered from the pairs that overlap at a smaller scale, largest t
+// first: a pair overlapping at s overlaps at every smaller scale, so no other
+// pair can, and none whose t lies below s.
+bool CrowdedAmong(const std::vector<Spot>& spots, const std::vector<SpotPair>& pairs, double s,
+                  double cellW, double cellH, std::size_t allowed, std::vector<std::uint32_t>& mark,
+                  std::uint32_t stamp) {
+    std::size_t count = 0;
+    for (const auto& [t, i, j] : pairs) {
+        if (t < s * (1.0 - 1e-12)) {
+            return false;
+        }
+        const Spot& a = spots[i];
+        const Spot& b = spots[j];
+        if (!Overlap(a, b, s) || !GridNeighbours(a, b, s, cellW, cellH)) {
+            continue;
+        }
+        if (allowed == 0) {
+            return true;
+        }
+        for (std::uint32_t k : {i, j}) {
+            count += mark[k] != stamp ? 1 : 0;
+            mark[k] = stamp;
+        }
+        if (count > allowed) {
+            return true;
+        }
+    }
+    return false;
+}
+
+} // namespace
+
 double ClearingScale(const std::vector<DrawnNode>& nodes, double eps, double crowdedShare) {
     const std::vector<Spot> spots = DistinctSpots(nodes, eps);
     if (spots.size() < 2) {
@@ -206,12 +350,30 @@ double ClearingScale(const std::vector<DrawnNode>& nodes, double eps, double cro
             lo /= 2.0;
         }
     }
+    // Every scale the bisection tries lies above lo: only the pairs that
+    // overlap at lo can overlap there. Where those are too many (a crowd of
+    // boxes on few spots), each scale takes a pass of the grid instead.
+    std::vector<SpotPair> pairs;
+    const bool paired = PairsOverlappingAt(spots, lo, cellW, cellH, 8 * spots.size(), pairs);
+    if (!paired) {
+        std::vector<SpotPair>().swap(pairs);
+    }
+    std::sort(pairs.begin(), pairs.end(), [](const SpotPair& a, const SpotPair& b) {
+        return a.t != b.t ? a.t > b.t : a.i != b.i ? a.i < b.i : a.j < b.j;
+    });
+    std::vector<std::uint32_t> mark(paired && allowed > 0 ? spots.size() : 0, 0);
+    std::uint32_t stamp = 0;
     while (hi - lo > hi * 1e-9) {
         const double mid = lo + (hi - lo) / 2.0;
-        (crowded(mid) ? lo : hi) = mid;
+        const bool over =
+            paired ? CrowdedAmong(spots, pairs, mid, cellW, cellH, allowed, mark, ++stamp)
+                   : crowded(mid);
+        (over ? lo : hi) = mid;
     }
     return hi;
 }
+
+namespace {
 
 // Self-loops without port sides nest at their box's top right corner, each a
 // little larger than the one before.
@@ -238,24 +400,39 @@ void Loops(const Request& request, const Result& result, Drawing& d) {
 
 // Straight edges; parallel edges bend apart.
 void StraightEdges(const Request& request, Drawing& d) {
-    std::map<std::pair<std::size_t, std::size_t>, std::vector<std::size_t>> pairs;
-    for (std::size_t j = 0; j < request.EdgeCount(); ++j) {
+    // The edges grouped by their two ends, each group in edge order.
+    const std::size_t m = request.EdgeCount();
+    struct Ends {
+        std::size_t lo, hi, edge;
+        bool operator<(const Ends& o) const {
+            return lo != o.lo ? lo < o.lo : hi != o.hi ? hi < o.hi : edge < o.edge;
+        }
+    };
+    std::vector<Ends> order(m);
+    for (std::size_t j = 0; j < m; ++j) {
         const std::size_t s = request.sources[j], t = request.targets[j];
-        pairs[{std::min(s, t), std::max(s, t)}].push_back(j);
+        order[j] = {std::min(s, t), std::max(s, t), j};
     }
+    std::sort(order.begin(), order.end());
     const double unit = 1.0 / d.scale;
-    for (const auto& [ends, group] : pairs) {
-        const DrawnNode& a = d.nodes[ends.first];
-        const DrawnNode& b = d.nodes[ends.second];
-        for (std::size_t k = 0; k < group.size(); ++k) {
-            DrawnEdge& out = d.edges[group[k]];
-            const DrawnNode& from = d.nodes[request.sources[group[k]]];
-            const DrawnNode& to = d.nodes[request.targets[group[k]]];
-            if (ends.first == ends.second) {
+    for (std::size_t first = 0, last = 0; first < m; first = last) {
+        const Ends& pair = order[first];
+        for (last = first + 1; last < m && order[last].lo == pair.lo && order[last].hi == pair.hi;
+             ++last) {
+        }
+        const std::size_t count = last - first;
+        const DrawnNode& a = d.nodes[pair.lo];
+        const DrawnNode& b = d.nodes[pair.hi];
+        for (std::size_t k = 0; k < count; ++k) {
+            const std::size_t j = order[first + k].edge;
+            DrawnEdge& out = d.edges[j];
+            const DrawnNode& from = d.nodes[request.sources[j]];
+            const DrawnNode& to = d.nodes[request.targets[j]];
+            if (pair.lo == pair.hi) {
                 continue; // drawn by Loops
             }
             const double offset =
-                (static_cast<double>(k) - static_cast<double>(group.size() - 1) / 2.0) * kParallel *
+                (static_cast<double>(k) - static_cast<double>(count - 1) / 2.0) * kParallel *
                 unit;
             if (offset == 0.0 || (a.x == b.x && a.y == b.y)) {
                 out.points = {BorderToward(from, {to.x, to.y}), BorderToward(to, {from.x, from.y})};

@@ -72,6 +72,12 @@ Point BorderToward(const DrawnNode& b, const Point& p, bool stopAtP = true);
 Drawing MakeDrawing(const Request& request, const Result& result,
                     std::size_t labelWidth = kDefaultLabelWidth);
 
+// The smallest scale (pixels per layout unit, to a relative 1e-9) at which at
+// most crowdedShare of the boxes (pixel sizes) at distinct positions overlap
+// another, positions closer than eps counting as one; 1 when no two overlap.
+// MakeDrawing's scale before routing.
+double ClearingScale(const std::vector<DrawnNode>& nodes, double eps, double crowdedShare);
+
 // How much of its natural size a static picture shows (scale over the scale
 // of the box sizes): 1, or less for a picture that had to be made smaller.
 inline double DrawingZoom(const Drawing& d) {

@@ -162,14 +162,35 @@ std::size_t SlantedCrossingsBySweep(const std::vector<Segment>& segments,
 // Pairs with a slanted segment: every segment is entered in the cells of a
 // grid that it passes through (with a row to spare on either side for
 // rounding), and the pairs that meet in a cell are tested there. About one cell per segment, so a
-// drawing of short edges costs about linear time.
-std::size_t SlantedCrossings(const std::vector<Segment>& segments,
-                             const std::vector<std::size_t>& owner) {
+// drawing of short edges costs about linear time. False, with nothing
+// counted, when the cheaper of the two ways would test more than limit pairs.
+bool SlantedCrossings(const std::vector<Segment>& segments, const std::vector<std::size_t>& owner,
+                      double limit, std::size_t& count) {
     const SegmentBoxes box(segments);
     const std::size_t n = segments.size();
+    count = 0;
     if (std::find(box.slanted.begin(), box.slanted.end(), 1) == box.slanted.end()) {
-        return 0;
+        return true;
     }
+    // The pairs the sweep would test.
+    double sweepWork = 0.0;
+    {
+        const bool alongX = box.SweepAlongX();
+        std::vector<double> starts(alongX ? box.loX : box.loY);
+        std::sort(starts.begin(), starts.end());
+        for (std::size_t k = 0; k < n; ++k) {
+            sweepWork += static_cast<double>(
+                std::upper_bound(starts.begin(), starts.end(), alongX ? box.hiX[k] : box.hiY[k]) -
+                std::lower_bound(starts.begin(), starts.end(), alongX ? box.loX[k] : box.loY[k]));
+        }
+    }
+    const auto bySweep = [&] {
+        if (sweepWork > limit) {
+            return false;
+        }
+        count = SlantedCrossingsBySweep(segments, owner, box);
+        return true;
+    };
     double minX = INFINITY, maxX = -INFINITY, minY = INFINITY, maxY = -INFINITY;
     for (std::size_t k = 0; k < n; ++k) {
         minX = std::min(minX, box.loX[k]);
@@ -185,7 +206,7 @@ std::size_t SlantedCrossings(const std::vector<Segment>& segments,
     }
     if (!std::isfinite(width) || !std::isfinite(height) || !(side > 0.0) ||
         n >= (std::size_t{1} << 32)) {
-        return SlantedCrossingsBySweep(segments, owner, box);
+        return bySweep();
     }
     const std::size_t cols = static_cast<std::size_t>(std::min(width / side, cells)) + 1;
     const std::size_t rows = static_cast<std::size_t>(std::min(height / side, cells)) + 1;
@@ -246,22 +267,17 @@ std::size_t SlantedCrossings(const std::vector<Segment>& segments,
         });
     }
     if (entries > 64 * n + 1024) {
-        return SlantedCrossingsBySweep(segments, owner, box);
+        return bySweep();
     }
-    double gridWork = 0.0, sweepWork = 0.0;
+    double gridWork = 0.0;
     for (std::size_t cell = 1; cell < start.size(); ++cell) {
         gridWork += static_cast<double>(start[cell]) * static_cast<double>(start[cell]);
     }
-    const bool alongX = box.SweepAlongX();
-    std::vector<double> starts(alongX ? box.loX : box.loY);
-    std::sort(starts.begin(), starts.end());
-    for (std::size_t k = 0; k < n; ++k) {
-        sweepWork += static_cast<double>(
-            std::upper_bound(starts.begin(), starts.end(), alongX ? box.hiX[k] : box.hiY[k]) -
-            std::lower_bound(starts.begin(), starts.end(), alongX ? box.loX[k] : box.loY[k]));
-    }
     if (gridWork > sweepWork) {
-        return SlantedCrossingsBySweep(segments, owner, box);
+        return bySweep();
+    }
+    if (gridWork > limit) {
+        return false;
     }
     std::partial_sum(start.begin(), start.end(), start.begin());
     std::vector<std::uint32_t> members(entries);
@@ -271,7 +287,6 @@ std::size_t SlantedCrossings(const std::vector<Segment>& segments,
                  [&](std::size_t cell) { members[fill[cell]++] = static_cast<std::uint32_t>(k); });
     }
     // Each pair is tested in the first cell the two share only.
-    std::size_t count = 0;
     for (std::size_t cell = 0; cell + 1 < start.size(); ++cell) {
         for (std::size_t i = start[cell]; i < start[cell + 1]; ++i) {
             const std::size_t a = members[i];
@@ -288,13 +303,25 @@ std::size_t SlantedCrossings(const std::vector<Segment>& segments,
             }
         }
     }
-    return count;
+    return true;
 }
 
 } // namespace
 
 std::size_t CountCrossings(const std::vector<Segment>& segments,
                            const std::vector<std::size_t>& owner) {
+    std::size_t count = 0;
+    CountCrossingsWithin(segments, owner, INFINITY, count);
+    return count;
+}
+
+bool CountCrossingsWithin(const std::vector<Segment>& segments,
+                          const std::vector<std::size_t>& owner, double limit,
+                          std::size_t& crossings) {
+    std::size_t slanted = 0;
+    if (!SlantedCrossings(segments, owner, limit, slanted)) {
+        return false;
+    }
     std::size_t count = OrthogonalCrossings(segments);
     // The sweep counted pairs of one edge too: take those back.
     for (std::size_t a = 0; a < segments.size();) {
@@ -312,7 +339,8 @@ std::size_t CountCrossings(const std::vector<Segment>& segments,
         }
         a = b;
     }
-    return count + SlantedCrossings(segments, owner);
+    crossings = count + slanted;
+    return true;
 }
 
 RouteCounts CountRoutes(const Request& request, const Drawing& d) {
@@ -320,7 +348,7 @@ RouteCounts CountRoutes(const Request& request, const Drawing& d) {
 }
 
 RouteCounts CountRoutes(const Request& request, const Drawing& d,
-                        const std::vector<std::vector<Point>>& routes) {
+                        const std::vector<std::vector<Point>>& routes, double limit) {
     RouteCounts counts;
     std::vector<Segment> drawn, straight;
     std::vector<std::size_t> drawnOwner, straightOwner;
@@ -341,8 +369,11 @@ RouteCounts CountRoutes(const Request& request, const Drawing& d,
         straight.emplace_back(Point{d.nodes[s].x, d.nodes[s].y}, Point{d.nodes[t].x, d.nodes[t].y});
         straightOwner.push_back(j);
     }
-    counts.crossings = CountCrossings(drawn, drawnOwner);
-    counts.straightCrossings = CountCrossings(straight, straightOwner);
+    counts.counted = CountCrossingsWithin(drawn, drawnOwner, limit, counts.crossings) &&
+                     CountCrossingsWithin(straight, straightOwner, limit, counts.straightCrossings);
+    if (!counts.counted) {
+        counts.crossings = counts.straightCrossings = 0;
+    }
     counts.width = d.width * d.scale;
     counts.height = d.height * d.scale;
     return counts;

@@ -1019,22 +1019,24 @@ Point Transposed(const Point& p) {
     return {p.y, p.x};
 }
 
-Drawing Transposed(const Drawing& d) {
-    Drawing t = d;
-    std::swap(t.left, t.top);
-    std::swap(t.width, t.height);
-    for (DrawnNode& b : t.nodes) {
-        std::swap(b.x, b.y);
-        std::swap(b.w, b.h);
-        for (Point& p : b.ports) {
-            p = Transposed(p);
-        }
+// What the router reads of a drawing: its boxes' places and sizes, mirrored
+// on the diagonal or not; labels, ports and paths are left out, and the edges
+// are there, empty, for the router to draw into. A cheap copy at any size.
+Drawing RouterBoxes(const Drawing& d, bool transpose) {
+    Drawing t;
+    t.scale = d.scale;
+    t.pixel = d.pixel;
+    t.orthogonal = d.orthogonal;
+    t.nodes.resize(d.nodes.size());
+    for (std::size_t i = 0; i < d.nodes.size(); ++i) {
+        const DrawnNode& a = d.nodes[i];
+        DrawnNode& b = t.nodes[i];
+        b.x = transpose ? a.y : a.x;
+        b.y = transpose ? a.x : a.y;
+        b.w = transpose ? a.h : a.w;
+        b.h = transpose ? a.w : a.h;
     }
-    for (DrawnEdge& e : t.edges) {
-        for (Point& p : e.points) {
-            p = Transposed(p);
-        }
-    }
+    t.edges.resize(d.edges.size());
     return t;
 }
 
@@ -1120,10 +1122,10 @@ void Router::Draw(Drawing& d) {
 
 double RoutingScale(const Request& request, const Result& result, const Drawing& d) {
     if (RouteMirrored(result)) {
-        return RoutingScale(request, Transposed(result), Transposed(d));
+        return RoutingScale(request, Transposed(result), RouterBoxes(d, true));
     }
     // Plan at the boxes' own clearing scale, in layout units.
-    Drawing atScale = d;
+    Drawing atScale = RouterBoxes(d, false);
     const double unit = 1.0 / d.scale;
     for (DrawnNode& b : atScale.nodes) {
         b.w *= unit;
@@ -1138,7 +1140,8 @@ double RoutingScale(const Request& request, const Result& result, const Drawing&
     return router.NeededScale();
 }
 
-int FittingLayerSpacing(const Request& request, const Result& result, int layerSpacing) {
+int FittingLayerSpacing(const Request& request, const Result& result, const Drawing& d,
+                        int layerSpacing) {
     // Layers lie along y when the nodes of each grid row of a component share a y.
     std::map<std::pair<int, int>, double> yOfRow, xOfRow;
     bool alongY = true, alongX = true;
@@ -1150,7 +1153,6 @@ int FittingLayerSpacing(const Request& request, const Result& result, int layerS
     if (!alongY && !alongX) {
         return layerSpacing;
     }
-    Drawing d = MakeDrawing(request, result);
     const double unit = d.pixel; // layout units per pixel at the drawing's own scale
     // At least the largest box across the layers plus room for the edges' slopes.
     double need = 0.0;
@@ -1162,7 +1164,7 @@ int FittingLayerSpacing(const Request& request, const Result& result, int layerS
         const bool mirror = RouteMirrored(result);
         const Result mirrored = mirror ? Transposed(result) : Result();
         const Result& r = mirror ? mirrored : result;
-        Drawing routed = mirror ? Transposed(d) : d;
+        Drawing routed = RouterBoxes(d, mirror);
         const std::vector<std::size_t> edges = RoutedEdges(request, r);
         std::vector<End> sources, targets;
         EdgeEnds(request, r, routed, edges, sources, targets);
@@ -1179,7 +1181,7 @@ int FittingLayerSpacing(const Request& request, const Result& result, int layerS
 void RouteEdges(const Request& request, const Result& result, Drawing& d,
                 const std::vector<std::size_t>& edges) {
     if (RouteMirrored(result)) {
-        Drawing t = Transposed(d);
+        Drawing t = RouterBoxes(d, true);
         RouteEdges(request, Transposed(result), t, edges);
         for (std::size_t j : edges) {
             d.edges[j].kind = t.edges[j].kind;

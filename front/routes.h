@@ -20,9 +20,11 @@ double RoutingScale(const Request& request, const Result& result, const Drawing&
 void RouteEdges(const Request& request, const Result& result, Drawing& d,
                 const std::vector<std::size_t>& edges);
 
-// The layer spacing at which every row gap of result's drawing, laid out at
-// layerSpacing, has the room its boxes and tracks need and no more: a layout
-// at that spacing keeps the drawing's scale. The tool's "auto" spacing.
-int FittingLayerSpacing(const Request& request, const Result& result, int layerSpacing);
+// The layer spacing at which every row gap of result's drawing d (MakeDrawing
+// at the default label width), laid out at layerSpacing, has the room its
+// boxes and tracks need and no more: a layout at that spacing keeps the
+// drawing's scale. The tool's "auto" spacing.
+int FittingLayerSpacing(const Request& request, const Result& result, const Drawing& d,
+                        int layerSpacing);
 
 } // namespace netloom::front

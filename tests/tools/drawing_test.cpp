@@ -309,8 +309,93 @@ TEST(Drawing, CrossingCountMatchesThePairwiseCount) {
                 p = q;
             }
         }
-        ASSERT_EQ(CountCrossings(segments, owner), PairwiseCrossings(segments, owner))
-            << "round " << round;
+        const std::size_t pairwise = PairwiseCrossings(segments, owner);
+        ASSERT_EQ(CountCrossings(segments, owner), pairwise) << "round " << round;
+        // Without room for any pair test only drawings without slanted
+        // segments are counted; an uncounted one leaves the count alone.
+        std::size_t within = 7;
+        const bool counted = CountCrossingsWithin(segments, owner, 0.0, within);
+        ASSERT_EQ(within, counted ? pairwise : 7) << "round " << round;
+    }
+}
+
+// The straightforward clearing scale: distinct spots by a scan of those found
+// so far, and every scale of the search checked on all pairs of spots.
+double ClearingScaleByAllPairs(const std::vector<DrawnNode>& nodes, double eps, double share) {
+    std::vector<DrawnNode> spots;
+    for (const DrawnNode& b : nodes) {
+        auto same = std::find_if(spots.begin(), spots.end(), [&](const DrawnNode& s) {
+            return std::fabs(s.x - b.x) < eps && std::fabs(s.y - b.y) < eps;
+        });
+        if (same == spots.end()) {
+            spots.push_back(b);
+        } else {
+            same->w = std::max(same->w, b.w);
+            same->h = std::max(same->h, b.h);
+        }
+    }
+    if (spots.size() < 2) {
+        return 1.0;
+    }
+    const auto allowed = static_cast<std::size_t>(std::floor(share * spots.size()));
+    auto crowded = [&](double s) {
+        std::vector<char> over(spots.size(), 0);
+        for (std::size_t i = 0; i < spots.size(); ++i) {
+            for (std::size_t j = 0; j < i; ++j) {
+                const DrawnNode &a = spots[i], &b = spots[j];
+                if (std::fabs(a.x - b.x) * s < (a.w + b.w) / 2 + 24.0 &&
+                    std::fabs(a.y - b.y) * s < (a.h + b.h) / 2 + 24.0) {
+                    over[i] = over[j] = 1;
+                }
+            }
+        }
+        return static_cast<std::size_t>(std::count(over.begin(), over.end(), 1)) > allowed;
+    };
+    double lo = 0.0, hi = 1.0;
+    for (; crowded(hi); hi *= 2.0) {
+        lo = hi;
+        if (hi * 2.0 > 1e12) {
+            return hi * 2.0;
+        }
+    }
+    if (lo == 0.0) {
+        for (lo = hi / 2.0; lo > 1e-9 && !crowded(lo); lo /= 2.0) {
+            hi = lo;
+        }
+    }
+    while (hi - lo > hi * 1e-9) {
+        const double mid = lo + (hi - lo) / 2.0;
+        (crowded(mid) ? lo : hi) = mid;
+    }
+    return hi;
+}
+
+// Boxes on a lattice of spots, some spots shared or a hair apart, some in a
+// tight crowd, spread from a millionth to a million units: the scale is the
+// straightforward one's to the bit, with and without crowded boxes allowed.
+TEST(Drawing, ClearingScaleMatchesTheAllPairsSearch) {
+    std::mt19937 rng(38);
+    for (int round = 0; round < 120; ++round) {
+        std::uniform_int_distribution<int> at(0, 3 + round % 30), roll(0, 99);
+        const double unit = std::pow(10.0, round % 13 - 6);
+        std::vector<DrawnNode> nodes(static_cast<std::size_t>(2 + round * 2));
+        for (DrawnNode& b : nodes) {
+            b.x = at(rng) * unit;
+            b.y = at(rng) * unit * (round % 3 == 0 ? 0.0 : 1.0); // some all in one row
+            if (roll(rng) < 10) {
+                b.x += unit * 1e-5 * roll(rng); // the same spot within eps
+            } else if (roll(rng) < 20 + round % 50) {
+                b.x = b.x * 1e-2 + unit * 7; // a crowd near one spot
+                b.y = b.y * 1e-2;
+            }
+            b.w = 48.0 + roll(rng) * 2;
+            b.h = 24.0 + (roll(rng) < 10 ? 30 : 0);
+        }
+        for (double share : {0.0, 0.02, 0.3}) {
+            ASSERT_EQ(ClearingScale(nodes, unit * 1e-3, share),
+                      ClearingScaleByAllPairs(nodes, unit * 1e-3, share))
+                << "round " << round << " share " << share;
+        }
     }
 }
 

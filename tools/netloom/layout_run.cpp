@@ -89,12 +89,15 @@ LayoutResult RunLayout(const FileGraph& file, const LayoutOptions& options) {
         throw InputError(file.path, 0, 0, problem);
     }
     LayoutOptions used = options;
+    std::shared_ptr<const Drawing> drawn; // the fitted drawing, while it is the result's
     // A graph without edges has no row gaps to fit: it keeps the start value.
     if (options.autoLayerSpacing && IsLayered(run.type) && !result.stopped &&
         result.request.EdgeCount() > 0) {
-        used.layerSpacing = FittingLayerSpacing(result.request, result, run.layerSpacing);
+        drawn = std::make_shared<const Drawing>(MakeDrawing(result.request, result));
+        used.layerSpacing = FittingLayerSpacing(result.request, result, *drawn, run.layerSpacing);
         // The layout is deterministic: at the spacing it already had, it is done.
         if (used.layerSpacing != run.layerSpacing) {
+            drawn.reset();
             run.layerSpacing = used.layerSpacing;
             Result again;
             if (!netloom::front::RunLayout(result.request, run, progress, again, problem)) {
@@ -109,6 +112,10 @@ LayoutResult RunLayout(const FileGraph& file, const LayoutOptions& options) {
         result.levels = "file";
     }
     result.options = used;
+    // The spacing was fitted on a drawing at the default label width.
+    if (drawn && used.labelWidth == kDefaultLabelWidth) {
+        result.drawing = std::move(drawn);
+    }
     return result;
 }
 

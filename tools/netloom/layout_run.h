@@ -11,6 +11,7 @@
 #include "front/routes.h"
 #include "front/run.h"
 
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -40,9 +41,17 @@ struct LayoutResult : Result {
     const FileId* PortId(const NodePort& port) const {
         return port.name == kNoPort ? nullptr : &portIds[static_cast<std::size_t>(port.name)];
     }
-    Drawing MakeDrawing() const {
-        return netloom::front::MakeDrawing(request, *this, options.labelWidth);
+    // The drawing of the result, made on first use (or handed over by the
+    // auto layer spacing, which drew the same layout) and kept: every writer
+    // of a run shares it.
+    const Drawing& MakeDrawing() const {
+        if (!drawing) {
+            drawing = std::make_shared<const Drawing>(
+                netloom::front::MakeDrawing(request, *this, options.labelWidth));
+        }
+        return *drawing;
     }
+    mutable std::shared_ptr<const Drawing> drawing;
 };
 
 LayoutResult RunLayout(const FileGraph& graph, const LayoutOptions& options);

@@ -170,7 +170,9 @@ CLI::App* DefineCommandLine(CLI::App& app, CommandLine& line) {
         ->capture_default_str();
     layout->add_flag("--stats", line.stats,
                      "Print the drawing's crossings (and those of straight lines between the "
-                     "same node centres), bends and size on stderr (default: off)");
+                     "same node centres), bends and size on stderr, the crossings counted at "
+                     "any size; the JSON output's drawing record leaves them null where "
+                     "counting would test over 10 million pairs of segments (default: off)");
     layout
         ->add_option("--progress", line.progress,
                      "Progress line on stderr: auto (when stderr is a terminal and the layout "

@@ -248,7 +248,7 @@ std::string WriteFreshDocument(const FileGraph& graph, const LayoutResult& resul
 std::string WriteJson(const FileGraph& graph, const LayoutResult& result) {
     const bool fromJson = graph.format == Format::Json;
     const LayoutOptions& options = result.options;
-    const Drawing drawing = result.MakeDrawing();
+    const Drawing& drawing = result.MakeDrawing();
     const std::vector<std::vector<Point>> routes = EdgeRoutes(drawing);
 
     // The keys after the nodes and links: the edge order and the layout used.
@@ -282,11 +282,12 @@ std::string WriteJson(const FileGraph& graph, const LayoutResult& result) {
     }
     layout["components"] = result.componentCount;
     // How tangled the drawn routes are, against straight lines between the
-    // same node centres.
-    const RouteCounts counts = CountRoutes(result.request, drawing, routes);
+    // same node centres; null where counting would take more than about a
+    // second (--stats always counts).
+    const RouteCounts counts = CountRoutes(result.request, drawing, routes, kCrossingWorkLimit);
     Json& drawn = layout["drawing"] = Json::object();
-    drawn["crossings"] = counts.crossings;
-    drawn["straightCrossings"] = counts.straightCrossings;
+    drawn["crossings"] = counts.counted ? Json(counts.crossings) : Json();
+    drawn["straightCrossings"] = counts.counted ? Json(counts.straightCrossings) : Json();
     drawn["bends"] = counts.bends;
     drawn["width"] = counts.width;
     drawn["height"] = counts.height;
