@@ -302,10 +302,10 @@ void Loops(const Request& request, const Result& result, Drawing& d) {
 }
 
 // The point where edge j meets its source's (or target's) box when that end
-// names a field of a record: on the side the layout gave the port if the
-// field reaches it, else the nearest to `toward` of the field's points on
-// the sides it reaches from which the line to `toward` leaves the box. False
-// when there is none (the end is then an ordinary one).
+// names a field of a record: of the field's points on the sides it reaches
+// from which the line to `toward` leaves the box, the one on the side the
+// layout gave the port, else the one nearest to `toward`. False when there is
+// none (the end is then an ordinary one).
 bool FieldEnd(const Request& request, const Result& result, const Drawing& d, std::size_t j,
               bool source, const Point& toward, Point& out) {
     const std::vector<int>& names = source ? request.sourcePorts : request.targetPorts;
