@@ -7,6 +7,7 @@
 #include "writers.h"
 
 #include "front/route_counts.h"
+#include "support/generated_graphs.h"
 
 #include <gtest/gtest.h>
 
@@ -434,16 +435,11 @@ TEST(Drawing, RoutesOfACorpusKeepThePromisesAndTheRecordedCounts) {
 
 // A scale-free graph (preferential attachment, two edges per new node), as
 // an edge list.
+// A scale-free graph as an edge list, ids from 0.
 std::string ScaleFree(int n, std::mt19937& rng) {
-    std::string text = "0 1\n";
-    std::vector<int> ends = {0, 1};
-    for (int v = 2; v < n; ++v) {
-        for (int k = 0; k < 2; ++k) {
-            const int u = ends[std::uniform_int_distribution<std::size_t>(0, ends.size() - 1)(rng)];
-            text += std::to_string(v) + " " + std::to_string(u) + "\n";
-            ends.push_back(u);
-            ends.push_back(v);
-        }
+    std::string text;
+    for (const auto& [a, b] : netloom_test::ScaleFree(n, rng).edges) {
+        text += std::to_string(a - 1) + " " + std::to_string(b - 1) + "\n";
     }
     return text;
 }
