@@ -32,8 +32,9 @@ constexpr double kStroke = 1.3;
 constexpr double kArrow = 9.0;
 constexpr double kParallel = 14.0; // apex distance between parallel edges
 constexpr double kMargin = 20.0;
-constexpr double kLine = 15.0;     // between the lines of a label
-constexpr double kSameSpot = 1e-3; // of the node distance
+constexpr double kLine = 15.0;      // between the lines of a label
+constexpr double kCellWidth = 24.0; // least width of a record's field
+constexpr double kSameSpot = 1e-3;  // of the node distance
 // Free layouts may put a few nodes nearly on top of each other: the boxes of
 // this share of the nodes may overlap, so that a handful of close pairs does
 // not blow the drawing up.
@@ -84,6 +85,70 @@ std::vector<std::string> LabelLines(const std::string& text, std::size_t width) 
             return lines;
         }
         start = end + 1;
+    }
+}
+
+struct Size {
+    double w = 0.0, h = 0.0;
+};
+
+// The pixel size of a text's lines: their widest line and their count.
+Size TextSize(const std::vector<std::string>& lines, double least) {
+    std::size_t widest = 0;
+    for (const std::string& line : lines) {
+        widest = std::max(widest, CodePoints(line));
+    }
+    return {std::max(least, kCharWidth * static_cast<double>(widest) + 16.0),
+            std::max(kBoxHeight, kLine * static_cast<double>(lines.size()) + kBoxHeight - kLine)};
+}
+
+// The natural size (pixels) of a record field: a leaf fits its text, a group
+// its fields side by side or stacked.
+Size FieldSize(const RecordField& f, std::size_t width) {
+    if (f.fields.empty()) {
+        return TextSize(LabelLines(f.text, width), kCellWidth);
+    }
+    Size size;
+    for (const RecordField& child : f.fields) {
+        const Size c = FieldSize(child, width);
+        size.w = f.vertical ? std::max(size.w, c.w) : size.w + c.w;
+        size.h = f.vertical ? size.h + c.h : std::max(size.h, c.h);
+    }
+    return size;
+}
+
+// Places the leaves of f in the rectangle (left, top, w, h), pixels about the
+// box's centre: a group's fields share its length along its direction in
+// proportion to their natural sizes, and each takes its whole breadth.
+void PlaceCells(const RecordField& f, double left, double top, double w, double h,
+                std::size_t width, std::vector<DrawnCell>& cells) {
+    if (f.fields.empty()) {
+        DrawnCell cell;
+        cell.x = left + w / 2;
+        cell.y = top + h / 2;
+        cell.w = w;
+        cell.h = h;
+        cell.lines = LabelLines(f.text, width);
+        cell.port = f.port;
+        cells.push_back(std::move(cell));
+        return;
+    }
+    std::vector<double> lengths;
+    double total = 0.0;
+    for (const RecordField& child : f.fields) {
+        const Size c = FieldSize(child, width);
+        lengths.push_back(f.vertical ? c.h : c.w);
+        total += lengths.back();
+    }
+    double at = f.vertical ? top : left;
+    for (std::size_t k = 0; k < f.fields.size(); ++k) {
+        const double share = (f.vertical ? h : w) * lengths[k] / total;
+        if (f.vertical) {
+            PlaceCells(f.fields[k], left, at, w, share, width, cells);
+        } else {
+            PlaceCells(f.fields[k], at, top, share, h, width, cells);
+        }
+        at += share;
     }
 }
 
@@ -398,8 +463,42 @@ void Loops(const Request& request, const Result& result, Drawing& d) {
     }
 }
 
-// Straight edges; parallel edges bend apart.
-void StraightEdges(const Request& request, Drawing& d) {
+// The point where edge j meets its source's (or target's) box when that end
+// names a field of a record: of the field's points on the sides it reaches
+// from which the line to `toward` leaves the box, the one on the side the
+// layout gave the port, else the one nearest to `toward`. False when there is
+// none (the end is then an ordinary one).
+bool FieldEnd(const Request& request, const Result& result, const Drawing& d, std::size_t j,
+              bool source, const Point& toward, Point& out) {
+    const std::vector<int>& names = source ? request.sourcePorts : request.targetPorts;
+    if (j >= names.size() || names[j] == kNoPort) {
+        return false;
+    }
+    const DrawnNode& b = d.nodes[source ? request.sources[j] : request.targets[j]];
+    const DrawnCell* cell = FieldOf(b, names[j]);
+    if (cell == nullptr) {
+        return false;
+    }
+    const int given = (source ? result.sourcePlace : result.targetPlace)[j].side;
+    double best = std::numeric_limits<double>::infinity();
+    for (int side = 0; side < kSideCount; ++side) {
+        const Point p = FieldPoint(b, *cell, side);
+        const bool outward = side == kSideUp     ? toward.y < p.y
+                             : side == kSideDown ? toward.y > p.y
+                             : side == kSideLeft ? toward.x < p.x
+                                                 : toward.x > p.x;
+        const double distance = side == given ? -1.0 : std::hypot(p.x - toward.x, p.y - toward.y);
+        if (Touches(b, *cell, side) && outward && distance < best) {
+            best = distance;
+            out = p;
+        }
+    }
+    return best < std::numeric_limits<double>::infinity();
+}
+
+// Straight edges; parallel edges bend apart. An end at a record's field
+// starts at that field.
+void StraightEdges(const Request& request, const Result& result, Drawing& d) {
     // The edges grouped by their two ends, each group in edge order.
     const std::size_t m = request.EdgeCount();
     struct Ends {
@@ -434,8 +533,21 @@ void StraightEdges(const Request& request, Drawing& d) {
             const double offset =
                 (static_cast<double>(k) - static_cast<double>(count - 1) / 2.0) * kParallel *
                 unit;
+            auto end = [&](bool source, const Point& toward) {
+                Point p;
+                return FieldEnd(request, result, d, j, source, toward, p)
+                           ? p
+                           : BorderToward(source ? from : to, toward);
+            };
             if (offset == 0.0 || (a.x == b.x && a.y == b.y)) {
-                out.points = {BorderToward(from, {to.x, to.y}), BorderToward(to, {from.x, from.y})};
+                out.points = {end(true, {to.x, to.y}), end(false, {from.x, from.y})};
+                Point p;
+                if (FieldEnd(request, result, d, j, true, out.points[1], p) ||
+                    FieldEnd(request, result, d, j, false, out.points[0], p)) {
+                    // Each end aims at the other's point, which a field moves.
+                    const Point target = end(false, out.points[0]);
+                    out.points = {end(true, target), target};
+                }
                 continue;
             }
             // Offsets are measured across the line from the lower to the higher
@@ -446,7 +558,7 @@ void StraightEdges(const Request& request, Drawing& d) {
             const Point control{(a.x + b.x) / 2 - dy / len * 2 * offset,
                                 (a.y + b.y) / 2 + dx / len * 2 * offset};
             out.kind = PathKind::Quadratic;
-            out.points = {BorderToward(from, control), control, BorderToward(to, control)};
+            out.points = {end(true, control), control, end(false, control)};
         }
     }
 }
@@ -561,6 +673,59 @@ Point BorderToward(const DrawnNode& b, const Point& p, bool stopAtP) {
     return {b.x + dx * t, b.y + dy * t};
 }
 
+const DrawnCell* FieldOf(const DrawnNode& b, int port) {
+    for (const DrawnCell& c : b.cells) {
+        if (c.port == port && port != kNoPort) {
+            return &c;
+        }
+    }
+    return nullptr;
+}
+
+bool Touches(const DrawnNode& b, const DrawnCell& c, int side) {
+    const double tol = 1e-9 * (b.w + b.h);
+    switch (side) {
+    case kSideUp:
+        return c.y - c.h / 2 <= b.y - b.h / 2 + tol;
+    case kSideDown:
+        return c.y + c.h / 2 >= b.y + b.h / 2 - tol;
+    case kSideRight:
+        return c.x + c.w / 2 >= b.x + b.w / 2 - tol;
+    default:
+        return c.x - c.w / 2 <= b.x - b.w / 2 + tol;
+    }
+}
+
+Point FieldPoint(const DrawnNode& b, const DrawnCell& c, int side) {
+    switch (side) {
+    case kSideUp:
+        return {c.x, b.y - b.h / 2};
+    case kSideDown:
+        return {c.x, b.y + b.h / 2};
+    case kSideRight:
+        return {b.x + b.w / 2, c.y};
+    default:
+        return {b.x - b.w / 2, c.y};
+    }
+}
+
+std::vector<Point> FieldDividers(const DrawnNode& b) {
+    std::vector<Point> out;
+    const double tol = 1e-9 * (b.w + b.h);
+    for (const DrawnCell& c : b.cells) {
+        const double right = c.x + c.w / 2, bottom = c.y + c.h / 2;
+        if (right < b.x + b.w / 2 - tol) {
+            out.push_back({right, c.y - c.h / 2});
+            out.push_back({right, bottom});
+        }
+        if (bottom < b.y + b.h / 2 - tol) {
+            out.push_back({c.x - c.w / 2, bottom});
+            out.push_back({right, bottom});
+        }
+    }
+    return out;
+}
+
 Drawing MakeDrawing(const Request& request, const Result& result, std::size_t labelWidth) {
     Drawing d;
     const std::size_t n = request.nodeCount;
@@ -568,19 +733,27 @@ Drawing MakeDrawing(const Request& request, const Result& result, std::size_t la
     d.edges.resize(request.EdgeCount());
     for (std::size_t i = 0; i < n; ++i) {
         DrawnNode& b = d.nodes[i];
-        b.lines =
-            LabelLines(request.labels.empty() ? std::to_string(i) : request.labels[i], labelWidth);
-        std::size_t widest = 0;
-        for (std::size_t k = 0; k < b.lines.size(); ++k) {
-            widest = std::max(widest, CodePoints(b.lines[k]));
-            b.label += (k > 0 ? "\n" : "") + b.lines[k];
+        const bool record = i < request.records.size() && !request.records[i].fields.empty();
+        Size text;
+        if (record) {
+            b.label = RecordText(request.records[i]);
+            text = FieldSize(request.records[i], labelWidth);
+        } else {
+            b.lines = LabelLines(request.labels.empty() ? std::to_string(i) : request.labels[i],
+                                 labelWidth);
+            for (std::size_t k = 0; k < b.lines.size(); ++k) {
+                b.label += (k > 0 ? "\n" : "") + b.lines[k];
+            }
+            text = TextSize(b.lines, 0.0);
         }
         const auto& counts = result.sideCounts[i];
-        const double lines = static_cast<double>(b.lines.size());
-        b.w = std::max({48.0, kCharWidth * static_cast<double>(widest) + 16.0,
-                        (std::max(counts[kSideUp], counts[kSideDown]) + 1) * kPortSpacing});
-        b.h = std::max({kBoxHeight, kLine * lines + kBoxHeight - kLine,
+        b.w = std::max(
+            {48.0, text.w, (std::max(counts[kSideUp], counts[kSideDown]) + 1) * kPortSpacing});
+        b.h = std::max({kBoxHeight, text.h,
                         (std::max(counts[kSideLeft], counts[kSideRight]) + 1) * kPortSpacing});
+        if (record) {
+            PlaceCells(request.records[i], -b.w / 2, -b.h / 2, b.w, b.h, labelWidth, b.cells);
+        }
         b.x = result.x[i];
         b.y = result.y[i];
         b.fill = std::max(0, result.component[i]) % 8;
@@ -596,6 +769,12 @@ Drawing MakeDrawing(const Request& request, const Result& result, std::size_t la
     for (DrawnNode& b : d.nodes) {
         b.w *= unit;
         b.h *= unit;
+        for (DrawnCell& c : b.cells) {
+            c.x = b.x + c.x * unit;
+            c.y = b.y + c.y * unit;
+            c.w *= unit;
+            c.h *= unit;
+        }
     }
     d.fontSize = kFont * unit;
     d.lineHeight = kLine * unit;
@@ -603,8 +782,8 @@ Drawing MakeDrawing(const Request& request, const Result& result, std::size_t la
     d.arrowSize = request.directed ? kArrow * unit : 0.0;
     for (std::size_t i = 0; i < n; ++i) {
         for (const NodePort& port : result.ports[i]) {
-            d.nodes[i].ports.push_back(
-                PortPoint(d.nodes[i], port.side, port.slot, result.sideCounts[i][port.side]));
+            d.nodes[i].ports.push_back(PortPoint(d.nodes[i], port.side, port.slot,
+                                                 result.sideCounts[i][port.side], port.name));
         }
     }
     Loops(request, result, d);
@@ -617,7 +796,7 @@ Drawing MakeDrawing(const Request& request, const Result& result, std::size_t la
         }
         RouteEdges(request, result, d, routed);
     } else {
-        StraightEdges(request, d);
+        StraightEdges(request, result, d);
         if (result.layered) {
             // Tree edges stay straight unless that line would cross a box;
             // those few go round on the rows' tracks instead.

@@ -15,6 +15,14 @@
 
 namespace netloom::front {
 
+// One field of a record node (layout units).
+struct DrawnCell {
+    double x = 0.0, y = 0.0; // centre
+    double w = 0.0, h = 0.0;
+    std::vector<std::string> lines; // its text's lines, each cut to the label width
+    int port = kNoPort;             // the port number naming this field
+};
+
 struct DrawnNode {
     double x = 0.0, y = 0.0;        // centre: the layout's position
     double w = 0.0, h = 0.0;        // box size
@@ -22,6 +30,9 @@ struct DrawnNode {
     std::vector<std::string> lines; // the label's lines, each cut to the label width
     int fill = 0;                   // palette index (by component)
     std::vector<Point> ports;       // one point per entry of Result::ports
+    // A record node's fields; the box's own lines are then empty and each
+    // field's text is drawn in its cell.
+    std::vector<DrawnCell> cells;
 };
 
 enum class PathKind {
@@ -68,6 +79,20 @@ constexpr std::size_t kDefaultLabelWidth = 48; // characters of a label line
 // Where the line from the box centre towards p leaves the box; a p inside
 // the box is its own answer unless stopAtP is false.
 Point BorderToward(const DrawnNode& b, const Point& p, bool stopAtP = true);
+
+// The field of b whose port has the number `port`, or null.
+const DrawnCell* FieldOf(const DrawnNode& b, int port);
+
+// Whether field c of box b reaches the box's side.
+bool Touches(const DrawnNode& b, const DrawnCell& c, int side);
+
+// Where an edge meets box b at field c on side: the middle of the cell's
+// extent along that side, on the box's border.
+Point FieldPoint(const DrawnNode& b, const DrawnCell& c, int side);
+
+// The lines between a record's fields, as pairs of end points: each cell's
+// right and bottom edges where they lie inside the box.
+std::vector<Point> FieldDividers(const DrawnNode& b);
 
 Drawing MakeDrawing(const Request& request, const Result& result,
                     std::size_t labelWidth = kDefaultLabelWidth);

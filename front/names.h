@@ -62,6 +62,27 @@ int LayoutTypeByName(const std::string& name);
 // "force, tree, radial, hierarchy (or 1, 2, 4, 8)", for messages.
 std::string LayoutTypeChoices();
 
+// An orientation of the layered layouts by name: the numbers 1 to 4 of the
+// library, and bottom to top, which is 1 turned upside down.
+struct NamedDirection {
+    const char* name;
+    int direction;
+    bool bottomUp;
+};
+
+inline constexpr NamedDirection kDirectionNames[] = {
+    {"TB", 1, false},         {"LR", 2, false},       {"RL", 4, false},
+    {"BT", 1, true},          {"top-down", 1, false}, {"left-right", 2, false},
+    {"right-left", 4, false}, {"bottom-up", 1, true},
+};
+
+// The orientation of a name (any case) or of a number 1 to 4; false when the
+// text names none.
+bool DirectionByName(const std::string& name, int& direction, bool& bottomUp);
+
+// "1 to 4, TB, LR, RL, BT, top-down, ...", for messages.
+std::string DirectionChoices();
+
 // The tree and hierarchy layouts place nodes on a grid of rows and columns.
 constexpr bool IsLayered(int type) {
     return type == CNetworkGraph::m_iTreeLayout || type == CNetworkGraph::m_iHierarchyLayout;

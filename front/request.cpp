@@ -13,8 +13,8 @@ std::string Request::Problem() const {
         return "every edge needs a source and a target (and lengths and ports, if given)";
     }
     if (!sized(x, nodeCount) || y.size() != x.size() || !sized(fixed, nodeCount) ||
-        !sized(labels, nodeCount)) {
-        return "positions, fixed flags and labels must be given for every node or none";
+        !sized(labels, nodeCount) || !sized(records, nodeCount)) {
+        return "positions, fixed flags, labels and records must be given for every node or none";
     }
     // Node, edge and port ids are 32-bit: n nodes and at most 2m ports.
     if (nodeCount + 2 * m >= static_cast<std::size_t>(INT_MAX)) {

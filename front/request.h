@@ -5,6 +5,8 @@
 // caller. Building the library's graph from it is the one place of the port-id
 // rule, so the tool, Python and JavaScript number ports alike.
 
+#include "record.h"
+
 #include <netloom/netloom.h>
 
 #include <cstddef>
@@ -27,6 +29,10 @@ struct Request {
     std::vector<int> sourcePorts, targetPorts;
     std::vector<std::string> labels; // drawn text by node; empty: the node index
     bool directed = false;           // edges have a direction (arrowheads, levels)
+    // Record nodes, drawn as boxes divided into fields whose ports (numbers as
+    // in sourcePorts) sit at their field; empty, or by node, where a node
+    // without fields is a plain box.
+    std::vector<RecordField> records;
 
     std::size_t EdgeCount() const { return sources.size(); }
     int Length(std::size_t edge, int distance) const {

@@ -910,7 +910,11 @@ std::vector<Point> Simplify(const std::vector<Point>& points) {
 
 } // namespace
 
-Point PortPoint(const DrawnNode& b, int side, int slot, int count) {
+Point PortPoint(const DrawnNode& b, int side, int slot, int count, int port) {
+    const DrawnCell* cell = FieldOf(b, port);
+    if (cell != nullptr && Touches(b, *cell, side)) {
+        return FieldPoint(b, *cell, side);
+    }
     count = std::max(count, slot + 1);
     const double t = static_cast<double>(slot + 1) / (count + 1);
     const double left = b.x - b.w / 2;
@@ -936,13 +940,15 @@ void EdgeEnds(const Request& request, const Result& result, const Drawing& d,
     for (std::size_t j : edges) {
         const std::size_t source = request.sources[j];
         const std::size_t target = request.targets[j];
-        auto end = [&](std::size_t node, const PortPlace& place, std::size_t other) {
+        auto end = [&](std::size_t node, const PortPlace& place, std::size_t other,
+                       const std::vector<int>& names) {
             End out;
             out.node = node;
+            const int name = j < names.size() ? names[j] : kNoPort;
             if (place.side >= 0) {
                 out.side = place.side;
                 out.p = PortPoint(d.nodes[node], place.side, place.slot,
-                                  result.sideCounts[node][place.side]);
+                                  result.sideCounts[node][place.side], name);
             } else {
                 const DrawnNode& a = d.nodes[node];
                 const DrawnNode& b = d.nodes[other];
@@ -950,12 +956,12 @@ void EdgeEnds(const Request& request, const Result& result, const Drawing& d,
                            : b.y < a.y ? kSideUp
                            : b.x < a.x ? kSideLeft
                                        : kSideRight;
-                out.p = PortPoint(a, out.side, 0, 1);
+                out.p = PortPoint(a, out.side, 0, 1, name);
             }
             return out;
         };
-        sources.push_back(end(source, result.sourcePlace[j], target));
-        targets.push_back(end(target, result.targetPlace[j], source));
+        sources.push_back(end(source, result.sourcePlace[j], target, request.sourcePorts));
+        targets.push_back(end(target, result.targetPlace[j], source, request.targetPorts));
     }
 }
 
@@ -1020,8 +1026,9 @@ Point Transposed(const Point& p) {
 }
 
 // What the router reads of a drawing: its boxes' places and sizes, mirrored
-// on the diagonal or not; labels, ports and paths are left out, and the edges
-// are there, empty, for the router to draw into. A cheap copy at any size.
+// on the diagonal or not, and the places of their record fields (where ports
+// meet them); labels and paths are left out, and the edges are there, empty,
+// for the router to draw into. A cheap copy at any size.
 Drawing RouterBoxes(const Drawing& d, bool transpose) {
     Drawing t;
     t.scale = d.scale;
@@ -1035,6 +1042,16 @@ Drawing RouterBoxes(const Drawing& d, bool transpose) {
         b.y = transpose ? a.x : a.y;
         b.w = transpose ? a.h : a.w;
         b.h = transpose ? a.w : a.h;
+        for (const DrawnCell& c : a.cells) {
+            if (c.port != kNoPort) {
+                DrawnCell& f = b.cells.emplace_back();
+                f.x = transpose ? c.y : c.x;
+                f.y = transpose ? c.x : c.y;
+                f.w = transpose ? c.h : c.w;
+                f.h = transpose ? c.w : c.h;
+                f.port = c.port;
+            }
+        }
     }
     t.edges.resize(d.edges.size());
     return t;

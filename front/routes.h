@@ -8,8 +8,10 @@
 
 namespace netloom::front {
 
-// The point of box b (layout units) on side at slot of count.
-Point PortPoint(const DrawnNode& b, int side, int slot, int count);
+// The point of box b (layout units) on side at slot of count; a port that
+// names a field of a record box is at that field instead, where the field
+// reaches that side.
+Point PortPoint(const DrawnNode& b, int side, int slot, int count, int port = kNoPort);
 
 // The least scale (pixels per layout unit) at which every channel and gap has
 // room for its tracks. The boxes of d are still in pixels.

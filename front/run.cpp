@@ -69,6 +69,42 @@ LibraryLevels ChooseLevels(const Request& request, const Options& options, Resul
     }
 }
 
+// The side a port is on once the drawing is turned upside down.
+int FlippedSide(int side) {
+    return side == kSideUp ? kSideDown : side == kSideDown ? kSideUp : side;
+}
+
+// Turns a result upside down: y becomes -y, ports on the up and down sides
+// trade sides, and those on the left and right keep their order from the top.
+void TurnUpsideDown(const Request& request, Result& result) {
+    for (std::size_t i = 0; i < result.y.size(); ++i) {
+        result.y[i] = 0.0 - result.y[i];
+        std::swap(result.sideCounts[i][kSideUp], result.sideCounts[i][kSideDown]);
+        for (NodePort& port : result.ports[i]) {
+            if (port.side == kSideLeft || port.side == kSideRight) {
+                port.slot =
+                    result.sideCounts[i][static_cast<std::size_t>(port.side)] - 1 - port.slot;
+            }
+            port.side = FlippedSide(port.side);
+        }
+        std::sort(result.ports[i].begin(), result.ports[i].end(),
+                  [](const NodePort& a, const NodePort& b) {
+                      return a.side != b.side ? a.side < b.side : a.slot < b.slot;
+                  });
+    }
+    auto flip = [&result](PortPlace& place, std::size_t node) {
+        if (place.side == kSideLeft || place.side == kSideRight) {
+            place.slot =
+                result.sideCounts[node][static_cast<std::size_t>(place.side)] - 1 - place.slot;
+        }
+        place.side = FlippedSide(place.side);
+    };
+    for (std::size_t j = 0; j < request.EdgeCount(); ++j) {
+        flip(result.sourcePlace[j], request.sources[j]);
+        flip(result.targetPlace[j], request.targets[j]);
+    }
+}
+
 } // namespace
 
 bool RunLayout(const Request& request, const Options& options, const Progress& progress,
@@ -120,6 +156,9 @@ bool RunLayout(const Request& request, const Options& options, const Progress& p
         result.placedByNeighbour = strategy->Placed();
     }
     CollectResult(lib, request.EdgeCount(), result);
+    if (options.bottomUp && result.layered) {
+        TurnUpsideDown(request, result);
+    }
     if (options.pack) {
         // With a fixed layout, components holding a fixed node stay where they are.
         std::vector<bool> keep;

@@ -35,6 +35,9 @@ struct Options {
     int threads = 0;     // force layout threads; 0: one per hardware thread
     bool pack = false;   // components placed in rows after the layout
     bool routes = false; // fill Result::routes
+    // Layered layouts with their roots at the bottom: the layout at `direction`
+    // (1 for bottom to top) turned upside down, ports and routes with it.
+    bool bottomUp = false;
     // A strategy of the caller's own, in library ids (node i is i + 1): it
     // replaces the levels above. Not owned.
     CLayoutStrategy* strategy = nullptr;

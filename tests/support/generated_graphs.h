@@ -35,6 +35,24 @@ inline EdgeList RandomSparse(int n, int extra, std::uint32_t seedValue) {
     return g;
 }
 
+// A scale-free graph grown by preferential attachment: each node after the
+// first two joins two earlier nodes picked in proportion to their degree.
+inline EdgeList ScaleFree(int n, std::mt19937& rng) {
+    EdgeList g;
+    g.nodeCount = n;
+    g.edges.emplace_back(1, 2);
+    std::vector<int> ends = {1, 2};
+    for (int v = 3; v <= n; ++v) {
+        for (int k = 0; k < 2; ++k) {
+            const int u = ends[std::uniform_int_distribution<std::size_t>(0, ends.size() - 1)(rng)];
+            g.edges.emplace_back(v, u);
+            ends.push_back(u);
+            ends.push_back(v);
+        }
+    }
+    return g;
+}
+
 // A rows x cols grid, nodes numbered row by row from 1.
 inline EdgeList Grid(int rows, int cols) {
     EdgeList g;

@@ -7,6 +7,7 @@
 #include "writers.h"
 
 #include "front/route_counts.h"
+#include "support/generated_graphs.h"
 
 #include <gtest/gtest.h>
 
@@ -205,10 +206,11 @@ void CheckDrawing(const FileGraph& g, const LayoutResult& r, const std::string& 
     }
 }
 
-LayoutResult Lay(const FileGraph& g, int type, int direction) {
+LayoutResult Lay(const FileGraph& g, int type, int direction, bool bottomUp = false) {
     LayoutOptions options;
     options.type = type;
     options.direction = direction;
+    options.bottomUp = bottomUp;
     options.progress = ProgressMode::Never;
     options.threads = 1;
     return RunLayout(g, options);
@@ -261,6 +263,56 @@ TEST(Drawing, SamplesAndGeneratedGraphsKeepTheGeometricPromises) {
                              std::to_string(direction));
         }
         CheckDrawing(g, Lay(g, 2, 0), "generated tree " + std::to_string(round));
+        // Bottom to top is top to bottom turned over: y negated, the up and
+        // down sides traded, and the drawing keeps its promises.
+        const std::string name = "generated bottom-up " + std::to_string(round);
+        const LayoutResult down = Lay(g, 8, 1), up = Lay(g, 8, 1, true);
+        ASSERT_EQ(up.x, down.x) << name;
+        for (std::size_t i = 0; i < up.y.size(); ++i) {
+            ASSERT_EQ(up.y[i], -down.y[i]) << name;
+        }
+        for (std::size_t j = 0; j < g.edges.size(); ++j) {
+            const int side = down.sourcePlace[j].side;
+            EXPECT_EQ(up.sourcePlace[j].side, side == kSideUp     ? kSideDown
+                                              : side == kSideDown ? kSideUp
+                                                                  : side)
+                << name;
+        }
+        CheckDrawing(g, up, name);
+    }
+}
+
+// An edge naming a record's field meets the box at that field: at the middle
+// of the field's extent along the side it ends on, where the field reaches
+// that side. Routed hierarchy edges end at their fields here but for the one
+// whose field (d) reaches neither the top nor the bottom; straight ones do
+// where a side of the field faces the other end.
+TEST(Drawing, RecordFieldsHoldTheirEdgeEnds) {
+    const FileGraph g =
+        ReadGraph(std::string(NETLOOM_TEST_DATA_DIR) + "/cli/record.gv", Format::Dot);
+    for (const auto& [type, least] : {std::pair{1, 4}, {2, 4}, {4, 4}, {8, 6}}) {
+        const LayoutResult r = Lay(g, type, 0);
+        const std::string name = "record.gv type " + std::to_string(type);
+        CheckDrawing(g, r, name);
+        const Drawing d = r.MakeDrawing();
+        int atField = 0;
+        for (std::size_t j = 0; j < g.edges.size(); ++j) {
+            for (bool source : {true, false}) {
+                const DrawnNode& b = d.nodes[source ? g.edges[j].source : g.edges[j].target];
+                const DrawnCell* cell =
+                    FieldOf(b, (source ? r.request.sourcePorts : r.request.targetPorts)[j]);
+                const Point p = source ? d.edges[j].points.front() : d.edges[j].points.back();
+                const double tol = 1e-9 * (b.w + b.h);
+                for (int side = 0; cell != nullptr && side < kSideCount; ++side) {
+                    if (OnSide(p, b, side, tol) && Touches(b, *cell, side)) {
+                        const bool across = side == kSideUp || side == kSideDown;
+                        atField += std::fabs((across ? p.x - cell->x : p.y - cell->y)) < tol;
+                        break;
+                    }
+                }
+            }
+        }
+        EXPECT_GE(atField, least) << name;
     }
 }
 
@@ -468,16 +520,11 @@ TEST(Drawing, RoutesOfACorpusKeepThePromisesAndTheRecordedCounts) {
 
 // A scale-free graph (preferential attachment, two edges per new node), as
 // an edge list.
+// A scale-free graph as an edge list, ids from 0.
 std::string ScaleFree(int n, std::mt19937& rng) {
-    std::string text = "0 1\n";
-    std::vector<int> ends = {0, 1};
-    for (int v = 2; v < n; ++v) {
-        for (int k = 0; k < 2; ++k) {
-            const int u = ends[std::uniform_int_distribution<std::size_t>(0, ends.size() - 1)(rng)];
-            text += std::to_string(v) + " " + std::to_string(u) + "\n";
-            ends.push_back(u);
-            ends.push_back(v);
-        }
+    std::string text;
+    for (const auto& [a, b] : netloom_test::ScaleFree(n, rng).edges) {
+        text += std::to_string(a - 1) + " " + std::to_string(b - 1) + "\n";
     }
     return text;
 }

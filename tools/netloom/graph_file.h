@@ -4,6 +4,8 @@
 // ports, positions and labels the file gave, plus what is needed to write the
 // same format back.
 
+#include "front/record.h"
+
 #include <nlohmann/json.hpp>
 #include <pugixml.hpp>
 
@@ -92,6 +94,9 @@ FileId MakeTextId(const std::string& text); // stays a string
 struct FileNode {
     FileId id;
     std::string label; // empty: draw the id
+    // A record node's fields (DOT shape=record): drawn as cells, its port
+    // names at their fields; null for a plain box.
+    std::shared_ptr<const netloom::front::RecordField> record;
     double x = 0.0;
     double y = 0.0;
     bool hasPosition = false;
@@ -159,8 +164,9 @@ struct FileGraph {
     // edgedefault="directed", JSON "directed": true).
     bool directed = false;
     // The orientation of layered layouts the input asks for (DOT's rankdir,
-    // 1 to 4 as --direction), or 0.
+    // 1 to 4 as --direction), or 0; bottomUp for BT.
     int direction = 0;
+    bool bottomUp = false;
 
     // Looks a node up by id key; null when absent.
     const std::size_t* FindNode(const std::string& key) const;

@@ -53,6 +53,16 @@ Request MakeRequest(const FileGraph& file, std::vector<FileId>& portIds) {
         request.sourcePorts[j] = number(edge.sourcePort);
         request.targetPorts[j] = number(edge.targetPort);
     }
+    for (std::size_t i = 0; i < n; ++i) {
+        if (file.nodes[i].record) {
+            request.records.resize(n);
+            RecordField& record = request.records[i] = *file.nodes[i].record;
+            ForEachLeaf(record, [&numbers](RecordField& field) {
+                const auto it = numbers.find(field.portName);
+                field.port = field.portName.empty() || it == numbers.end() ? kNoPort : it->second;
+            });
+        }
+    }
     request.directed = file.directed;
     return request;
 }
@@ -63,8 +73,10 @@ LayoutResult RunLayout(const FileGraph& file, const LayoutOptions& options) {
     LayoutResult result;
     result.request = MakeRequest(file, result.portIds);
     Options run = options;
-    if (run.direction == 0) {
-        run.direction = file.direction; // DOT's rankdir, unless --direction says otherwise
+    if (run.direction == 0 && !run.bottomUp) {
+        // DOT's rankdir, unless --direction says otherwise
+        run.direction = file.direction;
+        run.bottomUp = file.bottomUp;
     }
     if (options.levels == "direction") {
         run.levelSource = LevelSource::Direction;
@@ -89,6 +101,7 @@ LayoutResult RunLayout(const FileGraph& file, const LayoutOptions& options) {
         throw InputError(file.path, 0, 0, problem);
     }
     LayoutOptions used = options;
+    used.bottomUp = run.bottomUp;
     std::shared_ptr<const Drawing> drawn; // the fitted drawing, while it is the result's
     // A graph without edges has no row gaps to fit: it keeps the start value.
     if (options.autoLayerSpacing && IsLayered(run.type) && !result.stopped &&

@@ -147,11 +147,17 @@ CLI::App* DefineCommandLine(CLI::App& app, CommandLine& line) {
                        "the lowest level holding the roots; nodes it leaves out go one level below "
                        "their nearest listed neighbour (default: direction for directed inputs, "
                        "else degree)");
-    layout
-        ->add_option("--direction", line.layout.direction,
-                     "Orientation of the layered grid, 1 to 4: 1 roots on top, 2 at the left, 3 "
-                     "on top mirrored, 4 at the right (default: a DOT input's rankdir, else 1)")
-        ->check(Range(kDirectionLimit));
+    layout->add_option_function<std::string>(
+        "--direction",
+        [&line](const std::string& name) {
+            if (!DirectionByName(name, line.layout.direction, line.layout.bottomUp)) {
+                throw CLI::ValidationError("--direction", "unknown direction \"" + name +
+                                                              "\"; use " + DirectionChoices());
+            }
+        },
+        "Orientation of the layered grid, 1 to 4 or a name: 1 (TB, top-down) roots on top, 2 "
+        "(LR, left-right) at the left, 3 on top mirrored, 4 (RL, right-left) at the right, BT "
+        "(bottom-up) at the bottom (default: a DOT input's rankdir, else 1)");
     layout
         ->add_option("--label-width", line.layout.labelWidth,
                      "Most characters of a drawn label line; longer lines end in an ellipsis")

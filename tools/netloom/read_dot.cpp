@@ -1,11 +1,13 @@
 // DOT (Graphviz) through Graphviz's own graph library: nodes, edges with their
 // ports ("node:port", tailport, headport), pos (with pin or a trailing '!') as
 // start positions and fixed flags, label (escapes such as \n and \N, record
-// fields, the text of HTML-like labels), len as the natural length, digraph as
-// directed, rankdir as the orientation of layered layouts; subgraphs and
+// fields as cells, the text of HTML-like labels), len as the natural length, digraph as
+// directed, rankdir (TB, LR, RL, BT) as the orientation of layered layouts; subgraphs and
 // clusters are flattened, strict graphs keep one edge per pair as Graphviz does.
 
 #include "readers.h"
+
+#include "front/names.h"
 
 #include <graphviz/cgraph.h>
 
@@ -129,42 +131,6 @@ std::string Unescape(const std::string& text, const std::string& node, const std
     return out;
 }
 
-// The text of a record label: its fields in order, port names ("<f0>") left
-// out, joined by " | "; braces, which only turn the fields' direction, and
-// blanks around a field are dropped. Escaped characters (\{, \|, \<) are text.
-std::string RecordText(const std::string& label) {
-    std::vector<std::string> fields(1);
-    bool inPort = false;
-    for (std::size_t i = 0; i < label.size(); ++i) {
-        const char c = label[i];
-        if (c == '\\' && i + 1 < label.size() && std::strchr("{}|<> ", label[i + 1])) {
-            if (!inPort) {
-                fields.back() += label[++i];
-            } else {
-                ++i;
-            }
-        } else if (inPort) {
-            inPort = c != '>';
-        } else if (c == '<') {
-            inPort = true;
-        } else if (c == '|' || c == '{' || c == '}') {
-            fields.emplace_back();
-        } else {
-            fields.back() += c;
-        }
-    }
-    std::string out;
-    for (std::string& field : fields) {
-        const std::size_t first = field.find_first_not_of(" \t");
-        if (first == std::string::npos) {
-            continue;
-        }
-        field = field.substr(first, field.find_last_not_of(" \t") - first + 1);
-        out += (out.empty() ? "" : " | ") + field;
-    }
-    return out;
-}
-
 // The text of an HTML-like label: tags dropped, <br/> and the end of a table
 // row as line breaks, table cells apart by a blank, entities decoded, runs of
 // white space as one blank.
@@ -225,18 +191,6 @@ std::string HtmlText(const std::string& html) {
     return out;
 }
 
-// rankdir as an orientation: LR puts the roots at the left (2), RL at the
-// right (4). No orientation puts them at the bottom: BT is drawn as TB.
-int Orientation(const std::string& rankdir) {
-    if (rankdir == "LR") {
-        return 2;
-    }
-    if (rankdir == "RL") {
-        return 4;
-    }
-    return rankdir == "TB" || rankdir == "BT" ? 1 : 0;
-}
-
 class DotReader {
 public:
     DotReader(const std::string& path, const std::string& text) : m_path(path), m_text(text) {}
@@ -273,7 +227,12 @@ public:
             agclose(d);
         });
         graph.directed = agisdirected(g) != 0;
-        graph.direction = Orientation(Attribute(g, "rankdir"));
+        // rankdir as the orientation: TB, LR, RL, or BT (TB upside down).
+        const std::string rankdir = Attribute(g, "rankdir");
+        if (rankdir.size() == 2) {
+            netloom::front::DirectionByName(rankdir, graph.direction, graph.bottomUp);
+        }
+        m_direction = graph.direction;
         m_graphName = agnameof(g) != nullptr ? agnameof(g) : "";
         graph.ReserveNodes(static_cast<std::size_t>(agnnodes(g)));
         for (Agnode_t* n = agfstnode(g); n != nullptr; n = agnxtnode(g, n)) {
@@ -312,9 +271,17 @@ private:
         const std::string shape = Attribute(n, "shape");
         if (raw != nullptr && aghtmlstr(raw)) {
             node.label = HtmlText(label);
+        } else if ((shape == "record" || shape == "Mrecord") && !label.empty() && label != "\\N") {
+            // Fields stack when the ranks run left to right, as Graphviz draws them.
+            auto record = std::make_shared<netloom::front::RecordField>(
+                netloom::front::ParseRecord(label, m_direction == 2 || m_direction == 4));
+            netloom::front::ForEachLeaf(*record, [&](netloom::front::RecordField& field) {
+                field.text = Unescape(field.text, node.id.key, m_graphName);
+            });
+            node.label = netloom::front::RecordText(*record);
+            node.record = std::move(record);
         } else if (!label.empty() && label != "\\N") {
-            const bool record = shape == "record" || shape == "Mrecord";
-            node.label = Unescape(record ? RecordText(label) : label, node.id.key, m_graphName);
+            node.label = Unescape(label, node.id.key, m_graphName);
         }
         // Graphviz's y grows upward, the layout's downward.
         const std::string pos = Attribute(n, "pos");
@@ -369,6 +336,7 @@ private:
     const std::string& m_text;
     std::vector<std::size_t> m_nodeBySeq; // node index by Graphviz's sequence number
     std::string m_graphName;
+    int m_direction = 0;
 };
 
 } // namespace

@@ -36,7 +36,7 @@ std::string RenderAs(FileGraph& graph, const LayoutResult& result, Format format
     case Format::Svg:
     case Format::Png:
     case Format::Pdf: {
-        const Drawing d = result.MakeDrawing();
+        const Drawing& d = result.MakeDrawing();
         warning = DetailNote(d);
         return format == Format::Svg   ? WriteSvg(graph, result, d)
                : format == Format::Png ? RenderPng(graph, result, d)

@@ -42,7 +42,7 @@ Json ElkId(const FileId& id) {
 // An ELK document of a graph read from another format: nodes at the drawing's
 // box sizes (pixels), one port per node and port name, every edge at the root.
 Json FreshElk(const FileGraph& graph, const LayoutResult& result, ElkData& elk) {
-    const Drawing d = result.MakeDrawing();
+    const Drawing& d = result.MakeDrawing();
     Json doc = Json::object();
     doc["id"] = "root";
     Json& children = doc["children"] = Json::array();

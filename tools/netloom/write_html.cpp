@@ -91,6 +91,35 @@ void WriteNode(PageJson& out, const FileNode& node, const DrawnNode& box,
     if (node.fixed) {
         out << ",\"fixed\":true";
     }
+    if (!box.cells.empty()) {
+        // A record's fields, [dx, dy, text] each, and the lines between them,
+        // dx1, dy1, dx2, dy2 after one another.
+        auto offset = [&out, &box](const Point& p) {
+            out.Offset(out.Hundredths(p.x), out.Hundredths(box.x));
+            out << ",";
+            out.Offset(out.Hundredths(p.y), out.Hundredths(box.y));
+        };
+        out << ",\"cells\":[";
+        for (std::size_t k = 0; k < box.cells.size(); ++k) {
+            const DrawnCell& c = box.cells[k];
+            std::string text;
+            for (std::size_t l = 0; l < c.lines.size(); ++l) {
+                text += (l > 0 ? "\n" : "") + c.lines[l];
+            }
+            out << (k ? ",[" : "[");
+            offset({c.x, c.y});
+            out << ",";
+            out.Text(text);
+            out << "]";
+        }
+        out << "],\"dividers\":[";
+        const std::vector<Point> dividers = FieldDividers(box);
+        for (std::size_t k = 0; k < dividers.size(); ++k) {
+            out << (k ? "," : "");
+            offset(dividers[k]);
+        }
+        out << "]";
+    }
     if (!ports.empty()) {
         // [side code, slot, dx, dy, [edges], name when the file names the port]
         out << ",\"ports\":[";
@@ -146,7 +175,7 @@ void WriteEdge(PageJson& out, const FileEdge& edge, const DrawnEdge& path) {
 } // namespace
 
 std::string WriteHtml(const FileGraph& graph, const LayoutResult& result) {
-    const Drawing d = result.MakeDrawing();
+    const Drawing& d = result.MakeDrawing();
     // The page zooms itself: it works at the scale of the boxes' natural size.
     const double scale = 1.0 / d.pixel;
     PageJson out(scale);

@@ -280,6 +280,9 @@ std::string WriteJson(const FileGraph& graph, const LayoutResult& result) {
         layout["direction"] = options.direction != 0 ? options.direction : 1;
         layout["arrangeMode"] = options.arrangeMode != -1 ? options.arrangeMode : 0;
     }
+    if (options.bottomUp && result.layered) {
+        layout["bottomUp"] = true;
+    }
     layout["components"] = result.componentCount;
     // How tangled the drawn routes are, against straight lines between the
     // same node centres; null where counting would take more than about a

@@ -88,18 +88,10 @@ public:
     PngEncoder(const PngEncoder&) = delete;
     PngEncoder& operator=(const PngEncoder&) = delete;
 
-    std::string Encode(cairo_surface_t* surface) {
-        cairo_surface_flush(surface);
-        const int width = cairo_image_surface_get_width(surface);
-        const int height = cairo_image_surface_get_height(surface);
-        const int stride = cairo_image_surface_get_stride(surface);
-        const unsigned char* data = cairo_image_surface_get_data(surface);
+    // The picture's size and settings; then its rows, in order, band by band.
+    void Begin(int width, int height) {
         if (setjmp(png_jmpbuf(m_png))) {
-            ThrowIfInterrupted();
-            if (m_bOutOfMemory) {
-                throw std::bad_alloc();
-            }
-            throw OutputError("cannot encode the PNG image: " + m_error);
+            Fail();
         }
         png_set_write_fn(m_png, this, OnWrite, nullptr);
         png_set_IHDR(m_png, m_info, static_cast<png_uint_32>(width),
@@ -118,12 +110,27 @@ public:
         } else {
             png_set_filler(m_png, 0, PNG_FILLER_BEFORE);
         }
-        for (int row = 0; row < height; ++row) {
+    }
+
+    // The next rows of the picture: `rows` rows of an image surface from row `first`.
+    void Rows(cairo_surface_t* band, int first, int rows) {
+        cairo_surface_flush(band);
+        const std::ptrdiff_t stride = cairo_image_surface_get_stride(band);
+        const unsigned char* data = cairo_image_surface_get_data(band) + first * stride;
+        if (setjmp(png_jmpbuf(m_png))) {
+            Fail();
+        }
+        for (int row = 0; row < rows; ++row) {
             if (row % 64 == 0 && Interrupted()) {
                 png_error(m_png, "interrupted");
             }
-            png_write_row(m_png, const_cast<unsigned char*>(
-                                     data + static_cast<std::ptrdiff_t>(row) * stride));
+            png_write_row(m_png, const_cast<unsigned char*>(data + row * stride));
+        }
+    }
+
+    std::string End() {
+        if (setjmp(png_jmpbuf(m_png))) {
+            Fail();
         }
         png_write_end(m_png, m_info);
         return std::move(m_out);
@@ -144,6 +151,13 @@ private:
         png_longjmp(png, 1);
     }
     static void OnWarning(png_structp, png_const_charp) {}
+    [[noreturn]] void Fail() {
+        ThrowIfInterrupted();
+        if (m_bOutOfMemory) {
+            throw std::bad_alloc();
+        }
+        throw OutputError("cannot encode the PNG image: " + m_error);
+    }
 
     png_structp m_png = nullptr;
     png_infop m_info = nullptr;
@@ -154,18 +168,38 @@ private:
 
 class Painter {
 public:
-    Painter(const FileGraph& graph, const LayoutResult& result, const Drawing& d)
+    Painter(const FileGraph& graph, const LayoutResult& result, const Drawing& d, int bands)
         : m_graph(graph), m_d(d),
           m_line(result.options.progress == ProgressMode::Always ||
                      (result.options.progress == ProgressMode::Auto && isatty(STDERR_FILENO) == 1),
-                 result.options.progress == ProgressMode::Always ? 0.0 : 1.0, "drawing") {}
-
-    // Paints the drawing onto cr, whose units are pixels of the picture; on a
-    // white background unless the surface is white already.
-    void Paint(cairo_t* cr, bool background) {
-        m_total = static_cast<int>(std::min<std::size_t>(m_d.edges.size() + 2 * m_d.nodes.size(),
+                 result.options.progress == ProgressMode::Always ? 0.0 : 1.0, "drawing") {
+        const std::size_t items = d.edges.size() + 2 * d.nodes.size();
+        m_total = static_cast<int>(std::min<std::size_t>(items * static_cast<std::size_t>(bands),
                                                          std::numeric_limits<int>::max()));
         m_line.Update(0, m_total);
+        // How far an item reaches above and below its points: half a line,
+        // an arrowhead, a border or a port, and a pixel or two of antialiasing.
+        const double edgeReach = PictureStroke(d) + d.arrowSize + 2.0 / d.scale;
+        const double boxReach = 4.0 * d.pixel + d.dotRadius + 2.0 / d.scale;
+        for (const DrawnEdge& e : d.edges) {
+            Extent extent;
+            for (const Point& p : e.points) {
+                extent.top = std::min(extent.top, p.y - edgeReach);
+                extent.bottom = std::max(extent.bottom, p.y + edgeReach);
+            }
+            m_edgeExtents.push_back(extent);
+        }
+        for (const DrawnNode& b : d.nodes) {
+            m_nodeExtents.push_back({b.y - b.h / 2 - boxReach, b.y + b.h / 2 + boxReach});
+        }
+    }
+
+    // Paints the drawing onto cr, whose units are pixels of the picture; on a
+    // white background unless the surface is white already. Only what reaches
+    // the rows from top to bottom (pixels) is drawn.
+    void Paint(cairo_t* cr, bool background, double top, double bottom) {
+        m_top = m_d.top + top / m_d.scale;
+        m_bottom = m_d.top + bottom / m_d.scale;
         cairo_scale(cr, m_d.scale, m_d.scale);
         cairo_translate(cr, -m_d.left, -m_d.top);
         if (background) {
@@ -182,10 +216,18 @@ public:
             }
         }
         Check(cairo_status(cr));
-        m_line.Finish();
     }
 
+    void Finish() { m_line.Finish(); }
+
 private:
+    struct Extent {
+        double top = std::numeric_limits<double>::infinity();
+        double bottom = -std::numeric_limits<double>::infinity();
+    };
+
+    bool Shown(const Extent& e) const { return e.bottom >= m_top && e.top <= m_bottom; }
+
     // Counts an item drawn and stops on Ctrl-C; every kBatch items, updates
     // the progress line.
     void Step(cairo_t* cr) {
@@ -207,9 +249,11 @@ private:
         // several times faster and looks the same.
         cairo_set_antialias(cr, m_d.dots ? CAIRO_ANTIALIAS_FAST : CAIRO_ANTIALIAS_DEFAULT);
         const bool arrows = m_d.arrowSize > 0.0 && !m_d.dots;
+        m_heads.clear();
         for (std::size_t j = 0; j < m_d.edges.size(); ++j) {
             const DrawnEdge& e = m_d.edges[j];
-            if (e.points.size() < 2) {
+            if (e.points.size() < 2 || !Shown(m_edgeExtents[j])) {
+                Step(cr);
                 continue;
             }
             const std::vector<Point>& p = e.points;
@@ -268,11 +312,14 @@ private:
     }
 
     void Boxes(cairo_t* cr) {
-        // One fill per palette colour, then the borders; fixed nodes thicker.
+        // One fill per palette colour, then the borders and the lines between
+        // a record's fields; fixed nodes thicker.
         for (int f = 0; f < 8; ++f) {
             for (std::size_t i = 0; i < m_d.nodes.size(); ++i) {
                 if (m_d.nodes[i].fill == f) {
-                    BoxPath(cr, m_d.nodes[i]);
+                    if (Shown(m_nodeExtents[i])) {
+                        BoxPath(cr, m_d.nodes[i]);
+                    }
                     Step(cr);
                 }
             }
@@ -282,17 +329,31 @@ private:
         SetColour(cr, "#34495e");
         for (bool fixed : {false, true}) {
             for (std::size_t i = 0; i < m_d.nodes.size(); ++i) {
+                if (!Shown(m_nodeExtents[i])) {
+                    continue;
+                }
                 if (m_graph.nodes[i].fixed == fixed) {
                     BoxPath(cr, m_d.nodes[i]);
+                }
+                {
+                    if (!fixed) {
+                        const std::vector<Point> dividers = FieldDividers(m_d.nodes[i]);
+                        for (std::size_t k = 0; k + 1 < dividers.size(); k += 2) {
+                            cairo_move_to(cr, dividers[k].x, dividers[k].y);
+                            cairo_line_to(cr, dividers[k + 1].x, dividers[k + 1].y);
+                        }
+                    }
                 }
             }
             cairo_set_line_width(cr, (fixed ? 2.6 : 1.2) * m_d.pixel);
             cairo_stroke(cr);
         }
-        for (const DrawnNode& b : m_d.nodes) {
-            for (const Point& p : b.ports) {
-                cairo_new_sub_path(cr);
-                cairo_arc(cr, p.x, p.y, 2.5 * m_d.pixel, 0.0, 6.283185307179586);
+        for (std::size_t i = 0; i < m_d.nodes.size(); ++i) {
+            if (Shown(m_nodeExtents[i])) {
+                for (const Point& p : m_d.nodes[i].ports) {
+                    cairo_new_sub_path(cr);
+                    cairo_arc(cr, p.x, p.y, 2.5 * m_d.pixel, 0.0, 6.283185307179586);
+                }
             }
         }
         cairo_fill(cr);
@@ -302,30 +363,40 @@ private:
         SetColour(cr, "#34495e");
         for (std::size_t i = 0; i < m_d.nodes.size(); ++i) {
             const DrawnNode& b = m_d.nodes[i];
-            cairo_new_sub_path(cr);
-            cairo_arc(cr, b.x, b.y, m_d.dotRadius, 0.0, 6.283185307179586);
+            if (Shown(m_nodeExtents[i])) {
+                cairo_new_sub_path(cr);
+                cairo_arc(cr, b.x, b.y, m_d.dotRadius, 0.0, 6.283185307179586);
+            }
             Step(cr);
         }
         cairo_fill(cr);
+    }
+
+    // Lines of text stacked about (x, y), each centred on x.
+    void Text(cairo_t* cr, double x, double y, const std::vector<std::string>& lines) const {
+        // The baseline that centres a line of text on y, as the SVG's 0.35em.
+        const double shift = 0.35 * m_d.fontSize;
+        const double first = y - m_d.lineHeight * (static_cast<double>(lines.size()) - 1) / 2;
+        for (std::size_t k = 0; k < lines.size(); ++k) {
+            cairo_text_extents_t ext;
+            cairo_text_extents(cr, lines[k].c_str(), &ext);
+            cairo_move_to(cr, x - ext.x_advance / 2,
+                          first + m_d.lineHeight * static_cast<double>(k) + shift);
+            cairo_show_text(cr, lines[k].c_str());
+        }
     }
 
     void Labels(cairo_t* cr) {
         SetColour(cr, "#1d2630");
         cairo_select_font_face(cr, "sans-serif", CAIRO_FONT_SLANT_NORMAL, CAIRO_FONT_WEIGHT_NORMAL);
         cairo_set_font_size(cr, m_d.fontSize);
-        cairo_font_extents_t font;
-        cairo_font_extents(cr, &font);
-        // The baseline that centres a line of text on y, as the SVG's 0.35em.
-        const double shift = 0.35 * m_d.fontSize;
         for (std::size_t i = 0; i < m_d.nodes.size(); ++i) {
             const DrawnNode& b = m_d.nodes[i];
-            const double first = b.y - m_d.lineHeight * static_cast<double>(b.lines.size() - 1) / 2;
-            for (std::size_t k = 0; k < b.lines.size(); ++k) {
-                cairo_text_extents_t ext;
-                cairo_text_extents(cr, b.lines[k].c_str(), &ext);
-                cairo_move_to(cr, b.x - ext.x_advance / 2,
-                              first + m_d.lineHeight * static_cast<double>(k) + shift);
-                cairo_show_text(cr, b.lines[k].c_str());
+            if (Shown(m_nodeExtents[i])) {
+                Text(cr, b.x, b.y, b.lines);
+                for (const DrawnCell& c : b.cells) {
+                    Text(cr, c.x, c.y, c.lines);
+                }
             }
             Step(cr);
         }
@@ -334,7 +405,9 @@ private:
     const FileGraph& m_graph;
     const Drawing& m_d;
     ProgressLine m_line;
-    std::vector<Point> m_heads; // arrowhead tips and directions, in pairs
+    std::vector<Extent> m_edgeExtents, m_nodeExtents; // layout units
+    double m_top = 0.0, m_bottom = 0.0;               // the rows painted, layout units
+    std::vector<Point> m_heads;                       // arrowhead tips and directions, in pairs
     int m_done = 0;
     int m_total = 0;
 };
@@ -349,26 +422,38 @@ std::pair<int, int> PixelSize(const Drawing& d) {
 
 std::string RenderPng(const FileGraph& graph, const LayoutResult& result, const Drawing& d) {
     const auto [width, height] = PixelSize(d);
-    Surface surface(cairo_image_surface_create(CAIRO_FORMAT_RGB24, width, height));
-    Check(cairo_surface_status(surface.get()));
-    // White, a band of rows at a time: a large image takes a while to fill.
-    cairo_surface_flush(surface.get());
-    unsigned char* data = cairo_image_surface_get_data(surface.get());
-    const std::size_t stride =
-        static_cast<std::size_t>(cairo_image_surface_get_stride(surface.get()));
-    for (int row = 0; row < height; row += 64) {
-        ThrowIfInterrupted();
-        const int rows = std::min(64, height - row);
-        std::memset(data + static_cast<std::size_t>(row) * stride, 0xff,
-                    static_cast<std::size_t>(rows) * stride);
+    // Painted and encoded a band of rows at a time, so that memory stays a
+    // band's worth however large the picture. Each band is painted with a few
+    // rows more on either side, which are not kept: cairo's antialiasing near
+    // a surface's edge differs from that inside, and this way the seams do not
+    // show.
+    constexpr int kBandRows = 512;
+    constexpr int kOverlap = 16;
+    const int bands = (height + kBandRows - 1) / kBandRows;
+    const int surfaceRows = std::min(kBandRows, height) + 2 * kOverlap;
+    Surface band(cairo_image_surface_create(CAIRO_FORMAT_RGB24, width, surfaceRows));
+    Check(cairo_surface_status(band.get()));
+    PngEncoder png;
+    png.Begin(width, height);
+    Painter painter(graph, result, d, bands);
+    unsigned char* data = cairo_image_surface_get_data(band.get());
+    const std::size_t stride = static_cast<std::size_t>(cairo_image_surface_get_stride(band.get()));
+    for (int top = 0; top < height; top += kBandRows) {
+        const int rows = std::min(kBandRows, height - top);
+        cairo_surface_flush(band.get());
+        std::memset(data, 0xff, static_cast<std::size_t>(surfaceRows) * stride);
+        cairo_surface_mark_dirty(band.get());
+        {
+            Context cr(cairo_create(band.get()));
+            Check(cairo_status(cr.get()));
+            cairo_translate(cr.get(), 0.0, static_cast<double>(kOverlap - top));
+            painter.Paint(cr.get(), false, static_cast<double>(top - kOverlap),
+                          static_cast<double>(top + rows + kOverlap));
+        }
+        png.Rows(band.get(), kOverlap, rows);
     }
-    cairo_surface_mark_dirty(surface.get());
-    {
-        Context cr(cairo_create(surface.get()));
-        Check(cairo_status(cr.get()));
-        Painter(graph, result, d).Paint(cr.get(), false);
-    }
-    return PngEncoder().Encode(surface.get());
+    painter.Finish();
+    return png.End();
 }
 
 std::string RenderPdf(const FileGraph& graph, const LayoutResult& result, const Drawing& d) {
@@ -381,7 +466,9 @@ std::string RenderPdf(const FileGraph& graph, const LayoutResult& result, const 
         Context cr(cairo_create(surface.get()));
         Check(cairo_status(cr.get()));
         cairo_scale(cr.get(), kPointsPerPixel, kPointsPerPixel);
-        Painter(graph, result, d).Paint(cr.get(), true);
+        Painter painter(graph, result, d, 1);
+        painter.Paint(cr.get(), true, 0.0, d.height * d.scale);
+        painter.Finish();
     }
     cairo_surface_finish(surface.get());
     ThrowIfInterrupted();

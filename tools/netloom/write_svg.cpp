@@ -29,6 +29,27 @@ std::string PathData(const DrawnEdge& edge, double pixel) {
     return d;
 }
 
+// Text centred on (x, y) by a baseline shift that every renderer honours; its
+// lines stacked about y.
+void Text(std::ostringstream& out, double x, double y, const std::vector<std::string>& lines,
+          double lineHeight) {
+    if (lines.empty()) {
+        return;
+    }
+    const double first = y - lineHeight * static_cast<double>(lines.size() - 1) / 2;
+    out << "      <text x=\"" << FormatNumber(x) << "\" y=\"" << FormatNumber(first)
+        << "\" dy=\"0.35em\">";
+    if (lines.size() == 1) {
+        out << XmlEscape(lines[0]);
+    }
+    for (std::size_t k = 0; lines.size() > 1 && k < lines.size(); ++k) {
+        out << "<tspan x=\"" << FormatNumber(x) << "\" y=\""
+            << FormatNumber(first + lineHeight * static_cast<double>(k)) << "\" dy=\"0.35em\">"
+            << XmlEscape(lines[k]) << "</tspan>";
+    }
+    out << "</text>\n";
+}
+
 } // namespace
 
 std::string WriteSvg(const FileGraph& graph, const LayoutResult& result) {
@@ -96,21 +117,24 @@ std::string WriteSvg(const FileGraph& graph, const LayoutResult& result, const D
             << FormatNumber(b.y - b.h / 2) << "\" width=\"" << FormatNumber(b.w) << "\" height=\""
             << FormatNumber(b.h) << "\" rx=\"" << FormatNumber(4 * px) << "\" fill=\""
             << kDrawFills[b.fill] << "\"/>\n";
+        const std::vector<Point> dividers = FieldDividers(b);
+        if (!dividers.empty()) {
+            out << "      <path class=\"fields\" fill=\"none\" stroke=\"#34495e\" stroke-width=\""
+                << FormatNumber(1.2 * px) << "\" d=\"";
+            for (std::size_t k = 0; k + 1 < dividers.size(); k += 2) {
+                out << (k ? " M" : "M") << Coord(dividers[k].x, px) << " "
+                    << Coord(dividers[k].y, px) << " L" << Coord(dividers[k + 1].x, px) << " "
+                    << Coord(dividers[k + 1].y, px);
+            }
+            out << "\"/>\n";
+        }
         if (d.labels) {
-            // Centred by a baseline shift that every renderer honours; the
-            // lines of a label stacked about the box's centre.
-            const double first = b.y - d.lineHeight * static_cast<double>(b.lines.size() - 1) / 2;
-            out << "      <text x=\"" << FormatNumber(b.x) << "\" y=\"" << FormatNumber(first)
-                << "\" dy=\"0.35em\">";
-            if (b.lines.size() == 1) {
-                out << XmlEscape(b.lines[0]);
+            if (b.cells.empty()) {
+                Text(out, b.x, b.y, b.lines, d.lineHeight);
             }
-            for (std::size_t k = 0; b.lines.size() > 1 && k < b.lines.size(); ++k) {
-                out << "<tspan x=\"" << FormatNumber(b.x) << "\" y=\""
-                    << FormatNumber(first + d.lineHeight * static_cast<double>(k))
-                    << "\" dy=\"0.35em\">" << XmlEscape(b.lines[k]) << "</tspan>";
+            for (const DrawnCell& c : b.cells) {
+                Text(out, c.x, c.y, c.lines, d.lineHeight);
             }
-            out << "</text>\n";
         }
         for (const Point& p : b.ports) {
             out << "      <circle class=\"port\" cx=\"" << Coord(p.x, px) << "\" cy=\""
