@@ -36,10 +36,19 @@ const LibraryGraph::Port* LibraryGraph::PortOf(int id) const {
     return k < ports.size() ? &ports[k] : nullptr;
 }
 
+std::vector<std::size_t> LibraryGraph::Port::Edges() const {
+    std::vector<std::size_t> edges;
+    edges.reserve(1 + more.size());
+    edges.push_back(edge);
+    edges.insert(edges.end(), more.begin(), more.end());
+    return edges;
+}
+
 bool BuildLibraryGraph(const Request& request, int distance, LibraryGraph& lib) {
     const std::size_t n = request.nodeCount;
     const std::size_t m = request.EdgeCount();
     lib.nodeCount = n;
+    lib.graph.Reserve(n, m);
     for (std::size_t i = 0; i < n; ++i) {
         lib.graph.AddNode(static_cast<int>(i + 1), request.x.empty() ? 0.0 : request.x[i],
                           request.y.empty() ? 0.0 : request.y[i],
@@ -53,16 +62,15 @@ bool BuildLibraryGraph(const Request& request, int distance, LibraryGraph& lib) 
         if (name != kNoPort) {
             const auto it = named.find(key);
             if (it != named.end()) {
-                std::vector<std::size_t>& edges =
-                    lib.ports[static_cast<std::size_t>(it->second) - n - 1].edges;
-                if (edges.back() != edge) {
-                    edges.push_back(edge);
+                LibraryGraph::Port& port = lib.ports[static_cast<std::size_t>(it->second) - n - 1];
+                if ((port.more.empty() ? port.edge : port.more.back()) != edge) {
+                    port.more.push_back(edge);
                 }
                 return it->second;
             }
         }
         const int id = static_cast<int>(n + 1 + lib.ports.size());
-        lib.ports.push_back(LibraryGraph::Port{node, name, {edge}});
+        lib.ports.push_back(LibraryGraph::Port{node, name, edge, {}});
         if (name != kNoPort) {
             named.emplace(key, id);
         }

@@ -52,8 +52,12 @@ struct LibraryGraph {
     std::size_t nodeCount = 0;
     struct Port {
         std::size_t node;
-        int name; // kNoPort: an unnamed end
-        std::vector<std::size_t> edges;
+        int name;         // kNoPort: an unnamed end
+        std::size_t edge; // the first edge at the port
+        // The edges after the first, for named ports shared by several ends:
+        // unnamed ends, nearly all of a large graph's, allocate nothing.
+        std::vector<std::size_t> more;
+        std::vector<std::size_t> Edges() const;
     };
     std::vector<Port> ports;                   // by port id - n - 1
     std::vector<int> sourcePorts, targetPorts; // library port ids by edge

@@ -36,7 +36,7 @@ void CollectResult(LibraryGraph& lib, std::size_t m, Result& result) {
             for (std::size_t slot = 0; slot < list.size(); ++slot) {
                 if (const LibraryGraph::Port* port = lib.PortOf(list[slot])) {
                     result.ports[i].push_back(
-                        NodePort{side, static_cast<int>(slot), port->name, port->edges});
+                        NodePort{side, static_cast<int>(slot), port->name, port->Edges()});
                 }
             }
         }

@@ -109,6 +109,12 @@ void TurnUpsideDown(const Request& request, Result& result) {
 
 bool RunLayout(const Request& request, const Options& options, const Progress& progress,
                Result& result, std::string& problem) {
+    LibraryGraph lib;
+    return RunLayout(request, options, progress, result, problem, lib);
+}
+
+bool RunLayout(const Request& request, const Options& options, const Progress& progress,
+               Result& result, std::string& problem, LibraryGraph& lib) {
     problem = request.Problem();
     if (problem.empty()) {
         problem = OptionProblem(options);
@@ -120,7 +126,6 @@ bool RunLayout(const Request& request, const Options& options, const Progress& p
     result.type = options.type;
     result.distance = options.distance;
     result.layered = IsLayered(options.type);
-    LibraryGraph lib;
     if (!BuildLibraryGraph(request, options.distance, lib)) {
         problem = "the library refused an edge";
         return false;
@@ -154,6 +159,7 @@ bool RunLayout(const Request& request, const Options& options, const Progress& p
     result.stopped = graph.WasLayoutStopped();
     if (strategy) {
         result.placedByNeighbour = strategy->Placed();
+        graph.SetLayoutStrategy(nullptr); // the graph may outlive this call
     }
     CollectResult(lib, request.EdgeCount(), result);
     if (options.bottomUp && result.layered) {

@@ -55,5 +55,9 @@ struct Progress {
 // False, with why, when the request or the options cannot be laid out.
 bool RunLayout(const Request& request, const Options& options, const Progress& progress,
                Result& result, std::string& problem);
+// The same, building the library's graph in lib (an empty one), so that the
+// caller chooses when it is freed: a tool that exits after writing need not.
+bool RunLayout(const Request& request, const Options& options, const Progress& progress,
+               Result& result, std::string& problem, LibraryGraph& lib);
 
 } // namespace netloom::front

@@ -7,6 +7,7 @@
 #include <netloom/node.h>
 #include <netloom/rect.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <map>
@@ -39,6 +40,10 @@ public:
     bool AddNode(int id, double x, double y, bool fixed);
     bool AddEdge(int id, int sourceID, int destID, int length, int sourceSubNodeID,
                  int destSubNodeID, bool rejectDuplicate);
+    // Makes room in the lookup indexes for this many nodes and edges in all,
+    // so that building a large graph does not grow them step by step. Changes
+    // no result.
+    void Reserve(std::size_t nodes, std::size_t edges);
     bool DeleteEdge(int id);
     bool DeleteNode(int id);
     CEdge* FindEdge(CNode* a, CNode* b) const;

@@ -236,6 +236,8 @@ void AddNodes(PyGraph& g, const IntArray& ids, const std::optional<FloatArray>& 
     const long long* id = ids.data();
     std::vector<int> added;
     added.reserve(static_cast<std::size_t>(n));
+    g.graph.Reserve(g.graph.GetNodeMap().size() + static_cast<std::size_t>(n),
+                    g.graph.GetEdgeMap().size());
     try {
         py::gil_scoped_release release;
         for (py::ssize_t i = 0; i < n; ++i) {
@@ -273,6 +275,8 @@ void AddEdges(PyGraph& g, const IntArray& ids, const IntArray& sources, const In
         CheckLength(*targetPorts, n, "target_ports");
     std::vector<int> added;
     added.reserve(static_cast<std::size_t>(n));
+    g.graph.Reserve(g.graph.GetNodeMap().size(),
+                    g.graph.GetEdgeMap().size() + static_cast<std::size_t>(n));
     try {
         py::gil_scoped_release release;
         for (py::ssize_t i = 0; i < n; ++i) {

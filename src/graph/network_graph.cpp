@@ -163,6 +163,16 @@ bool CNetworkGraph::AddNode(int id, double x, double y, bool fixed) {
     return true;
 }
 
+void CNetworkGraph::Reserve(std::size_t nodes, std::size_t edges) {
+    Indexes& index = Index();
+    index.nodeIndex.Reserve(nodes);
+    // At most one squared length per edge.
+    index.edgeSqrLen.Reserve(edges);
+    if (index.pairIndexBuilt) {
+        index.edgesByPair.Reserve(edges);
+    }
+}
+
 bool CNetworkGraph::InsertNodeRecord(CNode* node) {
     const int id = node->GetID();
     auto& nodeIndex = Index().nodeIndex;
@@ -217,7 +227,9 @@ bool CNetworkGraph::AddEdge(int id, int sourceID, int destID, int length, int so
                             int destSubNodeID, bool rejectDuplicate) {
     CNode* source = GetNode(sourceID);
     CNode* dest = GetNode(destID);
-    if (source == nullptr || dest == nullptr || GetEdge(id) != nullptr) {
+    // An id above every id in use, the usual case, is free without a search.
+    const bool newHighest = m_mapEdges.empty() || m_mapEdges.rbegin()->first < id;
+    if (source == nullptr || dest == nullptr || (!newHighest && GetEdge(id) != nullptr)) {
         return false;
     }
     auto* edge = new CEdge(id, source, dest, sourceSubNodeID, destSubNodeID);

@@ -156,13 +156,19 @@ TEST(NetworkGraphTest, IndexedLookupsMatchFullScans) {
             ASSERT_EQ(g.FindEdge(g.GetNode(a), g.GetNode(b)),
                       ScanFindEdge(g, g.GetNode(a), g.GetNode(b)));
             const int action = static_cast<int>(rng() % 10);
+            // Mostly ascending edge ids, sometimes one that may be taken.
+            const int id = rng() % 4 == 0 ? static_cast<int>(rng() % 400) : 400 + step;
+            const bool taken = g.GetEdgeMap().count(id) != 0;
+            if (step == 150) {
+                g.Reserve(1000, 1000); // indexes rebuilt larger keep every entry
+            }
             if (action < 6) {
-                const bool expected = !ScanEdgeExists(g, probe);
-                EXPECT_EQ(g.AddEdge(step, a, b, 1, probe.GetSourceSubNodeID(),
+                const bool expected = !taken && !ScanEdgeExists(g, probe);
+                EXPECT_EQ(g.AddEdge(id, a, b, 1, probe.GetSourceSubNodeID(),
                                     probe.GetDestSubNodeID(), true),
                           expected);
             } else if (action < 8) {
-                g.AddEdge(step, a, b, 1, 0, 0, false);
+                EXPECT_EQ(g.AddEdge(id, a, b, 1, 0, 0, false), !taken);
             } else if (action == 8 && !g.GetEdgeMap().empty()) {
                 g.DeleteEdge(
                     std::next(g.GetEdgeMap().begin(), rng() % g.GetEdgeMap().size())->first);

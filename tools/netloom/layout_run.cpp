@@ -97,7 +97,8 @@ LayoutResult RunLayout(const FileGraph& file, const LayoutOptions& options) {
         return Interrupted();
     };
     std::string problem;
-    if (!netloom::front::RunLayout(result.request, run, progress, result, problem)) {
+    result.graph = std::make_unique<LibraryGraph>();
+    if (!netloom::front::RunLayout(result.request, run, progress, result, problem, *result.graph)) {
         throw InputError(file.path, 0, 0, problem);
     }
     LayoutOptions used = options;
@@ -113,7 +114,10 @@ LayoutResult RunLayout(const FileGraph& file, const LayoutOptions& options) {
             drawn.reset();
             run.layerSpacing = used.layerSpacing;
             Result again;
-            if (!netloom::front::RunLayout(result.request, run, progress, again, problem)) {
+            // The first graph is freed first, so that the second reuses its memory.
+            result.graph = std::make_unique<LibraryGraph>();
+            if (!netloom::front::RunLayout(result.request, run, progress, again, problem,
+                                           *result.graph)) {
                 throw InputError(file.path, 0, 0, problem);
             }
             static_cast<Result&>(result) = std::move(again);

@@ -37,6 +37,9 @@ struct LayoutResult : Result {
     LayoutOptions options;
     Request request;             // the file graph as laid out (labels included)
     std::vector<FileId> portIds; // the file's port ids by port name number
+    // The library's graph of the layout, freed with the result (or never, when
+    // the result lives to the process's end).
+    std::unique_ptr<LibraryGraph> graph;
     // The file's id of a port, or null for an unnamed edge end.
     const FileId* PortId(const NodePort& port) const {
         return port.name == kNoPort ? nullptr : &portIds[static_cast<std::size_t>(port.name)];

@@ -92,23 +92,32 @@ int main(int argc, char** argv) {
                          LevelsWarning(result.placedByNeighbour).c_str());
         }
         std::string warning;
-        const std::string text = RenderAs(graph, result, outputFormat, warning);
-        if (!warning.empty()) {
-            std::fprintf(stderr, "netloom: warning: %s\n", warning.c_str());
-        }
-        if (line.stats) {
-            std::fputs(DescribeCounts(CountRoutes(result.request, result.MakeDrawing())).c_str(),
-                       stderr);
-        }
-        ThrowIfInterrupted();
+        auto notes = [&] {
+            if (!warning.empty()) {
+                std::fprintf(stderr, "netloom: warning: %s\n", warning.c_str());
+            }
+            if (line.stats) {
+                std::fputs(
+                    DescribeCounts(CountRoutes(result.request, result.MakeDrawing())).c_str(),
+                    stderr);
+            }
+            ThrowIfInterrupted();
+        };
         if (line.output.empty()) {
+            const std::string text = RenderAs(graph, result, outputFormat, warning);
+            notes();
             std::cout << text;
             std::cout.flush();
             if (!std::cout) {
                 return Fail("cannot write to standard output", 1);
             }
         } else {
-            WriteFileAtomically(line.output, text);
+            // Written as it is made, under a temporary name until complete.
+            AtomicFile file(line.output);
+            RenderTo(graph, result, outputFormat, warning,
+                     [&file](const std::string& part) { file.Write(part); });
+            notes();
+            file.Commit();
         }
     } catch (const InputError& e) {
         return Fail(e.Describe(), 1);

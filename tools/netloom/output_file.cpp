@@ -11,7 +11,7 @@
 
 namespace netloom_cli {
 
-void WriteFileAtomically(const std::string& path, const std::string& content) {
+AtomicFile::AtomicFile(const std::string& path) : m_path(path) {
     const std::size_t slash = path.find_last_of('/');
     const std::string dir = slash == std::string::npos ? "." : path.substr(0, slash + 1);
     const std::string name = slash == std::string::npos ? path : path.substr(slash + 1);
@@ -19,17 +19,11 @@ void WriteFileAtomically(const std::string& path, const std::string& content) {
         (slash == std::string::npos ? std::string() : dir) + "." + name + ".netloom-XXXXXX";
     std::vector<char> buffer(pattern.begin(), pattern.end());
     buffer.push_back('\0');
-    const int fd = mkstemp(buffer.data());
-    if (fd < 0) {
+    m_fd = mkstemp(buffer.data());
+    if (m_fd < 0) {
         throw OutputError(path + ": cannot create a file in " + dir + ": " + std::strerror(errno));
     }
-    const std::string temp(buffer.data());
-    auto fail = [&](const std::string& what) {
-        const int error = errno;
-        close(fd);
-        unlink(temp.c_str());
-        throw OutputError(path + ": " + what + ": " + std::strerror(error));
-    };
+    m_temp = buffer.data();
 
     // An existing file keeps its permissions; a new one gets the usual 0666 less umask.
     struct stat existing {};
@@ -37,7 +31,7 @@ void WriteFileAtomically(const std::string& path, const std::string& content) {
     if (stat(path.c_str(), &existing) == 0) {
         if (!S_ISREG(existing.st_mode)) {
             errno = EISDIR;
-            fail("not a regular file");
+            Fail("not a regular file");
         }
         mode = existing.st_mode & 07777;
     } else {
@@ -45,33 +39,62 @@ void WriteFileAtomically(const std::string& path, const std::string& content) {
         umask(mask);
         mode = 0666 & ~mask;
     }
-    if (fchmod(fd, mode) != 0) {
-        fail("cannot set permissions");
+    if (fchmod(m_fd, mode) != 0) {
+        Fail("cannot set permissions");
     }
+}
+
+AtomicFile::~AtomicFile() {
+    if (m_fd >= 0) {
+        close(m_fd);
+        unlink(m_temp.c_str());
+    }
+}
+
+void AtomicFile::Fail(const std::string& what) {
+    const int error = errno;
+    close(m_fd);
+    m_fd = -1;
+    unlink(m_temp.c_str());
+    throw OutputError(m_path + ": " + what + ": " + std::strerror(error));
+}
+
+void AtomicFile::Write(const std::string& content) {
     std::size_t written = 0;
     while (written < content.size()) {
-        const ssize_t n = write(fd, content.data() + written, content.size() - written);
+        const ssize_t n = write(m_fd, content.data() + written, content.size() - written);
         if (n < 0) {
             if (errno == EINTR) {
                 continue;
             }
-            fail("cannot write");
+            Fail("cannot write");
         }
         written += static_cast<std::size_t>(n);
     }
-    if (fsync(fd) != 0 && errno != EINVAL) {
-        fail("cannot write");
+}
+
+void AtomicFile::Commit() {
+    if (fsync(m_fd) != 0 && errno != EINVAL) {
+        Fail("cannot write");
     }
+    const int fd = m_fd;
+    m_fd = -1;
     if (close(fd) != 0) {
         const int error = errno;
-        unlink(temp.c_str());
-        throw OutputError(path + ": cannot write: " + std::strerror(error));
+        unlink(m_temp.c_str());
+        throw OutputError(m_path + ": cannot write: " + std::strerror(error));
     }
-    if (std::rename(temp.c_str(), path.c_str()) != 0) {
+    if (std::rename(m_temp.c_str(), m_path.c_str()) != 0) {
         const int error = errno;
-        unlink(temp.c_str());
-        throw OutputError(path + ": cannot replace the file: " + std::strerror(error));
+        unlink(m_temp.c_str());
+        throw OutputError(m_path + ": cannot replace the file: " + std::strerror(error));
     }
+}
+
+void WriteFileAtomically(const std::string& path, const std::string& content) {
+    AtomicFile file(path);
+    file.Write(content);
+    file.Commit();
 }
 
 } // namespace netloom_cli

@@ -14,6 +14,7 @@
 #include <cstdlib>
 #include <limits>
 #include <set>
+#include <string_view>
 
 namespace netloom_cli {
 namespace {
@@ -51,8 +52,11 @@ public:
         FileGraph graph;
         graph.path = m_path;
         graph.format = Format::EdgeList;
-        graph.edges.reserve(
-            static_cast<std::size_t>(std::count(m_text.begin(), m_text.end(), '\n') + 1));
+        // One edge per line, and in a tree about one new node per line.
+        const auto lines =
+            static_cast<std::size_t>(std::count(m_text.begin(), m_text.end(), '\n') + 1);
+        graph.edges.reserve(lines);
+        graph.ReserveNodes(lines + 1);
         std::size_t start = 0;
         int lineNumber = 0;
         while (start < m_text.size()) {
@@ -61,11 +65,13 @@ public:
                 end = m_text.size();
             }
             ++lineNumber;
-            std::string line = m_text.substr(start, end - start);
-            if (!line.empty() && line.back() == '\r') {
-                line.pop_back();
+            std::string_view view(m_text.data() + start, end - start);
+            if (!view.empty() && view.back() == '\r') {
+                view.remove_suffix(1);
             }
-            ReadLine(graph, line, lineNumber);
+            if (!ReadPlainEdge(graph, view, lineNumber)) {
+                ReadLine(graph, std::string(view), lineNumber);
+            }
             start = end + 1;
         }
         return graph;
@@ -119,21 +125,84 @@ private:
         return tokens;
     }
 
+    // Whether an unquoted id is an integer written as JSON writes it (no sign
+    // of zero, no leading zeros, at most 18 digits): such ids become numbers,
+    // and their text is already their key.
+    static bool IsIntegerId(std::string_view text) {
+        if (text.empty()) {
+            return false;
+        }
+        const std::size_t digits = text[0] == '-' ? 1 : 0;
+        bool integer = text.size() > digits && text.size() - digits <= 18;
+        for (std::size_t k = digits; integer && k < text.size(); ++k) {
+            integer = text[k] >= '0' && text[k] <= '9';
+        }
+        return integer && (text.size() == digits + 1 || text[digits] != '0') && text != "-0";
+    }
+
+    static FileId IntegerId(std::string key) {
+        return FileId{Json(std::stoll(key)), std::move(key)};
+    }
+
     // Unquoted integers become numbers, everything else stays text.
     static FileId TokenId(const Token& token, std::size_t from = 0) {
-        const std::string text = token.text.substr(from);
+        std::string text = token.text.substr(from);
         const bool quoted = from == 0 ? token.quoted : token.quotedValue;
-        if (!quoted && !text.empty()) {
-            const std::size_t digits = text[0] == '-' ? 1 : 0;
-            bool integer = text.size() > digits && text.size() - digits <= 18;
-            for (std::size_t k = digits; integer && k < text.size(); ++k) {
-                integer = text[k] >= '0' && text[k] <= '9';
-            }
-            if (integer && (text.size() == digits + 1 || text[digits] != '0') && text != "-0") {
-                return MakeId(Json(std::stoll(text)));
-            }
+        if (!quoted && IsIntegerId(text)) {
+            return IntegerId(std::move(text));
         }
         return MakeTextId(text);
+    }
+
+    // A line of two integer ids and nothing else, the bulk of a large file,
+    // read without splitting it into tokens; false for any other line, which
+    // then takes the general path.
+    bool ReadPlainEdge(FileGraph& graph, std::string_view line, int lineNumber) {
+        auto blank = [&](std::size_t k) { return line[k] == ' ' || line[k] == '\t'; };
+        std::string_view ids[2];
+        std::size_t i = 0;
+        for (std::string_view& id : ids) {
+            while (i < line.size() && blank(i)) {
+                ++i;
+            }
+            const std::size_t from = i;
+            while (i < line.size() && !blank(i)) {
+                ++i;
+            }
+            id = line.substr(from, i - from);
+            if (!IsIntegerId(id)) {
+                return false;
+            }
+        }
+        while (i < line.size() && blank(i)) {
+            ++i;
+        }
+        if (i != line.size()) {
+            return false;
+        }
+        FileEdge edge;
+        edge.line = lineNumber;
+        edge.sourceIndex = graph.edges.size();
+        edge.source = IntegerNode(graph, ids[0], lineNumber);
+        edge.target = IntegerNode(graph, ids[1], lineNumber);
+        AddFileEdge(graph, std::move(edge), m_edgeIds);
+        return true;
+    }
+
+    std::size_t IntegerNode(FileGraph& graph, std::string_view text, int line) {
+        std::string key(text);
+        if (const std::size_t* index = graph.FindNode(key)) {
+            return *index;
+        }
+        return NewNode(graph, IntegerId(std::move(key)), line);
+    }
+
+    std::size_t NewNode(FileGraph& graph, FileId id, int line) {
+        FileNode node;
+        node.id = std::move(id);
+        node.line = line;
+        node.sourceIndex = graph.nodes.size();
+        return AddFileNode(graph, std::move(node));
     }
 
     double Number(const std::string& text, int line, int column, const std::string& what) const {
@@ -151,11 +220,7 @@ private:
         if (const std::size_t* index = graph.FindNode(id.key)) {
             return *index;
         }
-        FileNode node;
-        node.id = id;
-        node.line = line;
-        node.sourceIndex = graph.nodes.size();
-        return AddFileNode(graph, std::move(node));
+        return NewNode(graph, id, line);
     }
 
     void ReadLine(FileGraph& graph, const std::string& line, int lineNumber) {

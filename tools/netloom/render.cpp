@@ -58,4 +58,13 @@ std::string RenderAs(FileGraph& graph, const LayoutResult& result, Format format
     return WriteJson(graph, result);
 }
 
+void RenderTo(FileGraph& graph, const LayoutResult& result, Format format, std::string& warning,
+              const TextSink& sink) {
+    if (format == Format::Json) {
+        WriteJson(graph, result, sink);
+    } else {
+        sink(RenderAs(graph, result, format, warning));
+    }
+}
+
 } // namespace netloom_cli

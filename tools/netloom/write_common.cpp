@@ -1,8 +1,7 @@
 #include "writers.h"
 
+#include <charconv>
 #include <cmath>
-#include <cstdio>
-#include <cstdlib>
 
 namespace netloom_cli {
 
@@ -10,14 +9,22 @@ std::string FormatNumber(double value) {
     if (!std::isfinite(value)) {
         return "0";
     }
+    // The fewest of 15, 16 or 17 significant digits that read back as the
+    // same double, in printf's %g form; to_chars and from_chars give exactly
+    // printf's and strtod's results without their locale and buffer costs.
     char buffer[32];
+    char* end = buffer;
     for (int precision = 15; precision <= 17; ++precision) {
-        std::snprintf(buffer, sizeof buffer, "%.*g", precision, value);
-        if (std::strtod(buffer, nullptr) == value) {
+        end = std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::general,
+                            precision)
+                  .ptr;
+        double back = 0.0;
+        std::from_chars(buffer, end, back);
+        if (back == value) {
             break;
         }
     }
-    return buffer;
+    return std::string(buffer, end);
 }
 
 std::string XmlEscape(const std::string& text) {

@@ -31,9 +31,10 @@ bool HasParallelEdges(const FileGraph& graph) {
 // document: a million-node graph then costs its text and no tree of values.
 class JsonText {
 public:
-    explicit JsonText(std::string& text)
-        : m_text(text), m_values(nlohmann::detail::output_adapter<char>(text), ' ',
-                                 Json::error_handler_t::replace) {}
+    // With a sink, Spill hands it the text written so far once that is large.
+    explicit JsonText(std::string& text, const TextSink* sink = nullptr)
+        : m_text(text), m_sink(sink), m_values(nlohmann::detail::output_adapter<char>(text), ' ',
+                                               Json::error_handler_t::replace) {}
 
     // Opens an object or array; the first member or element follows.
     void Open(char bracket) {
@@ -94,10 +95,20 @@ public:
         Value(value);
     }
 
+    void Spill() {
+        if (m_sink != nullptr && m_text.size() >= kSpillSize) {
+            (*m_sink)(m_text);
+            m_text.clear();
+        }
+    }
+
 private:
+    static constexpr std::size_t kSpillSize = std::size_t{1} << 20;
+
     void Indent(std::size_t depth) { m_text.append(2 * depth, ' '); }
 
     std::string& m_text;
+    const TextSink* m_sink;
     nlohmann::detail::serializer<Json> m_values;
     std::vector<bool> m_first;
 };
@@ -176,11 +187,13 @@ void WriteLinkResult(JsonText& out, const LayoutResult& result, std::size_t j,
     out.Close(']');
 }
 
-// A graph read from another format: the whole document is the tool's own.
-std::string WriteFreshDocument(const FileGraph& graph, const LayoutResult& result,
-                               const std::vector<std::vector<Point>>& routes, const Json& tail) {
+// A graph read from another format: the whole document is the tool's own,
+// handed to sink in parts.
+void WriteFreshDocument(const FileGraph& graph, const LayoutResult& result,
+                        const std::vector<std::vector<Point>>& routes, const Json& tail,
+                        const TextSink& sink) {
     std::string text;
-    JsonText out(text);
+    JsonText out(text, &sink);
     out.Open('{');
     out.Key("directed");
     out.Bool(graph.directed);
@@ -205,6 +218,7 @@ std::string WriteFreshDocument(const FileGraph& graph, const LayoutResult& resul
         }
         WriteNodeResult(out, result, i);
         out.Close('}');
+        out.Spill();
     }
     out.Close(']');
     out.Key("links");
@@ -233,6 +247,7 @@ std::string WriteFreshDocument(const FileGraph& graph, const LayoutResult& resul
         }
         WriteLinkResult(out, result, j, routes[j]);
         out.Close('}');
+        out.Spill();
     }
     out.Close(']');
     for (const auto& [key, value] : tail.items()) {
@@ -240,12 +255,18 @@ std::string WriteFreshDocument(const FileGraph& graph, const LayoutResult& resul
     }
     out.Close('}');
     text += '\n';
-    return text;
+    sink(text);
 }
 
 } // namespace
 
 std::string WriteJson(const FileGraph& graph, const LayoutResult& result) {
+    std::string text;
+    WriteJson(graph, result, [&text](const std::string& part) { text += part; });
+    return text;
+}
+
+void WriteJson(const FileGraph& graph, const LayoutResult& result, const TextSink& sink) {
     const bool fromJson = graph.format == Format::Json;
     const LayoutOptions& options = result.options;
     const Drawing& drawing = result.MakeDrawing();
@@ -296,7 +317,8 @@ std::string WriteJson(const FileGraph& graph, const LayoutResult& result) {
     drawn["height"] = counts.height;
 
     if (!fromJson) {
-        return WriteFreshDocument(graph, result, routes, tail);
+        WriteFreshDocument(graph, result, routes, tail, sink);
+        return;
     }
 
     // A JSON input keeps everything it carried; the tool's keys are replaced.
@@ -354,7 +376,7 @@ std::string WriteJson(const FileGraph& graph, const LayoutResult& result) {
     for (const auto& [key, value] : tail.items()) {
         doc[key] = value;
     }
-    return DumpJson(doc, 2) + "\n";
+    sink(DumpJson(doc, 2) + "\n");
 }
 
 } // namespace netloom_cli

@@ -6,6 +6,7 @@
 #include "graph_file.h"
 #include "layout_run.h"
 
+#include <functional>
 #include <string>
 
 namespace netloom_cli {
@@ -14,6 +15,11 @@ namespace netloom_cli {
 // node's position, grid cell, component and ports, every link's port sides,
 // the edge order and the parameters used.
 std::string WriteJson(const FileGraph& graph, const LayoutResult& result);
+// Receives an output's text in parts, in order.
+using TextSink = std::function<void(const std::string&)>;
+// The same document handed to sink in parts of about a megabyte as it is
+// written, so that a large graph's file is never whole in memory.
+void WriteJson(const FileGraph& graph, const LayoutResult& result, const TextSink& sink);
 // GraphML with x and y on every node: the input document when it was GraphML.
 std::string WriteGraphMl(FileGraph& graph, const LayoutResult& result);
 // The edge-list format, with a node line per node carrying its position.
@@ -43,6 +49,9 @@ std::string WriteHtml(const FileGraph& graph, const LayoutResult& result);
 // user, if any.
 std::string RenderAs(FileGraph& graph, const LayoutResult& result, Format format,
                      std::string& warning);
+// The same content handed to sink in parts (JSON as it is written).
+void RenderTo(FileGraph& graph, const LayoutResult& result, Format format, std::string& warning,
+              const TextSink& sink);
 
 // Shortest decimal text that reads back as the same double.
 std::string FormatNumber(double value);
