@@ -53,14 +53,15 @@ void FlatQuadTree::Build(const double* x, const double* y, std::size_t n, const 
     m_vecOrder.resize(n);
     m_pX = x;
     m_pY = y;
-    m_vecCells.clear();
     if (n == 0) {
+        m_vecCells.clear();
         return;
     }
     const Box box{root.left, root.top, root.right, root.bottom};
     const bool parallel = pool != nullptr && pool->Threads() > 1 && n >= kParallelBuild;
     SortByPath(box, parallel ? pool : nullptr);
     if (!parallel) {
+        m_vecCells.clear();
         BuildCell(m_vecCells, 0, n, box, 0);
         return;
     }
@@ -439,6 +440,8 @@ std::size_t FlatQuadTree::Place(std::size_t& at, std::size_t first) {
 }
 
 void FlatQuadTree::Join(WorkerPool& pool) {
+    // Every cell is written below: resizing the last tree's array (of about
+    // the same size) leaves it without filling it first.
     std::size_t at = 0;
     m_vecCells.resize(Place(at, 0));
     pool.Run(m_nSubtrees, 1, [this](std::size_t begin, std::size_t end) {

@@ -144,6 +144,10 @@ TEST(QuadTreeTest, PooledTreeMatchesTheOracle) {
 // Sorting the nodes by their paths of quadrants gives the tree that inserting
 // them one by one gives, cell for cell in depth-first order.
 TEST(QuadTreeTest, DirectBuildMatchesInsertion) {
+    // One tree rebuilt trial after trial, as the layout rebuilds it: nothing of
+    // the last tree may show through.
+    netloom::force::FlatQuadTree direct;
+    netloom::force::WorkerPool pool(2);
     for (std::uint32_t trial = 1; trial <= 60; ++trial) {
         std::mt19937 rng(trial);
         // Trials 3, 23 and 43 are large enough to be built on two threads.
@@ -176,8 +180,6 @@ TEST(QuadTreeTest, DirectBuildMatchesInsertion) {
         const CQuadNode* root = comp->GetQuadTree().GetRoot();
         netloom::force::FlatQuadTree inserted;
         inserted.Flatten(root);
-        netloom::force::FlatQuadTree direct;
-        netloom::force::WorkerPool pool(2);
         direct.Build(x.data(), y.data(), x.size(), root->m_rcCell,
                      trial % 2 == 1 ? &pool : nullptr);
         const auto& a = inserted.Cells();
