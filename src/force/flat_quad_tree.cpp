@@ -118,6 +118,8 @@ constexpr std::size_t kCountedRun = 64;
 constexpr int kPathBatch = 8;
 // Bits of the path sorted per pass.
 constexpr int kRadixBits = 12;
+// Nodes from which the sort's passes run on several threads.
+constexpr std::size_t kParallelRadix = 65536;
 
 } // namespace
 
@@ -238,6 +240,10 @@ void FlatQuadTree::SortByPath(const Box& root, WorkerPool* pool) {
     const int digit = passes > 0 ? (bits + passes - 1) / passes : 0;
     // Each thread counts and then moves its own share of the nodes, after the
     // earlier shares' nodes of the same digit: the same order as one pass.
+    // Below kParallelRadix nodes a pass takes less time than handing it out.
+    if (n < kParallelRadix) {
+        pool = nullptr;
+    }
     const std::size_t parts = pool != nullptr ? static_cast<std::size_t>(pool->Threads()) : 1;
     const std::size_t buckets = std::size_t{1} << digit;
     std::vector<std::uint32_t>& place = m_vecBuckets;
