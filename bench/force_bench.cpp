@@ -218,6 +218,7 @@ void BM_ForceLayout(benchmark::State& state) {
 // Real time: the force pass runs on several threads.
 BENCHMARK(BM_ForceIteration)
     ->ArgsProduct({{0, 1}, {1000, 10000, 100000}, {1, 0}, {0}})
+    ->Args({0, 10000, 0, 1})
     ->Args({0, 100000, 1, 1})
     ->Args({0, 100000, 4, 1})
     ->Args({0, 100000, 4, 0})

@@ -53,14 +53,15 @@ void FlatQuadTree::Build(const double* x, const double* y, std::size_t n, const 
     m_vecOrder.resize(n);
     m_pX = x;
     m_pY = y;
-    m_vecCells.clear();
     if (n == 0) {
+        m_vecCells.clear();
         return;
     }
     const Box box{root.left, root.top, root.right, root.bottom};
     const bool parallel = pool != nullptr && pool->Threads() > 1 && n >= kParallelBuild;
     SortByPath(box, parallel ? pool : nullptr);
     if (!parallel) {
+        m_vecCells.clear();
         BuildCell(m_vecCells, 0, n, box, 0);
         return;
     }
@@ -117,6 +118,8 @@ constexpr std::size_t kCountedRun = 64;
 constexpr int kPathBatch = 8;
 // Bits of the path sorted per pass.
 constexpr int kRadixBits = 12;
+// Nodes from which the sort's passes run on several threads.
+constexpr std::size_t kParallelRadix = 65536;
 
 } // namespace
 
@@ -237,6 +240,10 @@ void FlatQuadTree::SortByPath(const Box& root, WorkerPool* pool) {
     const int digit = passes > 0 ? (bits + passes - 1) / passes : 0;
     // Each thread counts and then moves its own share of the nodes, after the
     // earlier shares' nodes of the same digit: the same order as one pass.
+    // Below kParallelRadix nodes a pass takes less time than handing it out.
+    if (n < kParallelRadix) {
+        pool = nullptr;
+    }
     const std::size_t parts = pool != nullptr ? static_cast<std::size_t>(pool->Threads()) : 1;
     const std::size_t buckets = std::size_t{1} << digit;
     std::vector<std::uint32_t>& place = m_vecBuckets;
@@ -439,6 +446,8 @@ std::size_t FlatQuadTree::Place(std::size_t& at, std::size_t first) {
 }
 
 void FlatQuadTree::Join(WorkerPool& pool) {
+    // Every cell is written below: resizing the last tree's array (of about
+    // the same size) leaves it without filling it first.
     std::size_t at = 0;
     m_vecCells.resize(Place(at, 0));
     pool.Run(m_nSubtrees, 1, [this](std::size_t begin, std::size_t end) {

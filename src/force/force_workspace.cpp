@@ -437,10 +437,13 @@ void CForceWorkspace::ForcePass(std::size_t begin, std::size_t end, double step,
             const std::int32_t i = group[l];
             double fx = 0.0;
             double fy = 0.0;
+            double sx = 0.0;
+            double sy = 0.0;
+            SpringForce(i, sx, sy);
             fx += rx[l];
             fy += ry[l];
-            fx += m_vecSpringSum[i].x;
-            fy += m_vecSpringSum[i].y;
+            fx += sx;
+            fy += sy;
             m_vecVx[i] = force::Accelerated(m_vecVx[i], step, force::kDamping, fx, distance);
             m_vecVy[i] = force::Accelerated(m_vecVy[i], step, force::kDamping, fy, distance);
         }
@@ -491,14 +494,6 @@ void CForceWorkspace::IterateOnce(double step, double& energy) {
     const double distance = g_dLayoutDistance;
     RunPass(m_vecSprings.size(), [this, distance](std::size_t begin, std::size_t end) {
         SpringTerms(begin, end, distance);
-    });
-    // Each node's springs summed in a pass of their own, where the loads of the
-    // terms overlap from node to node.
-    m_vecSpringSum.resize(count);
-    RunPass(count, [this](std::size_t begin, std::size_t end) {
-        for (std::size_t i = begin; i < end; ++i) {
-            SpringForce(static_cast<int>(i), m_vecSpringSum[i].x, m_vecSpringSum[i].y);
-        }
     });
     // Each node's force depends only on the tree and the positions, which stay
     // as they are during this pass: the nodes can be handled in any order and on

@@ -128,8 +128,7 @@ private:
         double x;
         double y;
     };
-    std::vector<Term> m_vecTerms;     // per edge, on its source end
-    std::vector<Term> m_vecSpringSum; // per node, the sum of its springs' terms
+    std::vector<Term> m_vecTerms; // per edge, on its source end
     std::vector<std::int32_t> m_vecPairStart;
     std::vector<std::int32_t> m_vecPairNode;
     std::vector<double> m_vecPairStrength;

@@ -119,11 +119,15 @@ void WorkerPool::Run(std::size_t count, std::size_t block,
         m_nCount = count;
         m_nBlock = block;
         m_nNextBlock = 0;
-        m_nBusy = m_vecHelpers.size();
+        m_nBusy = 0;
         ++m_nGeneration;
     }
     m_wake.notify_all();
     TakeBlocks();
+    // Every block is taken: only the helpers that joined in time are waited
+    // for. One that wakes later finds nothing to do and stays out, so a helper
+    // the system has not scheduled yet (a loaded machine) never holds up the
+    // pass.
     std::unique_lock<PoolMutex> lock(m_mutex);
     m_done.wait(lock, [this]() { return m_nBusy == 0; });
     m_pWork = nullptr;
@@ -160,6 +164,10 @@ void WorkerPool::Serve() {
                 return;
             }
             seen = m_nGeneration;
+            if (m_pWork == nullptr || m_nNextBlock * m_nBlock >= m_nCount) {
+                continue; // the pass is done or all its blocks are taken
+            }
+            ++m_nBusy;
             params = m_params;
         }
         params.Apply(); // the parameters are per thread

@@ -95,7 +95,7 @@ private:
     std::size_t m_nBlock = 1;
     std::size_t m_nNextBlock = 0; // guarded by m_mutex
     std::uint64_t m_nGeneration = 0;
-    std::size_t m_nBusy = 0;
+    std::size_t m_nBusy = 0; // helpers that joined the current pass
     bool m_bStop = false;
 };
 
