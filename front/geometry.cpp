@@ -741,8 +741,9 @@ Drawing MakeDrawing(const Request& request, const Result& result, std::size_t la
         } else {
             b.lines = LabelLines(request.labels.empty() ? std::to_string(i) : request.labels[i],
                                  labelWidth);
-            for (std::size_t k = 0; k < b.lines.size(); ++k) {
-                b.label += (k > 0 ? "\n" : "") + b.lines[k];
+            b.label = b.lines[0];
+            for (std::size_t k = 1; k < b.lines.size(); ++k) {
+                b.label.append(1, '\n').append(b.lines[k]);
             }
             text = TextSize(b.lines, 0.0);
         }
@@ -781,6 +782,7 @@ Drawing MakeDrawing(const Request& request, const Result& result, std::size_t la
     d.strokeWidth = kStroke * unit;
     d.arrowSize = request.directed ? kArrow * unit : 0.0;
     for (std::size_t i = 0; i < n; ++i) {
+        d.nodes[i].ports.reserve(result.ports[i].size());
         for (const NodePort& port : result.ports[i]) {
             d.nodes[i].ports.push_back(PortPoint(d.nodes[i], port.side, port.slot,
                                                  result.sideCounts[i][port.side], port.name));
