@@ -531,8 +531,7 @@ void StraightEdges(const Request& request, const Result& result, Drawing& d) {
                 continue; // drawn by Loops
             }
             const double offset =
-                (static_cast<double>(k) - static_cast<double>(count - 1) / 2.0) * kParallel *
-                unit;
+                (static_cast<double>(k) - static_cast<double>(count - 1) / 2.0) * kParallel * unit;
             auto end = [&](bool source, const Point& toward) {
                 Point p;
                 return FieldEnd(request, result, d, j, source, toward, p)
