@@ -1068,6 +1068,20 @@ std::vector<std::size_t> RoutedEdges(const Request& request, const Result& resul
     return edges;
 }
 
+// Routes the listed edges of d between their ends and draws them into d,
+// then hands the router to `read` for what its plan found (a scale, a layer
+// step); returns what `read` returns.
+template <class Read>
+auto RouteInto(const Request& request, const Result& result, Drawing& d, double unit,
+               const std::vector<std::size_t>& edges, Read read) {
+    std::vector<End> sources, targets;
+    EdgeEnds(request, result, d, edges, sources, targets);
+    Router router(d, unit);
+    router.Plan(edges, sources, targets);
+    router.Draw(d);
+    return read(router);
+}
+
 } // namespace
 
 void Router::Draw(Drawing& d) {
@@ -1148,13 +1162,8 @@ double RoutingScale(const Request& request, const Result& result, const Drawing&
         b.w *= unit;
         b.h *= unit;
     }
-    const std::vector<std::size_t> edges = RoutedEdges(request, result);
-    std::vector<End> sources, targets;
-    EdgeEnds(request, result, atScale, edges, sources, targets);
-    Router router(atScale, unit);
-    router.Plan(edges, sources, targets);
-    router.Draw(atScale);
-    return router.NeededScale();
+    return RouteInto(request, result, atScale, unit, RoutedEdges(request, result),
+                     [](const Router& router) { return router.NeededScale(); });
 }
 
 int FittingLayerSpacing(const Request& request, const Result& result, const Drawing& d,
@@ -1182,13 +1191,11 @@ int FittingLayerSpacing(const Request& request, const Result& result, const Draw
         const Result mirrored = mirror ? Transposed(result) : Result();
         const Result& r = mirror ? mirrored : result;
         Drawing routed = RouterBoxes(d, mirror);
-        const std::vector<std::size_t> edges = RoutedEdges(request, r);
-        std::vector<End> sources, targets;
-        EdgeEnds(request, r, routed, edges, sources, targets);
-        Router router(routed, unit);
-        router.Plan(edges, sources, targets);
-        router.Draw(routed);
-        need = std::max(need, router.LayerStepNeed(alongY != mirror, layerSpacing));
+        const bool rowsAlongY = alongY != mirror;
+        need = std::max(need, RouteInto(request, r, routed, unit, RoutedEdges(request, r),
+                                        [&](const Router& router) {
+                                            return router.LayerStepNeed(rowsAlongY, layerSpacing);
+                                        }));
     }
     const double spacing = std::ceil(need * unit);
     return static_cast<int>(std::clamp(spacing, static_cast<double>(kLayerSpacingLimit.low),
@@ -1209,11 +1216,7 @@ void RouteEdges(const Request& request, const Result& result, Drawing& d,
         }
         return;
     }
-    std::vector<End> sources, targets;
-    EdgeEnds(request, result, d, edges, sources, targets);
-    Router router(d, 1.0 / d.scale);
-    router.Plan(edges, sources, targets);
-    router.Draw(d);
+    RouteInto(request, result, d, 1.0 / d.scale, edges, [](const Router&) { return 0; });
 }
 
 } // namespace netloom::front
